@@ -1,0 +1,52 @@
+// The desktop program: running-copy test, first run, login, splash, then the frame.
+
+#include "shell/frmsplash.h"
+#include "shell/loginform.h"
+#include "shell/tallyframe.h"
+#include "store/store.h"
+#include "ui/kit.h"
+
+#include <QApplication>
+#include <QFile>
+
+#include <memory>
+
+int main(int argc, char** argv) {
+    QApplication app(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("Tallywright"));
+    QApplication::setApplicationVersion(QStringLiteral(TW_VERSION));
+    ui::installMessageSink();
+    // The splash is not a main window to Qt, so the hand-over from the login would end the
+    // program; each window says itself when the program ends.
+    QApplication::setQuitOnLastWindowClosed(false);
+
+    if (!claimSingleInstance())
+        return 0;
+    if (!QFile::exists(tw::AppFolder::file(QStringLiteral("twk.cfg"))))
+        runFirstRunDialog();
+
+    auto* login = new LoginForm;
+    login->setAttribute(Qt::WA_DeleteOnClose);
+    auto loggedIn = std::make_shared<bool>(false);
+    QObject::connect(login, &LoginForm::cancelled, &app, &QApplication::quit);
+    QObject::connect(login, &QObject::destroyed, &app, [loggedIn] {
+        if (!*loggedIn) // closed by its close box
+            QApplication::quit();
+    });
+    QObject::connect(login, &LoginForm::loggedIn, login, [login, loggedIn] {
+        *loggedIn = true;
+        auto* splash = new frmSplash;
+        splash->setAttribute(Qt::WA_DeleteOnClose);
+        QObject::connect(splash, &frmSplash::cancelled, qApp, &QApplication::quit);
+        QObject::connect(splash, &frmSplash::finished, splash, [] {
+            auto* frame = new TallyFrame;
+            frame->setAttribute(Qt::WA_DeleteOnClose);
+            QObject::connect(frame, &QObject::destroyed, qApp, &QApplication::quit);
+            frame->show();
+        });
+        splash->show();
+        login->close();
+    });
+    login->show();
+    return app.exec();
+}

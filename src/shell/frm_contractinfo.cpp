@@ -1,0 +1,90 @@
+#include "shell/frm_contractinfo.h"
+
+#include "ui/kit.h"
+
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QVBoxLayout>
+
+#include <utility>
+
+frm_ContractInfo::frm_ContractInfo(QWidget* parent) : ui::Screen(parent) {
+    setObjectName(QStringLiteral("frm_ContractInfo"));
+    setWindowTitle(tr("  Project Information ..."));
+    auto option = [this](const char* name, const QString& caption) {
+        auto* r = new QRadioButton(caption, this);
+        r->setObjectName(QString::fromLatin1(name));
+        return r;
+    };
+    exopt = option("exopt", tr("Projects"));
+    newopt = option("newopt", tr("Schedules Entry"));
+    Option1 = option("Option1", tr("Measurements"));
+    Option2 = option("Option2", tr("Rate Analysis for a Project"));
+    Option3 = option("Option3", tr("Rate Analysis for Categories"));
+    Option4 = option("Option4", tr("Reinforcement Entry"));
+    Option5 = option("Option5", tr("Reports"));
+    cmdok = new QPushButton(tr("&Go"), this);
+    cmdok->setObjectName(QStringLiteral("cmdok"));
+    cmdok->setDefault(true);
+    cmdCancel = new QPushButton(tr("&Cancel"), this);
+    cmdCancel->setObjectName(QStringLiteral("cmdCancel"));
+
+    auto* name = new QLabel(tr("Tallywright"), this);
+    QFont f = name->font();
+    f.setPointSize(f.pointSize() + 10);
+    f.setBold(true);
+    name->setFont(f);
+    auto* motto = new QLabel(tr("Measure it once, bill it right."), this);
+    motto->setStyleSheet(QStringLiteral("font-style: italic"));
+
+    auto* group = new QGroupBox(tr("Tally Wright"), this);
+    auto* options = new QVBoxLayout(group);
+    for (auto* r : {exopt, newopt, Option1, Option2, Option3, Option4, Option5})
+        options->addWidget(r);
+    auto* buttons = new QHBoxLayout;
+    buttons->addStretch();
+    buttons->addWidget(cmdok);
+    buttons->addWidget(cmdCancel);
+    auto* box = new QVBoxLayout(this);
+    box->addWidget(name);
+    box->addWidget(motto);
+    box->addWidget(group);
+    box->addLayout(buttons);
+
+    connect(cmdok, &QPushButton::clicked, this, ui::guarded([this] { cmdok_clicked(); }));
+    connect(cmdCancel, &QPushButton::clicked, this, [this] { cmdCancel_clicked(); });
+    setFixedSize(360, 380);
+    tw::Tallywrightmod::boardopen = true;
+}
+
+frm_ContractInfo::~frm_ContractInfo() {
+    con.conclose();
+    tw::Tallywrightmod::boardopen = false;
+}
+
+void frm_ContractInfo::cmdok_clicked() {
+    const std::pair<QRadioButton*, const char*> choices[] = {
+        {exopt, "frm_proj"},           {newopt, "frm_schentry"}, {Option1, "frm_dims"},
+        {Option2, "Frm_RateAnalysis"}, {Option3, "catrateanal"}, {Option4, "Frm_Reinforcement"},
+        {Option5, "Frm_Reports"}};
+    for (const auto& [option, screen] : choices) {
+        if (option->isChecked()) {
+            ui::openScreen(QString::fromLatin1(screen));
+            // The board goes with its sub-window; closing the widget alone would leave an
+            // empty frame behind in the work area.
+            if (parentWidget())
+                parentWidget()->close();
+            else
+                close();
+            return;
+        }
+    }
+}
+
+void frm_ContractInfo::cmdCancel_clicked() {
+    if (parentWidget())
+        parentWidget()->close();
+    else
+        close();
+}

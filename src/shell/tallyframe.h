@@ -1,0 +1,55 @@
+#pragma once
+// The frame that holds every screen: menus, the window list, and the board on a double click
+// of its background.
+
+#include "store/store.h"
+
+#include <QAction>
+#include <QMainWindow>
+#include <QMdiArea>
+#include <QMenu>
+
+#include <functional>
+#include <map>
+
+class TallyFrame : public QMainWindow {
+    Q_OBJECT
+public:
+    explicit TallyFrame(QWidget* parent = nullptr);
+    ~TallyFrame() override;
+
+    // Makes a new instance of a screen. Screens are known by their class names; an entry of
+    // the menu whose screen has no factory stays disabled.
+    using Factory = std::function<QWidget*()>;
+    static std::map<QString, Factory>& factories();
+
+    // Shows a screen as a child, or brings its one instance forward when it is open.
+    QWidget* openChild(const QString& className);
+    // The board, unless it is up already.
+    void openBoard();
+
+    void mnuexit_clicked();
+    void mnuUsrGd_clicked();
+    void mnuAbtUs_clicked();
+
+    QMdiArea* mdi;
+    QMenu* mnufile;
+    QMenu* mnuschmanage;
+    QMenu* tools;
+    QMenu* mnuwindow;
+    QMenu* mnuhlp;
+    QMenu* mnurtanl; // hidden: the rate analysis screen's pop-up
+    QAction* mnurtedt;
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+    void closeEvent(QCloseEvent* e) override;
+
+private:
+    QAction* entry(QMenu* menu, const char* name, const QString& caption,
+                   const QString& screen = {});
+    void fillWindowMenu();
+    QWidget* addChild(QWidget* w);
+
+    tw::ConClass con;
+};

@@ -1,0 +1,423 @@
+#include "store/schema.h"
+
+#include "values/values.h"
+
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QVariant>
+
+namespace tw::schema {
+namespace {
+
+// Declared types map the old store's kinds: text and date-text are TEXT; "digits" columns are
+// TEXT because a 25-digit phone number does not fit a number; numbers are REAL; yes/no is an
+// INTEGER 0 or 1; money held as currency is REAL with four decimals.
+const QString T = QStringLiteral("TEXT");
+const QString N = QStringLiteral("REAL");
+const QString I = QStringLiteral("INTEGER");
+const QString B = QStringLiteral("INTEGER"); // yes/no
+
+std::vector<Column> cols(std::initializer_list<std::pair<const char*, QString>> list) {
+    std::vector<Column> out;
+    for (const auto& [name, type] : list)
+        out.push_back({QString::fromLatin1(name), type});
+    return out;
+}
+
+// The ten material slots of a category row: name, quantity and rate of each.
+std::vector<Column> categoryColumns() {
+    auto c = cols({{"tw_category_name", T},
+                   {"tw_description", T},
+                   {"tw_measure_type", T},
+                   {"tw_unit", T},
+                   {"tw_unit_lable", T},
+                   {"tw_rate", N},
+                   {"tw_deductions", N}});
+    for (int i = 1; i <= 10; ++i) {
+        c.push_back({QStringLiteral("tw_matl%1").arg(i), T});
+        c.push_back({QStringLiteral("tw_matl%1_qty").arg(i), N});
+        c.push_back({QStringLiteral("tw_matl%1_rate").arg(i), N});
+    }
+    return c;
+}
+
+std::vector<Column> abstractColumns(bool withProject) {
+    std::vector<Column> c;
+    if (withProject)
+        c = cols({{"tw_contract_num", T}, {"tw_bill_num", T}});
+    auto rest = cols({{"tw_schno", T},
+                      {"tw_sch_desc", T},
+                      {"tw_unit", T},
+                      {"tw_unit_desc", T},
+                      {"tw_rate", N},
+                      {"tw_prev_qty", N},
+                      {"tw_now_qty", N},
+                      {"tw_tot_qty", N},
+                      {"tw_prev_amt", N},
+                      {"tw_now_amt", N},
+                      {"tw_tot_amt", N},
+                      {"tw_dedn", T},
+                      {"tw_dedn_desc", T}});
+    c.insert(c.end(), rest.begin(), rest.end());
+    return c;
+}
+
+// The detailed estimate rows. Positions 21 to 24 and 28 to 32 are read by position, so the
+// order below is part of the format.
+std::vector<Column> estimationColumns() {
+    return cols({{"tw_recordkey", I}, // 0: group number
+                 {"tw_bill_num", T},
+                 {"tw_sch_num", T},
+                 {"tw_contract_num", T},
+                 {"tw_item_desc", T},
+                 {"tw_unit", T},
+                 {"tw_itemrate", N},
+                 {"tw_dim1", N},
+                 {"tw_dim1_inches", I},
+                 {"tw_dim2", N},
+                 {"tw_dim2_inches", I},
+                 {"tw_dim3", N},
+                 {"tw_dim3_inches", I},
+                 {"tw_dim4", N},
+                 {"tw_dim4_inches", I},
+                 {"tw_deduction", B},
+                 {"tw_quantity", N},
+                 {"tw_cal_Area", N},
+                 {"tw_units", T},
+                 {"Shape", T},
+                 {"units_label", T},
+                 {"test", T},   // 21
+                 {"Damt", N},   // 22
+                 {"ndamt", N},  // 23
+                 {"netqty", N}, // 24: currency
+                 {"tw_item_narration", T},
+                 {"inr", I},
+                 {"tw_item_narration_d", T},
+                 {"net_amt", N}, // 28
+                 {"ewp_amt", N}, // 29
+                 {"wws_amt", N}, // 30
+                 {"ewp_pct", N}, // 31
+                 {"wws_pct", N}, // 32
+                 {"inr_d", I},
+                 {"prev_bill_qty", N},
+                 {"prev_bill_amt", N},
+                 {"prev_bill_qty1", N}});
+}
+
+std::vector<Table> makeTables() {
+    std::vector<Table> t;
+    t.push_back({"ContractMaster", cols({{"tw_pkey", "INTEGER PRIMARY KEY AUTOINCREMENT"},
+                                         {"tw_contract_num", T},
+                                         {"tw_contract_name", T},
+                                         {"tw_client_ref", T},
+                                         {"tw_client_ref_date", T},
+                                         {"tw_start_date", T},
+                                         {"tw_end_date", T},
+                                         {"tw_tax_rate", N},
+                                         {"tw_units", T},
+                                         {"tw_Client_Name", T},
+                                         {"tw_client_contact", T},
+                                         {"tw_Client_adline1", T},
+                                         {"tw_Client_adline2", T},
+                                         {"tw_Client_city", T},
+                                         {"tw_Client_Pin", T},
+                                         {"tw_Client_phone1", T},
+                                         {"tw_Client_phone2", T},
+                                         {"tw_Client_Mobile", T},
+                                         {"tw_Client_email", T},
+                                         {"tw_Client_url", T}})});
+    t.push_back({"Sch_master", cols({{"tw_contract_num", T},
+                                     {"tw_sch_num", T},
+                                     {"tw_item_desc", T},
+                                     {"tw_item_rate", N},
+                                     {"tw_unit", T},
+                                     {"tw_category_name", T},
+                                     {"tw_unit_lable", T},
+                                     {"tw_volarea", T},
+                                     {"tw_deduction", N}})});
+    t.push_back({"BillMaster", cols({{"tw_recordkey", "INTEGER PRIMARY KEY AUTOINCREMENT"},
+                                     {"tw_contract_num", T},
+                                     {"tw_bill_num", T},
+                                     {"tw_sch_num", T},
+                                     {"tw_item_narration", T},
+                                     {"tw_dim1", N},
+                                     {"tw_dim2", N},
+                                     {"tw_dim3", N},
+                                     {"tw_dim4", N},
+                                     {"tw_dim1_inches", I},
+                                     {"tw_dim2_inches", I},
+                                     {"tw_dim3_inches", I},
+                                     {"tw_dim4_inches", I},
+                                     {"tw_cal_Area", N},
+                                     {"tw_Shape", T},
+                                     {"tw_deduction", B},
+                                     {"tw_category_name", T},
+                                     {"tw_quantity", N},
+                                     {"tw_bill_amount", N}})});
+    t.push_back({"Reinforcementmaster", cols({{"tw_contract_num", T},
+                                              {"tw_bill_num", T},
+                                              {"tw_narration", T},
+                                              {"tw_diameter", T},
+                                              {"tw_length_qty", N},
+                                              {"tw_length_ft", N},
+                                              {"tw_length_inches", T},
+                                              {"tw_remarks", T}})});
+    t.push_back({"Materials", cols({{"tw_mat_desc", T}, {"tw_rate", N}, {"tw_unitlbl", T}})});
+    t.push_back({"CategoryList_Feet", categoryColumns()});
+    t.push_back({"CategoryList_Meter", categoryColumns()});
+    t.push_back({"costitems", cols({{"tw_cost_item", T}, {"tw_unit_rate", N}})});
+    t.push_back({"payment_rec", cols({{"tw_contract_num", T},
+                                      {"tw_bill_num", T},
+                                      {"tw_recpt_num", T},
+                                      {"tw_recpt_date", T},
+                                      {"tw_netamt", N},
+                                      {"tw_recamt", N},
+                                      {"tw_tdsamt", N},
+                                      {"tw_pay_type", T},
+                                      {"tw_bank_name", T},
+                                      {"tw_branch_name", T},
+                                      {"tw_chkno", T},
+                                      {"tw_chkdt", T}})});
+    t.push_back({"billsraised", cols({{"tw_contract_num", T},
+                                      {"tw_bill_num", T},
+                                      {"tw_bill_dt", T},
+                                      {"tw_bill_amount", N},
+                                      {"tw_dedn_amount", N},
+                                      {"tw_tds_amount", N},
+                                      {"tw_froze", B}})});
+    t.push_back({"abstractbills", abstractColumns(true)});
+    t.push_back({"absbl_dedns", cols({{"tw_cont_num", T},
+                                      {"tw_bill_num", T},
+                                      {"tw_item_desc", T},
+                                      {"tw_qty", N},
+                                      {"tw_lbl", T},
+                                      {"tw_rate", N},
+                                      {"tw_amount", N}})});
+    t.push_back({"abstractbillrep", abstractColumns(false)});
+    t.push_back({"dummy_estimation", estimationColumns()});
+    t.push_back({"prev_dummy_estimation", estimationColumns()});
+    {
+        auto c = cols({{"tw_bill_num", T},
+                       {"tw_contract_num", T},
+                       {"tw_bill_amount", N},
+                       {"tw_gross_amount", N}, // 3
+                       {"tw_total_dedn", N}}); // 4
+        for (int i = 1; i <= 5; ++i) {
+            c.push_back({QStringLiteral("tw_dedn%1_desc").arg(i), T});
+            c.push_back({QStringLiteral("tw_dedn%1_pct").arg(i), N});
+            c.push_back({QStringLiteral("tw_dedn%1_amt").arg(i), N});
+        }
+        t.push_back({"dummy_ded_det", c});
+    }
+    t.push_back({"dummy_sch_report", cols({{"tw_contract_num", T},
+                                           {"tw_sch_num", T},
+                                           {"tw_item_desc", T},
+                                           {"tw_item_rate", N},
+                                           {"tw_units", T},
+                                           {"tw_unit_lable", T}})});
+    t.push_back({"dummy_reinforcement_report", cols({{"tw_contract_num", T},
+                                                     {"tw_bill_num", T},
+                                                     {"tw_narration", T},
+                                                     {"tw_diameter", T},
+                                                     {"tw_length_ft", N},
+                                                     {"tw_length_inches", T},
+                                                     {"tw_length_qty", N},
+                                                     {"tw_remarks", T},
+                                                     {"tw_total_length", N},
+                                                     {"tw_units", T},
+                                                     {"tw_weight_per_unit", N}})});
+    t.push_back({"billsraisedreport", cols({{"tw_contract_num", T},
+                                            {"tw_contract_name", T},
+                                            {"tw_bill_num", T},
+                                            {"tw_bill_date", T},
+                                            {"tw_netamt", N},
+                                            {"tw_recamt", N},
+                                            {"tw_tdsamt", N},
+                                            {"tw_pmnt", I}})});
+    t.push_back({"units", cols({{"units", T}})});
+    t.push_back({"volarea", cols({{"tw_volarea", T}, {"tw_label", T}})});
+    t.push_back({"unitlbls", cols({{"tw_unit_lbl", T}})});
+    t.push_back({"shapes", cols({{"tw_shape", T},
+                                 {"tw_dim1_label", T},
+                                 {"tw_dim2_label", T},
+                                 {"tw_dim3_label", T},
+                                 {"tw_dim4_label", T},
+                                 {"tw_bill_label", T}})});
+    t.push_back({"diameter", cols({{"tw_diameter", T}})});
+    t.push_back({"rnfweights", cols({{"tw_Diameter", T}, {"tw_mt_wt", N}, {"tw_ft_wt", N}})});
+    return t;
+}
+
+void run(QSqlDatabase db, const QString& sql, const QVariantList& params = {}) {
+    QSqlQuery q(db);
+    if (!q.prepare(sql))
+        throw Error(q.lastError().text());
+    for (const auto& p : params)
+        q.addBindValue(p);
+    if (!q.exec())
+        throw Error(q.lastError().text());
+}
+
+void insertRows(QSqlDatabase db, const QString& table, int columns,
+                const std::vector<QVariantList>& rows) {
+    QStringList marks;
+    for (int i = 0; i < columns; ++i)
+        marks << QStringLiteral("?");
+    const QString sql =
+        QStringLiteral("insert into %1 values (%2)").arg(table, marks.join(QLatin1Char(',')));
+    for (const auto& r : rows)
+        run(db, sql, r);
+}
+
+// A label column left empty switches that dimension off on the measurement screen, so each
+// row asks for exactly the dimensions its formula uses. The bill label is the unit printed
+// beside the line; the reports put the system's word in front ("S ft", "Cu Mt").
+void seedShapes(QSqlDatabase db) {
+    const QVariant none = QString();
+    auto row = [&](const char* shape, const char* d1, const char* d2, const char* d3,
+                   const char* d4, const char* bill) {
+        auto v = [&](const char* s) { return *s ? QVariant(QString::fromLatin1(s)) : none; };
+        return QVariantList{QString::fromLatin1(shape), v(d1), v(d2), v(d3), v(d4),
+                            QString::fromLatin1(bill)};
+    };
+    insertRows(db, QStringLiteral("shapes"), 6,
+               {
+                   row("rectangle_area", "Length", "Breadth", "", "", "Sq"),
+                   row("rectangle_volume", "Length", "Breadth", "Depth", "", "Cu"),
+                   row("cuboid_volume", "Length", "Breadth", "Height", "", "Cu"),
+                   row("linear", "Length", "", "", "", "R"),
+                   row("Count", "Number", "", "", "", "Nos"),
+                   row("lumpsum", "Amount", "", "", "", "LS"),
+                   row("triangle_area", "Side A", "Side B", "Side C", "", "Sq"),
+                   row("trapezium_area", "Side A", "Side B", "Height", "", "Sq"),
+                   row("trapezium_volume", "Side A", "Side B", "Height", "Depth", "Cu"),
+                   row("parallelogram_area", "Base", "Height", "", "", "Sq"),
+                   row("parallelogram_volume", "Base", "Height", "Depth", "", "Cu"),
+                   row("rhombus_ (diamond)_area", "Diagonal 1", "Diagonal 2", "", "", "Sq"),
+                   row("rhombus_ (diamond)_volume", "Diagonal 1", "Diagonal 2", "Height", "", "Cu"),
+                   row("CIRCLE_AREA", "Diameter", "", "", "", "Sq"),
+                   row("CIRCULAR_RING_AREA", "Outer Dia", "Inner Dia", "", "", "Sq"),
+                   row("cylinder_lateral_area", "Diameter", "Height", "", "", "Sq"),
+                   row("cylinder_volume", "Diameter", "Height", "", "", "Cu"),
+                   row("cylindrical_ring_volume", "Outer Dia", "Inner Dia", "Height", "", "Cu"),
+                   row("CONE_LATERAL_AREA", "Base Dia", "Slant Height", "", "", "Sq"),
+                   row("cone_volume", "Base Dia", "Height", "", "", "Cu"),
+                   row("sphere_area", "Diameter", "", "", "", "Sq"),
+                   row("sphere_volume", "Diameter", "", "", "", "Cu"),
+                   row("ellipse_area", "Major Axis", "Minor Axis", "", "", "Sq"),
+                   row("ellipse_volume", "Major Axis", "Minor Axis", "Height", "", "Cu"),
+                   row("hexagon_area", "Side", "", "", "", "Sq"),
+                   row("hexagon_volume", "Side", "Height", "", "", "Cu"),
+                   row("octagon_area", "Side", "", "", "", "Sq"),
+                   row("octagon_volume", "Side", "Height", "", "", "Cu"),
+                   row("regular_polygon_area", "", "", "", "", "Sq"),
+                   row("regular_polygon_volume", "", "", "", "", "Cu"),
+               });
+}
+
+void seed(QSqlDatabase db) {
+    auto list = [&](const QString& table, const QStringList& words) {
+        std::vector<QVariantList> rows;
+        for (const auto& w : words)
+            rows.push_back({w});
+        insertRows(db, table, 1, rows);
+    };
+    // Rates are quoted per 1, 10, 100 ... units of an item.
+    list(QStringLiteral("units"), {QStringLiteral("1"), QStringLiteral("10"), QStringLiteral("100"),
+                                   QStringLiteral("1000")});
+    insertRows(db, QStringLiteral("volarea"), 2,
+               {{QStringLiteral("Area"), QStringLiteral("S ")},
+                {QStringLiteral("Volume"), QStringLiteral("Cu ")},
+                {QStringLiteral("Count"), QStringLiteral("Nos ")},
+                {QStringLiteral("Linear"), QStringLiteral("R ")},
+                {QStringLiteral("Set"), QStringLiteral("Sets")},
+                {QStringLiteral("Lumpsum"), QStringLiteral("Lumpsum")}});
+    list(QStringLiteral("unitlbls"),
+         {QStringLiteral("Nos"), QStringLiteral("Kg"), QStringLiteral("Tonne"),
+          QStringLiteral("Bag"), QStringLiteral("Litre"), QStringLiteral("Cu Mt"),
+          QStringLiteral("Cu ft"), QStringLiteral("S Mt"), QStringLiteral("S ft"),
+          QStringLiteral("R Mt"), QStringLiteral("R ft"), QStringLiteral("Day"),
+          QStringLiteral("Trip"), QStringLiteral("Sets"), QStringLiteral("Lumpsum")});
+    seedShapes(db);
+    // Bar diameters in millimetres as stocked; the weight table is read with the leading
+    // number of the text, so "8 mm" and "8" find the same row.
+    const QList<int> dias{6, 8, 10, 12, 16, 20, 25, 28, 32, 36, 40};
+    QStringList diaText;
+    std::vector<QVariantList> weights;
+    for (int d : dias) {
+        diaText << QStringLiteral("%1 mm").arg(d);
+        // Nominal mass of a round bar of steel at 7850 kg per cubic metre: d^2 / 162.2 kg
+        // per metre, printed to three places as the bar tables give it.
+        const double perMetre = roundHalfEven(double(d) * d / 162.2, 3);
+        const double perFoot = roundHalfEven(perMetre * 0.3048, 3);
+        weights.push_back({QStringLiteral("%1 mm").arg(d), perMetre, perFoot});
+    }
+    list(QStringLiteral("diameter"), diaText);
+    insertRows(db, QStringLiteral("rnfweights"), 3, weights);
+    // The deduction summary is only ever updated, so its one working row comes with the file.
+    run(db, QStringLiteral("insert into dummy_ded_det (tw_bill_num) values (?)"),
+        {QStringLiteral(" ")});
+}
+
+void create(QSqlDatabase db) {
+    for (const auto& table : tables()) {
+        QStringList defs;
+        for (const auto& c : table.columns)
+            defs << QStringLiteral("\"%1\" %2").arg(c.name, c.type);
+        run(db, QStringLiteral("create table \"%1\" (%2)").arg(table.name, defs.join(u", ")));
+    }
+    seed(db);
+}
+
+int userVersion(QSqlDatabase db) {
+    QSqlQuery q(db);
+    if (!q.exec(QStringLiteral("pragma user_version")) || !q.next())
+        throw Error(q.lastError().text());
+    return q.value(0).toInt();
+}
+
+bool hasTables(QSqlDatabase db) {
+    QSqlQuery q(db);
+    if (!q.exec(QStringLiteral("select count(*) from sqlite_master where type='table'")) ||
+        !q.next())
+        throw Error(q.lastError().text());
+    return q.value(0).toInt() > 0;
+}
+
+} // namespace
+
+const std::vector<Table>& tables() {
+    static const std::vector<Table> all = makeTables();
+    return all;
+}
+
+void ensure(QSqlDatabase db) {
+    const int version = userVersion(db);
+    if (version > currentVersion)
+        throw Error(QStringLiteral("The database %1 was written by a newer version of "
+                                   "Tallywright (format %2; this program reads up to %3).")
+                        .arg(db.databaseName())
+                        .arg(version)
+                        .arg(currentVersion));
+    if (version == currentVersion)
+        return;
+    if (!db.transaction())
+        throw Error(db.lastError().text());
+    try {
+        if (version == 0) {
+            if (hasTables(db))
+                throw Error(QStringLiteral("The file %1 is not a Tallywright database.")
+                                .arg(db.databaseName()));
+            create(db);
+        }
+        // Later formats add their steps here: if (version < 2) { ... }
+        run(db, QStringLiteral("pragma user_version = %1").arg(currentVersion));
+    } catch (...) {
+        db.rollback();
+        throw;
+    }
+    if (!db.commit())
+        throw Error(db.lastError().text());
+}
+
+} // namespace tw::schema

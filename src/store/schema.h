@@ -1,0 +1,31 @@
+#pragma once
+// The tables of the store, their column order and the seed rows.
+
+#include <QSqlDatabase>
+#include <QString>
+#include <QStringList>
+
+#include <vector>
+
+namespace tw::schema {
+
+// The version this program writes in PRAGMA user_version.
+constexpr int currentVersion = 1;
+
+struct Column {
+    QString name;
+    QString type; // SQLite declared type
+};
+struct Table {
+    QString name;
+    std::vector<Column> columns;
+};
+
+// Every table in the order it is created, each with its columns in their given order.
+const std::vector<Table>& tables();
+
+// Brings an open database to the current version: creates every table and the seed rows in a
+// new file, upgrades an older one step by step. Throws tw::Error for a newer file.
+void ensure(QSqlDatabase db);
+
+} // namespace tw::schema

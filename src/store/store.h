@@ -1,0 +1,155 @@
+#pragma once
+// The store: one SQLite file, Tallywright.db, in the application folder. Every value reaches
+// SQL as a bound parameter; the only identifiers built at run time are the per-project table
+// names made from an integer key.
+
+#include "values/values.h"
+
+#include <QSqlDatabase>
+#include <QSqlRecord>
+#include <QString>
+#include <QStringList>
+#include <QVariant>
+#include <QVariantList>
+
+#include <functional>
+#include <utility>
+#include <vector>
+
+namespace tw {
+
+// The folder of the running program. Only the CLI's --folder and tests set it.
+class AppFolder {
+public:
+    static QString path();
+    static void set(const QString& dir);
+    static QString file(const QString& name); // path() + "/" + name
+    static QString databasePath();            // the Tallywright.db there
+};
+
+// Messages the core has to show without knowing about widgets (a connection that could not be
+// opened). The desktop program routes them to a message box, the CLI to stderr.
+using MessageSink = std::function<void(const QString& text, const QString& title)>;
+void setMessageSink(MessageSink sink);
+void notify(const QString& text, const QString& title = {});
+
+// One row of a result. Columns are found by name without regard to case, or by position.
+class Row {
+public:
+    Row() = default;
+    explicit Row(QSqlRecord rec) : rec_(std::move(rec)) {}
+    QVariant value(const QString& column) const;
+    QVariant value(int position) const;
+    QVariant operator[](const QString& column) const { return value(column); }
+    QVariant operator[](int position) const { return value(position); }
+    bool isNull(const QString& column) const { return value(column).isNull(); }
+    bool isNull(int position) const { return value(position).isNull(); }
+    // The column as text; a Null gives the empty text (use isNull to tell them apart).
+    QString text(const QString& column) const { return value(column).toString(); }
+    QString text(int position) const { return value(position).toString(); }
+    double number(const QString& column) const { return value(column).toDouble(); }
+    Nullable nullable(const QString& column) const;
+    int count() const { return rec_.count(); }
+    QString columnName(int position) const { return rec_.fieldName(position); }
+    const QSqlRecord& record() const { return rec_; }
+
+private:
+    QSqlRecord rec_;
+};
+using Rows = std::vector<Row>;
+
+// Column values for insert and update, in the order they are given.
+using Values = std::vector<std::pair<QString, QVariant>>;
+
+// The connection a screen owns. Each owner has its own named QSqlDatabase connection to the one
+// file; a statement that fails throws tw::Error with the store's text.
+class ConClass {
+public:
+    ConClass();
+    ~ConClass();
+    ConClass(const ConClass&) = delete;
+    ConClass& operator=(const ConClass&) = delete;
+
+    // Opens (re-opening if open) the application folder's database, creating it with every
+    // table and the seed rows when it is missing. On failure the store's text is shown through
+    // the message sink and the object stays closed; the caller is not told.
+    void conopen();
+    void conclose();
+    bool isOpen() const;
+    // Fills `list` with the project numbers in store order, "Add New" first when mode is empty.
+    // Errors leave the list as far as it got.
+    void contractno(QStringList& list, const QString& mode) const;
+    // Reads twk.cfg into servername, userid and password; a missing file throws.
+    void serverinfo();
+
+    QString servername, userid, password;
+
+    // Queries. `params` are bound in order to the ? of the statement.
+    Rows rows(const QString& sql, const QVariantList& params = {}) const;
+    // The first row, or nullopt when there is none.
+    std::optional<Row> first(const QString& sql, const QVariantList& params = {}) const;
+    // A statement without result rows; gives the number of rows it touched.
+    int exec(const QString& sql, const QVariantList& params = {}) const;
+    // insert into table (columns) values (?...); gives the new rowid.
+    qint64 insert(const QString& table, const Values& values) const;
+    // update table set ... where rowid=?
+    void update(const QString& table, qint64 rowid, const Values& values) const;
+    // delete from table where rowid=?
+    void remove(const QString& table, qint64 rowid) const;
+
+    QSqlDatabase db() const;
+    const QString& connectionName() const { return name_; }
+
+private:
+    QString name_;
+};
+
+// An action's writes: rolled back on destruction unless commit() was called.
+class Transaction {
+public:
+    explicit Transaction(const ConClass& con);
+    ~Transaction();
+    Transaction(const Transaction&) = delete;
+    Transaction& operator=(const Transaction&) = delete;
+    void commit();
+
+private:
+    QSqlDatabase db_;
+    bool open_ = false;
+};
+
+// Program-wide variables shared between screens.
+struct Tallywrightmod {
+    static bool boardopen;
+    static bool importmode;
+    static qint16 analysis_row_index;
+    static QString errnum;
+    static QString errdesc;
+    static QString tablename;
+    static ConClass& con(); // the shared connection, made on first use
+};
+
+// The tw_pkey of a project (trimmed or not, as the caller says); empty when unknown or on error.
+QString FindTableName(const ConClass& con, const QString& contractNum, bool trimNumber = true);
+// The project number of a tw_pkey; empty when unknown.
+QString FindContractNo(const ConClass& con, const QString& pkey);
+
+// After a statement failed (or on a normal way out, with an empty text): stores the error,
+// refreshes the shared connection and, when the store said a table whose name begins Rnf_,
+// Sch_ or Bl_ is missing, runs the recovery statement that makes `tablename` with the columns
+// of Reinforcementmaster. Gives true when that statement ran.
+bool reporttableerror(const QString& errorNumber, const QString& errorText);
+
+// twk.cfg: server name, user id and password, comma-delimited free-format input.
+struct LoginConfig {
+    QString servername, userid, password;
+};
+// nullopt when the file is missing; throws tw::Error when it cannot be read.
+std::optional<LoginConfig> readLoginConfig(const QString& path);
+// Writes the file readable and writable by its owner only.
+void writeLoginConfig(const QString& path, const LoginConfig& cfg);
+// Splits one line of free-format input into its values: a value in double quotes may hold
+// commas and leading blanks, an unquoted one is trimmed.
+QStringList splitFreeFormat(QStringView line);
+
+} // namespace tw

@@ -1,0 +1,365 @@
+#include "values/values.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <string>
+#include <string_view>
+#include <system_error>
+
+// Every number is turned into text and back with <charconv>, never with printf/strtod: Qt sets
+// the C locale from the environment at start-up, and a German locale would print and read a
+// decimal comma.
+
+namespace tw {
+
+Error::Error(const QString& text) : std::runtime_error(text.toStdString()) {}
+
+void Currency::throwOverflow() {
+    throw Error(QStringLiteral("Overflow"));
+}
+
+namespace {
+
+QString overflowText() {
+    return QStringLiteral("Overflow");
+}
+
+// A signed decimal: |value| = digits x 10^exponent, digits being ASCII digits without a leading
+// zero ("0" for zero, which is never negative).
+struct Decimal {
+    bool negative = false;
+    std::string digits = "0";
+    int exponent = 0;
+    bool isZero() const { return digits == "0"; }
+};
+
+void stripLeadingZeros(std::string& s) {
+    const std::size_t first = s.find_first_not_of('0');
+    if (first == std::string::npos)
+        s = "0";
+    else
+        s.erase(0, first);
+}
+
+// A finite v as it prints with 15 significant digits.
+Decimal fifteenDigits(double v) {
+    Decimal d;
+    if (v == 0.0)
+        return d;
+    char buf[40];
+    const auto res = std::to_chars(buf, buf + sizeof buf, v, std::chars_format::scientific, 14);
+    std::string_view s(buf, static_cast<std::size_t>(res.ptr - buf)); // "[-]d.<14 digits>e+XX"
+    if (s.front() == '-') {
+        d.negative = true;
+        s.remove_prefix(1);
+    }
+    const std::size_t e = s.find('e');
+    d.digits = std::string(1, s[0]) + std::string(s.substr(2, e - 2));
+    std::string_view expText = s.substr(e + 1);
+    if (expText.front() == '+')
+        expText.remove_prefix(1);
+    int exp10 = 0;
+    std::from_chars(expText.data(), expText.data() + expText.size(), exp10);
+    d.exponent = exp10 - 14;
+    return d;
+}
+
+enum class Tie { ToEven, AwayFromZero };
+
+// Adds one to a string of digits ("" counts as 0).
+void increment(std::string& digits) {
+    for (auto it = digits.rbegin(); it != digits.rend(); ++it) {
+        if (*it != '9') {
+            ++*it;
+            return;
+        }
+        *it = '0';
+    }
+    digits.insert(digits.begin(), '1');
+}
+
+// d rounded to a whole number of 10^-decimals, exactly, in decimal.
+Decimal roundAt(Decimal d, int decimals, Tie tie) {
+    const int target = -decimals;
+    if (d.isZero() || d.exponent >= target)
+        return d;
+    const auto drop = static_cast<std::size_t>(target - d.exponent);
+    std::string keep;
+    bool up = false;
+    if (drop <= d.digits.size()) {
+        keep = d.digits.substr(0, d.digits.size() - drop);
+        const std::string dropped = d.digits.substr(d.digits.size() - drop);
+        const std::string half = "5" + std::string(drop - 1, '0');
+        const int cmp = dropped.compare(half); // same length, so this compares the values
+        const bool keptOdd = !keep.empty() && (keep.back() - '0') % 2 == 1;
+        up = cmp > 0 || (cmp == 0 && (tie == Tie::AwayFromZero || keptOdd));
+    } // else everything is dropped and it is less than a half of the last kept place
+    if (up)
+        increment(keep);
+    stripLeadingZeros(keep);
+    d.digits = keep;
+    d.exponent = target;
+    if (d.isZero())
+        d.negative = false;
+    return d;
+}
+
+// The digits of d counted in units of 10^-decimals; d must be whole in those units.
+std::string unitsText(const Decimal& d, int decimals) {
+    if (d.isZero())
+        return "0";
+    return d.digits + std::string(static_cast<std::size_t>(d.exponent + decimals), '0');
+}
+
+// The double nearest to d; nullopt when that is beyond the double range.
+std::optional<double> toDouble(const Decimal& d) {
+    const std::string text = (d.negative ? "-" : "") + d.digits + "e" + std::to_string(d.exponent);
+    double v = 0.0;
+    const auto res = std::from_chars(text.data(), text.data() + text.size(), v);
+    if (res.ec != std::errc())
+        return std::nullopt;
+    return v;
+}
+
+// The double nearest to the decimal sign, whole digits and fraction digits (at least one digit
+// between them); nullopt when the whole part is beyond the double range.
+std::optional<double> decimalValue(bool negative, std::string whole, const std::string& fraction) {
+    stripLeadingZeros(whole);
+    const std::string text = whole + (fraction.empty() ? "" : "." + fraction);
+    double v = 0.0;
+    const auto res = std::from_chars(text.data(), text.data() + text.size(), v);
+    if (res.ec == std::errc::result_out_of_range)
+        return whole == "0" ? std::optional<double>(0.0) : std::nullopt; // underflow is zero
+    if (v == 0.0)
+        return 0.0; // never -0
+    return negative ? -v : v;
+}
+
+// The blanks that Val skips: space, tab, carriage return and line feed.
+bool isBlank(QChar c) {
+    return c == u' ' || c == u'\t' || c == u'\r' || c == u'\n';
+}
+
+bool isDigit(QChar c) {
+    return c >= u'0' && c <= u'9';
+}
+
+QString nonFiniteText(double v) {
+    if (std::isnan(v))
+        return QStringLiteral("NaN");
+    return v > 0 ? QStringLiteral("Inf") : QStringLiteral("-Inf");
+}
+
+// The two-decimal formats: a half away from zero, no leading zero, the point always printed;
+// trimmed drops trailing zeros of the decimals ("#.##"), otherwise two are kept (".00").
+QString formatTwoDecimals(double v, bool trimmed) {
+    if (!std::isfinite(v))
+        return nonFiniteText(v);
+    const Decimal r = roundAt(fifteenDigits(v), 2, Tie::AwayFromZero);
+    std::string units = unitsText(r, 2);
+    if (units.size() < 3)
+        units.insert(0, 3 - units.size(), '0');
+    std::string whole = units.substr(0, units.size() - 2);
+    std::string fraction = units.substr(units.size() - 2);
+    stripLeadingZeros(whole);
+    if (whole == "0")
+        whole.clear();
+    if (trimmed) {
+        while (!fraction.empty() && fraction.back() == '0')
+            fraction.pop_back();
+    }
+    return QString::fromLatin1((r.negative ? "-" : "") + whole + "." + fraction);
+}
+
+} // namespace
+
+double leadingNumber(QStringView text) {
+    qsizetype i = 0;
+    const qsizetype n = text.size();
+    while (i < n && isBlank(text[i]))
+        ++i;
+    bool negative = false;
+    if (i < n && (text[i] == u'-' || text[i] == u'+')) {
+        negative = text[i] == u'-';
+        ++i;
+    }
+    std::string whole;
+    std::string fraction;
+    bool point = false;
+    for (; i < n; ++i) {
+        const QChar c = text[i];
+        if (isBlank(c))
+            continue;
+        if (isDigit(c))
+            (point ? fraction : whole) += static_cast<char>(c.unicode());
+        else if (c == u'.' && !point)
+            point = true;
+        else
+            break;
+    }
+    if (whole.empty() && fraction.empty())
+        return 0.0;
+    if (const auto v = decimalValue(negative, whole, fraction))
+        return *v;
+    throw Error(overflowText());
+}
+
+std::optional<double> strictNumber(QStringView text) {
+    qsizetype begin = 0;
+    qsizetype end = text.size();
+    while (begin < end && isBlank(text[begin]))
+        ++begin;
+    while (end > begin && isBlank(text[end - 1]))
+        --end;
+    qsizetype i = begin;
+    bool negative = false;
+    if (i < end && (text[i] == u'-' || text[i] == u'+')) {
+        negative = text[i] == u'-';
+        ++i;
+    }
+    std::string whole;
+    std::string fraction;
+    bool point = false;
+    for (; i < end; ++i) {
+        const QChar c = text[i];
+        if (isDigit(c))
+            (point ? fraction : whole) += static_cast<char>(c.unicode());
+        else if (c == u'.' && !point)
+            point = true;
+        else
+            return std::nullopt;
+    }
+    if (whole.empty() && fraction.empty())
+        return std::nullopt;
+    return decimalValue(negative, whole, fraction);
+}
+
+qint16 toInt16(double v) {
+    if (!std::isfinite(v))
+        throw Error(overflowText());
+    const Decimal r = roundAt(fifteenDigits(v), 0, Tie::ToEven);
+    const std::string units = unitsText(r, 0);
+    if (units.size() > 5)
+        throw Error(overflowText());
+    const int magnitude = std::stoi(units);
+    const int value = r.negative ? -magnitude : magnitude;
+    if (value < std::numeric_limits<qint16>::min() || value > std::numeric_limits<qint16>::max())
+        throw Error(overflowText());
+    return static_cast<qint16>(value);
+}
+
+double round2(double v) {
+    return roundHalfEven(v, 2);
+}
+
+double roundHalfEven(double v, int decimals) {
+    if (!std::isfinite(v))
+        return v;
+    // Beyond these every count gives the same result as the bound, and the exponent
+    // arithmetic stays far from int overflow.
+    decimals = std::clamp(decimals, -400, 400);
+    const Decimal r = roundAt(fifteenDigits(v), decimals, Tie::ToEven);
+    return toDouble(r).value_or(v); // only 15 digits of DBL_MAX pass beyond the range
+}
+
+QString formatHash2(double v) {
+    return formatTwoDecimals(v, true);
+}
+
+QString formatFixed2(double v) {
+    return formatTwoDecimals(v, false);
+}
+
+QString doubleText(double v) {
+    if (!std::isfinite(v))
+        return nonFiniteText(v);
+    Decimal d = fifteenDigits(v);
+    if (d.isZero())
+        return QStringLiteral("0");
+    while (d.digits.size() > 1 && d.digits.back() == '0') {
+        d.digits.pop_back();
+        ++d.exponent;
+    }
+    const int digitCount = static_cast<int>(d.digits.size());
+    const int leading = d.exponent + digitCount - 1; // the power of ten of the first digit
+    std::string out = d.negative ? "-" : "";
+    if (leading < -4 || leading >= 15) {
+        out += d.digits[0];
+        if (digitCount > 1)
+            out += "." + d.digits.substr(1);
+        const std::string e = std::to_string(std::abs(leading));
+        out += std::string("E") + (leading < 0 ? "-" : "+") + (e.size() < 2 ? "0" : "") + e;
+    } else if (d.exponent >= 0) {
+        out += d.digits + std::string(static_cast<std::size_t>(d.exponent), '0');
+    } else {
+        const int before = digitCount + d.exponent; // digits before the point
+        if (before > 0)
+            out += d.digits.substr(0, static_cast<std::size_t>(before)) + "." +
+                   d.digits.substr(static_cast<std::size_t>(before));
+        else
+            out += "0." + std::string(static_cast<std::size_t>(-before), '0') + d.digits;
+    }
+    return QString::fromLatin1(out);
+}
+
+QString dateText(const QDate& d) {
+    if (!d.isValid())
+        return QStringLiteral(" ");
+    return QStringLiteral("%1-%2-%3")
+        .arg(d.day(), 2, 10, QLatin1Char('0'))
+        .arg(d.month(), 2, 10, QLatin1Char('0'))
+        .arg(d.year(), 4, 10, QLatin1Char('0'));
+}
+
+QDate dateFromText(QStringView text) {
+    if (text.size() != 10 || text[2] != u'-' || text[5] != u'-')
+        return {};
+    int parts[3] = {0, 0, 0};
+    const qsizetype starts[3] = {0, 3, 6};
+    const qsizetype lengths[3] = {2, 2, 4};
+    for (int p = 0; p < 3; ++p) {
+        for (qsizetype i = starts[p]; i < starts[p] + lengths[p]; ++i) {
+            if (!isDigit(text[i]))
+                return {};
+            parts[p] = parts[p] * 10 + (text[i].unicode() - u'0');
+        }
+    }
+    const QDate d(parts[2], parts[1], parts[0]);
+    return d.isValid() ? d : QDate();
+}
+
+Currency Currency::fromDouble(double v) {
+    if (!std::isfinite(v))
+        throwOverflow();
+    const Decimal r = roundAt(fifteenDigits(v), 4, Tie::ToEven);
+    const std::string units = unitsText(r, 4);
+    std::uint64_t magnitude = 0;
+    const auto res = std::from_chars(units.data(), units.data() + units.size(), magnitude);
+    if (res.ec != std::errc())
+        throwOverflow();
+    constexpr std::uint64_t maxUnits = std::numeric_limits<std::int64_t>::max();
+    if (magnitude > maxUnits + (r.negative ? 1 : 0))
+        throwOverflow();
+    if (!r.negative)
+        return Currency(static_cast<std::int64_t>(magnitude));
+    if (magnitude == maxUnits + 1)
+        return Currency(std::numeric_limits<std::int64_t>::min());
+    return Currency(-static_cast<std::int64_t>(magnitude));
+}
+
+Nullable operator/(Nullable a, Nullable b) {
+    if (a.isNull() || b.isNull())
+        return {};
+    if (b.value() == 0.0)
+        throw Error(QStringLiteral("Division by zero"));
+    const double q = a.value() / b.value();
+    if (std::isinf(q))
+        throw Error(overflowText());
+    return q;
+}
+
+} // namespace tw

@@ -1,0 +1,169 @@
+#pragma once
+// The numeric and date-text rules every screen and report shares. Figures on a bill must come
+// out the same wherever they are computed, so nothing else in the program rounds, reads or
+// prints a number by its own rules.
+
+#include <QDate>
+#include <QString>
+#include <QStringView>
+#include <QtGlobal>
+
+#include <cstdint>
+#include <optional>
+#include <stdexcept>
+
+namespace tw {
+
+// An error the user is shown as it stands, in a critical box, while the program goes on.
+class Error : public std::runtime_error {
+public:
+    explicit Error(const QString& text);
+    QString text() const { return QString::fromStdString(what()); }
+};
+
+// The leading number of a text: blanks are skipped, digits with at most one point (and an
+// optional sign) are read, anything after ends the number. "1.2.3" is 1.2, "12a" is 12,
+// "" and "abc" are 0.
+// As Val does, blanks (space, tab, CR, LF) are skipped inside the number too: " 1 2.5" is 12.5,
+// "- 5" is -5. Plain decimal only: "1e5" is 1, "&H10" is 0. The result is the double nearest to
+// the digits read, never -0. A whole part beyond the double range throws tw::Error("Overflow").
+double leadingNumber(QStringView text);
+
+// A text that must be a number as a whole; blanks around it are accepted. "" and "12a" are
+// failures (nullopt).
+// The number is an optional sign, then digits with at most one point and at least one digit:
+// "-1.5", "+2", ".5" and "5." are numbers; "-", ".", "1 2", "- 1", "1.2.3" and "1e5" are not,
+// nor is a number beyond the double range. Never -0.
+std::optional<double> strictNumber(QStringView text);
+
+// A 16-bit integer: the nearest whole number, a half going to the even one (11.5 -> 12,
+// 12.5 -> 12). Throws tw::Error("Overflow") outside -32768..32767 (32767.5 overflows,
+// -32768.5 is -32768), and for NaN and infinities. As round2, the half is decided on the
+// value's 15 significant digits.
+qint16 toInt16(double v);
+
+// Rounds to two decimals, a half going to the even digit (2.125 -> 2.12, 0.375 -> 0.38).
+// The decision is taken on the value's 15 significant digits, the way it prints, so that
+// 1.015 is a half and not the binary 1.01499999...
+double round2(double v);
+
+// Rounds to n decimals (0..15), a half going to the even digit, on 15 significant digits.
+// The result is the double nearest to the rounded decimal, so it prints as that decimal;
+// magnitudes of 10^15 and more keep their 15 significant digits. Never -0 (round2(-0.001) is 0).
+// NaN and infinities come back unchanged.
+double roundHalfEven(double v, int decimals);
+
+// "##.##" and "#.##": at most two decimals, a half away from zero, nothing padded, the point
+// always printed: 46.875 -> "46.88", 12.5 -> "12.5", 75 -> "75.", 0.5 -> ".5", 0 -> ".".
+// The half is decided on 15 significant digits (1.005 -> "1.01"). A negative value has a
+// leading "-" ("-.5"); one that rounds to zero prints "." with no sign. No digit grouping.
+// NaN and infinities print as doubleText does.
+QString formatHash2(double v);
+
+// "#####.00" and "####.00": exactly two decimals, a half away from zero, no leading zero:
+// 1234.5 -> "1234.50", 0.5 -> ".50", 0 -> ".00", -0.5 -> "-.50". Otherwise as formatHash2.
+QString formatFixed2(double v);
+
+// The text of a double printed with no format: 15 significant digits, no trailing zeros,
+// a leading zero before the point (0.1 * 3 -> "0.3", 12.0 -> "12", 0.5 -> "0.5").
+// When the first significant digit stands at 10^15 or above, or below 10^-4, the text takes
+// VB's exponent form: "1E+15", "1.5E-07", "1E+100". -0 is "0"; NaN and infinities are "NaN",
+// "Inf" and "-Inf". Independent of the C locale, as every function here.
+QString doubleText(double v);
+
+// dd-MM-yyyy, or one blank for an empty (null) date.
+QString dateText(const QDate& d);
+// The reverse: a dd-MM-yyyy text gives its date, anything else (" " too) a null date. The text
+// must be exactly ten characters, ASCII digits and two "-"; blanks around it make it no date.
+QDate dateFromText(QStringView text);
+
+// Money with four decimals held as a 64-bit integer of ten-thousandths. Every value that
+// passes through it is rounded to that grain, a half to the even digit (decided on the
+// value's 15 significant digits, so 0.1 is 1000 units and ten of them make 1).
+// A result beyond the int64 range throws tw::Error("Overflow"), as do NaN and infinities.
+class Currency {
+public:
+    constexpr Currency() = default;
+    static Currency fromDouble(double v);
+    static constexpr Currency fromUnits(std::int64_t units) { return Currency(units); }
+    constexpr std::int64_t units() const { return units_; }
+    double toDouble() const { return double(units_) / 10000.0; }
+
+    friend constexpr Currency operator+(Currency a, Currency b) {
+        return Currency(sum(a.units_, b.units_));
+    }
+    friend constexpr Currency operator-(Currency a, Currency b) {
+        return Currency(difference(a.units_, b.units_));
+    }
+    // Products and quotients are taken in double and brought back to the grain. Dividing by 0
+    // throws tw::Error("Division by zero").
+    friend Currency operator*(Currency a, double b) { return fromDouble(a.toDouble() * b); }
+    friend Currency operator/(Currency a, double b) {
+        if (b == 0.0)
+            throw Error(QStringLiteral("Division by zero"));
+        return fromDouble(a.toDouble() / b);
+    }
+    Currency& operator+=(Currency o) {
+        units_ = sum(units_, o.units_);
+        return *this;
+    }
+    Currency& operator-=(Currency o) {
+        units_ = difference(units_, o.units_);
+        return *this;
+    }
+    friend constexpr auto operator<=>(Currency, Currency) = default;
+
+private:
+    constexpr explicit Currency(std::int64_t u) : units_(u) {}
+    [[noreturn]] static void throwOverflow();
+    static constexpr std::int64_t kMax = INT64_MAX;
+    static constexpr std::int64_t kMin = INT64_MIN;
+    static constexpr std::int64_t sum(std::int64_t a, std::int64_t b) {
+        if ((b > 0 && a > kMax - b) || (b < 0 && a < kMin - b))
+            throwOverflow();
+        return a + b;
+    }
+    static constexpr std::int64_t difference(std::int64_t a, std::int64_t b) {
+        if ((b < 0 && a > kMax + b) || (b > 0 && a < kMin + b))
+            throwOverflow();
+        return a - b;
+    }
+    std::int64_t units_ = 0;
+};
+
+// A number read from a nullable column. Arithmetic with a Null operand gives Null, so a sum
+// over a missing figure stays missing instead of passing for zero.
+class Nullable {
+public:
+    constexpr Nullable() = default;
+    constexpr Nullable(double v) : v_(v) {} // NOLINT: a plain number is never Null
+    static constexpr Nullable null() { return Nullable(); }
+    constexpr bool isNull() const { return !v_.has_value(); }
+    constexpr double value() const { return *v_; }
+    constexpr double valueOr(double d) const { return v_.value_or(d); }
+
+    friend constexpr Nullable operator+(Nullable a, Nullable b) {
+        return combine(a, b, [](double x, double y) { return x + y; });
+    }
+    friend constexpr Nullable operator-(Nullable a, Nullable b) {
+        return combine(a, b, [](double x, double y) { return x - y; });
+    }
+    friend constexpr Nullable operator*(Nullable a, Nullable b) {
+        return combine(a, b, [](double x, double y) { return x * y; });
+    }
+    // Division by zero is an error the user sees, never an infinity on a bill: a zero divisor
+    // throws tw::Error("Division by zero") (0 / 0 too), a quotient beyond the double range
+    // tw::Error("Overflow"). A Null operand gives Null first, so Null / 0 is Null.
+    friend Nullable operator/(Nullable a, Nullable b);
+    friend constexpr bool operator==(Nullable a, Nullable b) = default;
+
+private:
+    template <class F> static constexpr Nullable combine(Nullable a, Nullable b, F f) {
+        if (a.isNull() || b.isNull())
+            return {};
+        return f(*a.v_, *b.v_);
+    }
+    std::optional<double> v_;
+};
+
+} // namespace tw

@@ -1,0 +1,73 @@
+#include "cli.h"
+#include "support/fixtures.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+namespace {
+struct Result {
+    int code;
+    QString out, err;
+};
+Result run(const QStringList& args) {
+    QString out, err;
+    QTextStream o(&out), e(&err);
+    const int code = cli::run(args, o, e);
+    o.flush();
+    e.flush();
+    return {code, out, err};
+}
+} // namespace
+
+TEST(Cli, InitCreatesTheDatabaseInTheFolderAndSaysWhere) {
+    QTemporaryDir dir;
+    auto r = run({QStringLiteral("--folder"), dir.path(), QStringLiteral("init")});
+    EXPECT_EQ(r.code, 0);
+    const QString db = QDir::toNativeSeparators(dir.filePath(QStringLiteral("Tallywright.db")));
+    EXPECT_EQ(r.out, QStringLiteral("Database created: ") + db + QLatin1Char('\n'));
+    EXPECT_TRUE(r.err.isEmpty());
+    EXPECT_TRUE(QFile::exists(db));
+    r = run({QStringLiteral("--folder"), dir.path(), QStringLiteral("init")});
+    EXPECT_EQ(r.code, 0);
+    EXPECT_EQ(r.out, QStringLiteral("Database ready: ") + db + QLatin1Char('\n'));
+}
+
+TEST(Cli, ErrorsGoToStderrWithANonZeroExit) {
+    QTemporaryDir dir;
+    const struct {
+        QStringList args;
+        int code;
+        const char* err;
+    } cases[] = {
+        {{}, 2, "Usage: tallywright-cli"},
+        {{"frobnicate"}, 2, "tallywright-cli: unknown command frobnicate"},
+        {{"--folder"}, 2, "tallywright-cli: --folder needs a folder"},
+        {{"--folder", dir.filePath("missing"), "init"}, 2, "tallywright-cli: no such folder: "},
+        {{"--fast", "init"}, 2, "tallywright-cli: unknown option --fast"},
+        {{"init", "extra"}, 2, "tallywright-cli: init takes no arguments"},
+    };
+    for (const auto& c : cases) {
+        const auto r = run(c.args);
+        EXPECT_EQ(r.code, c.code) << c.args.join(u' ').toStdString();
+        EXPECT_TRUE(r.err.startsWith(QString::fromLatin1(c.err))) << r.err.toStdString();
+        EXPECT_TRUE(r.out.isEmpty());
+    }
+    // A file that is not ours is refused, and left alone.
+    QFile foreign(dir.filePath(QStringLiteral("Tallywright.db")));
+    ASSERT_TRUE(foreign.open(QIODevice::WriteOnly));
+    foreign.write("not a database at all, just some text that is long enough............");
+    foreign.close();
+    const auto r = run({QStringLiteral("--folder"), dir.path(), QStringLiteral("init")});
+    EXPECT_EQ(r.code, 1);
+    EXPECT_TRUE(r.err.startsWith(QStringLiteral("tallywright-cli: "))) << r.err.toStdString();
+}
+
+TEST(Cli, HelpAndVersion) {
+    auto r = run({QStringLiteral("--help")});
+    EXPECT_EQ(r.code, 0);
+    EXPECT_TRUE(r.out.contains(QStringLiteral("init")));
+    r = run({QStringLiteral("--version")});
+    EXPECT_EQ(r.code, 0);
+    EXPECT_EQ(r.out, QStringLiteral("tallywright-cli %1\n").arg(QStringLiteral(TW_VERSION)));
+}
