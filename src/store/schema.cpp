@@ -1,5 +1,6 @@
 #include "store/schema.h"
 
+#include "store/store.h"
 #include "values/values.h"
 
 #include <QSqlError>
@@ -249,13 +250,7 @@ std::vector<Table> makeTables() {
 }
 
 void run(QSqlDatabase db, const QString& sql, const QVariantList& params = {}) {
-    QSqlQuery q(db);
-    if (!q.prepare(sql))
-        throw Error(q.lastError().text());
-    for (const auto& p : params)
-        q.addBindValue(p);
-    if (!q.exec())
-        throw Error(q.lastError().text());
+    prepared(db, sql, params);
 }
 
 void insertRows(QSqlDatabase db, const QString& table, int columns,
@@ -369,19 +364,9 @@ void create(QSqlDatabase db) {
     seed(db);
 }
 
-int userVersion(QSqlDatabase db) {
-    QSqlQuery q(db);
-    if (!q.exec(QStringLiteral("pragma user_version")) || !q.next())
-        throw Error(q.lastError().text());
-    return q.value(0).toInt();
-}
-
-bool hasTables(QSqlDatabase db) {
-    QSqlQuery q(db);
-    if (!q.exec(QStringLiteral("select count(*) from sqlite_master where type='table'")) ||
-        !q.next())
-        throw Error(q.lastError().text());
-    return q.value(0).toInt() > 0;
+int scalar(QSqlDatabase db, const QString& sql) {
+    QSqlQuery q = prepared(db, sql, {});
+    return q.next() ? q.value(0).toInt() : 0;
 }
 
 } // namespace
@@ -392,7 +377,7 @@ const std::vector<Table>& tables() {
 }
 
 void ensure(QSqlDatabase db) {
-    const int version = userVersion(db);
+    const int version = scalar(db, QStringLiteral("pragma user_version"));
     if (version > currentVersion)
         throw Error(QStringLiteral("The database %1 was written by a newer version of "
                                    "Tallywright (format %2; this program reads up to %3).")
@@ -405,7 +390,7 @@ void ensure(QSqlDatabase db) {
         throw Error(db.lastError().text());
     try {
         if (version == 0) {
-            if (hasTables(db))
+            if (scalar(db, QStringLiteral("select count(*) from sqlite_master")) > 0)
                 throw Error(QStringLiteral("The file %1 is not a Tallywright database.")
                                 .arg(db.databaseName()));
             create(db);

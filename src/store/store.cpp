@@ -77,13 +77,7 @@ Nullable Row::nullable(const QString& column) const {
     return v.toDouble();
 }
 
-// ---- connection ---------------------------------------------------------------------------
-
-namespace {
-QString nextConnectionName() {
-    static std::atomic<int> counter{0};
-    return QStringLiteral("tw%1").arg(++counter);
-}
+// ---- statements ---------------------------------------------------------------------------
 
 QSqlQuery prepared(const QSqlDatabase& db, const QString& sql, const QVariantList& params) {
     if (!db.isOpen())
@@ -97,6 +91,14 @@ QSqlQuery prepared(const QSqlDatabase& db, const QString& sql, const QVariantLis
     if (!q.exec())
         throw Error(q.lastError().text());
     return q;
+}
+
+// ---- connection ---------------------------------------------------------------------------
+
+namespace {
+QString nextConnectionName() {
+    static std::atomic<int> counter{0};
+    return QStringLiteral("tw%1").arg(++counter);
 }
 
 QString quoted(const QString& identifier) {

@@ -6,6 +6,7 @@
 #include "values/values.h"
 
 #include <QSqlDatabase>
+#include <QSqlQuery>
 #include <QSqlRecord>
 #include <QString>
 #include <QStringList>
@@ -117,6 +118,10 @@ private:
     QSqlDatabase db_;
     bool open_ = false;
 };
+
+// Runs one statement on an open database with `params` bound in order to its ?; throws
+// tw::Error with the store's text on failure.
+QSqlQuery prepared(const QSqlDatabase& db, const QString& sql, const QVariantList& params);
 
 // Program-wide variables shared between screens.
 struct Tallywrightmod {
