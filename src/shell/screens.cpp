@@ -1,9 +1,12 @@
 #include "shell/screens.h"
 
+#include "projects/frm_proj.h"
+#include "projects/frm_schentry.h"
 #include "shell/tallyframe.h"
 
 // Every screen the frame can open, by the class name its menu entries and the board use.
 void registerScreens() {
     auto& f = TallyFrame::factories();
-    (void)f;
+    f[QStringLiteral("frm_proj")] = [] { return new frm_proj; };
+    f[QStringLiteral("frm_schentry")] = [] { return new frm_schentry; };
 }

@@ -1,0 +1,67 @@
+#pragma once
+// Schedule of works: the items of one project (Sch_master), each with its unit, category, type
+// of measure and unit rate. The item number alone decides between adding and changing: saving a
+// number the project has already overwrites that item.
+
+#include "ui/kit.h"
+#include "ui/screen.h"
+
+#include <QComboBox>
+#include <QGroupBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTextEdit>
+#include <QTreeWidget>
+
+class frm_schentry : public ui::Screen {
+    Q_OBJECT
+public:
+    explicit frm_schentry(QWidget* parent = nullptr);
+    ~frm_schentry() override;
+
+    QGroupBox* fraSchedule;
+    QComboBox* cmb_projname;
+    QLineEdit* txt_schnum;
+    QTextEdit* RtItmDsc; // its plain text is the item description
+    QComboBox* cmb_category;
+    QComboBox* cmb_volarea;
+    QComboBox* cmb_unitnos;
+    QLabel* unitlbl; // the unit label the type of measure gives ("S ft", "Cu Mt", "Sets")
+    QLineEdit* txtschitemrate;
+    QPushButton* cmd_save_sch;
+    QPushButton* cmd_delete;
+    QTreeWidget* schlist;
+
+    // Columns of schlist.
+    enum Column { SlNo, SchNo, Description, Category, UnitRate, UnitLabel, TypeOfMeasure };
+
+    // Fills the lists and picks the first project.
+    void Form_Load();
+    // Keeps the picked project's number and measure system and lists its items.
+    void cmb_projname_Click();
+    // Lists the items of the kept project in store order.
+    void ReloadList();
+    // Puts the category's rate in the rate field.
+    void cmb_category_Click();
+    // Sets the unit label from the type of measure and the project's measure system.
+    void cmb_volarea_Click();
+    void schlist_Click();
+    // Loads the item of the line into the fields; the stored rate wins over the category's.
+    void schlist_DblClick(QTreeWidgetItem* item);
+    // Checks the fields, then adds the item or overwrites the one with the same number.
+    void cmd_save_sch_clicked();
+    void cmd_delete_clicked();
+
+    // The picked project, as the screen keeps it.
+    const QString& contractNumber() const { return contractNum_; }
+    const QString& measureSystem() const { return units_; }
+
+private:
+    std::optional<tw::Row> findItem(const QString& schNum) const;
+    static void pick(QComboBox* list, const QString& text);
+
+    QString contractNum_;
+    QString units_;
+    int slno_ = 1;
+};
