@@ -1,5 +1,7 @@
 #include "shell/screens.h"
 
+#include "measurements/frm_dims.h"
+#include "measurements/frm_reinforcement.h"
 #include "projects/frm_proj.h"
 #include "projects/frm_schentry.h"
 #include "shell/tallyframe.h"
@@ -9,4 +11,6 @@ void registerScreens() {
     auto& f = TallyFrame::factories();
     f[QStringLiteral("frm_proj")] = [] { return new frm_proj; };
     f[QStringLiteral("frm_schentry")] = [] { return new frm_schentry; };
+    f[QStringLiteral("frm_dims")] = [] { return new frm_dims; };
+    f[QStringLiteral("Frm_Reinforcement")] = [] { return new Frm_Reinforcement; };
 }

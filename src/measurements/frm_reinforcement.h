@@ -1,0 +1,69 @@
+#pragma once
+// Reinforcement entry: the steel schedule of a bill, one line a narration with its bar
+// diameter, number of bars and length per bar, kept in reinforcementmaster. A line is found by
+// project, bill and narration; saving a narration already in the bill overwrites its line.
+
+#include "ui/screen.h"
+
+#include <QComboBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QString>
+#include <QTreeWidget>
+
+#include <optional>
+
+class Frm_Reinforcement : public ui::Screen {
+    Q_OBJECT
+public:
+    explicit Frm_Reinforcement(QWidget* parent = nullptr);
+    ~Frm_Reinforcement() override;
+
+    QComboBox* CmbCntNum; // projects by name
+    QComboBox* CmbBlNo;   // "Add New", then the project's bills; takes typed text
+    QLineEdit* rtb_nrtn;
+    QComboBox* CmbDia; // "Add New", then the known diameters; takes typed text
+    QLineEdit* TxtNos;
+    QLineEdit* TxtMtFt; // feet or metres
+    QLineEdit* TxtCmIn; // inches or centimetres
+    QLineEdit* TxtRmrks;
+    QLabel* LblMtFt; // "Ft" or "Mt": the unit every length rule of the screen goes by
+    QLabel* LblCmIn; // "Ins" or "Cms"
+    QLabel* Label1;  // heading over the two length fields
+    QPushButton* CmdAdd;
+    QPushButton* CmdRem;
+    QPushButton* CmdCancl;
+    QPushButton* CmdSave;
+    QPushButton* CmdExit;
+    QTreeWidget* LstVwRnftDet;
+
+    void CmbCntNum_Click();
+    void CmbBlNo_Click();
+    void CmdAdd_Click();
+    void LstVwRnftDet_ItemClick(QTreeWidgetItem* item);
+    void LstVwRnftDet_DblClick(QTreeWidgetItem* item);
+    void CmdRem_Click();
+    void CmdCancl_Click();
+    void CmdSave_Click();
+    void CmdExit_Click();
+    void CmbBlNo_LostFocus();
+    void CmbDia_LostFocus();
+    void TxtCmIn_LostFocus();
+
+    // Empties the grid and fills it with the lines of the chosen project and the bill in
+    // CmbBlNo, numbered from 1, with each line's length and total length.
+    void Show_Reinforcement();
+
+    const QString& contractNumber() const { return contract; }
+    const QString& measureSystem() const { return units; }
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    std::optional<tw::Row> Find_Reinforcement(const QString& narration) const;
+
+    QString contract; // tw_contract_num of the chosen project
+    QString units;    // its tw_units
+};
