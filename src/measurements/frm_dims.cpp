@@ -12,19 +12,8 @@
 
 namespace {
 
-template <class W> W* named(W* w, const char* name) {
-    w->setObjectName(QString::fromLatin1(name));
-    return w;
-}
-
-// A stored number as the lists show it: no format, no trailing zeros; a Null shows nothing.
-QString numberText(const QVariant& v) {
-    if (v.isNull())
-        return {};
-    bool ok = false;
-    const double d = v.toDouble(&ok);
-    return ok ? tw::doubleText(d) : v.toString();
-}
+using tw::numberText;
+using ui::named;
 
 // Whether one more typed character fits in `limit`; the selection is replaced by the key.
 bool typedRoom(const QLineEdit& f, int limit) {

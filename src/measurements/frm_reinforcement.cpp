@@ -13,18 +13,8 @@
 
 namespace {
 
-template <class W> W* named(W* w, const char* name) {
-    w->setObjectName(QString::fromLatin1(name));
-    return w;
-}
-
-QString numberText(const QVariant& v) {
-    if (v.isNull())
-        return {};
-    bool ok = false;
-    const double d = v.toDouble(&ok);
-    return ok ? tw::doubleText(d) : v.toString();
-}
+using tw::numberText;
+using ui::named;
 
 const QString addNew = QStringLiteral("Add New");
 

@@ -12,15 +12,7 @@
 
 namespace {
 
-// A number column shown as text: printed as the number it is, so 12.5 reads "12.5" whether the
-// store gave it back as a double or as an integer.
-QString numberText(const QVariant& v) {
-    if (v.isNull())
-        return {};
-    bool isNumber = false;
-    const double d = v.toDouble(&isNumber);
-    return isNumber ? tw::doubleText(d) : v.toString();
-}
+using tw::numberText;
 
 QComboBox* list(QWidget* parent, const char* name) {
     auto* c = new QComboBox(parent);

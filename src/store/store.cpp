@@ -93,6 +93,14 @@ QSqlQuery prepared(const QSqlDatabase& db, const QString& sql, const QVariantLis
     return q;
 }
 
+QString numberText(const QVariant& v) {
+    if (v.isNull())
+        return {};
+    bool isNumber = false;
+    const double d = v.toDouble(&isNumber);
+    return isNumber ? doubleText(d) : v.toString();
+}
+
 // ---- connection ---------------------------------------------------------------------------
 
 namespace {

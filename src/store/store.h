@@ -59,6 +59,11 @@ private:
 };
 using Rows = std::vector<Row>;
 
+// A stored number as the lists show it: printed with no format (12.5 reads "12.5" whether the
+// store gave back a double or an integer); a Null shows nothing, a text that is no number as
+// it stands.
+QString numberText(const QVariant& v);
+
 // Column values for insert and update, in the order they are given.
 using Values = std::vector<std::pair<QString, QVariant>>;
 

@@ -111,6 +111,12 @@ public:
     BusyCursor& operator=(const BusyCursor&) = delete;
 };
 
+// Gives a control its name, so screens can build and name it in one expression.
+template <class W> W* named(W* w, const char* name) {
+    w->setObjectName(QString::fromLatin1(name));
+    return w;
+}
+
 // Makes the core's notices (a connection that could not open) show as plain message boxes.
 void installMessageSink();
 
