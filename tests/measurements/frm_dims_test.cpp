@@ -97,13 +97,7 @@ protected:
     tw::Rows lines() {
         return db().rows(QStringLiteral("select * from BillMaster order by tw_recordkey"));
     }
-    QStringList listRow(int i) {
-        QStringList cells;
-        const auto* it = w->dimlist->topLevelItem(i);
-        for (int col = 0; it && col < w->dimlist->columnCount(); ++col)
-            cells << it->text(col);
-        return cells;
-    }
+    QStringList listRow(int i) { return twtest::rowCells(w->dimlist, i); }
     void doubleClickLine(int i) {
         auto* it = w->dimlist->topLevelItem(i);
         ASSERT_NE(it, nullptr);

@@ -67,13 +67,7 @@ protected:
     tw::Rows stored() {
         return db().rows(QStringLiteral("select * from reinforcementmaster order by rowid"));
     }
-    QStringList gridRow(int i) {
-        QStringList cells;
-        const auto* it = w->LstVwRnftDet->topLevelItem(i);
-        for (int col = 0; it && col < w->LstVwRnftDet->columnCount(); ++col)
-            cells << it->text(col);
-        return cells;
-    }
+    QStringList gridRow(int i) { return twtest::rowCells(w->LstVwRnftDet, i); }
     void clickRow(int i) {
         auto* it = w->LstVwRnftDet->topLevelItem(i);
         ASSERT_NE(it, nullptr);

@@ -16,6 +16,14 @@ std::vector<QString> Messages::texts() const {
     return out;
 }
 
+QStringList rowCells(const QTreeWidget* list, int row) {
+    QStringList cells;
+    const auto* it = list->topLevelItem(row);
+    for (int col = 0; it && col < list->columnCount(); ++col)
+        cells << it->text(col);
+    return cells;
+}
+
 void installScriptedMessages() {
     ui::setMessageHandler([](const ui::ShownMessage& m) {
         auto& s = messages();

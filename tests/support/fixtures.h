@@ -6,6 +6,7 @@
 #include "ui/kit.h"
 
 #include <QTemporaryDir>
+#include <QTreeWidget>
 #include <gtest/gtest.h>
 
 #include <deque>
@@ -36,6 +37,9 @@ struct Messages {
     std::vector<QString> texts() const;
 };
 Messages& messages();
+
+// The texts of row `row` of a report list, column by column; empty past the last row.
+QStringList rowCells(const QTreeWidget* list, int row);
 
 // A new, empty application folder with a new database in it; twk.cfg is not written.
 class AppFolderTest : public ::testing::Test {
