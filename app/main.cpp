@@ -7,7 +7,6 @@
 #include "ui/kit.h"
 
 #include <QApplication>
-#include <QFile>
 
 #include <memory>
 
@@ -15,15 +14,21 @@ int main(int argc, char** argv) {
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Tallywright"));
     QApplication::setApplicationVersion(QStringLiteral(TW_VERSION));
-    ui::installMessageSink();
+    QApplication::setWindowIcon(productMark());
     // The splash is not a main window to Qt, so the hand-over from the login would end the
     // program; each window says itself when the program ends.
     QApplication::setQuitOnLastWindowClosed(false);
 
-    if (!claimSingleInstance())
+    switch (claimSingleInstance()) {
+    case Claim::Only:
+        break;
+    case Claim::Running:
+        return 0; // the copy that runs is the one to use
+    case Claim::Failed:
+        return 1;
+    }
+    if (!prepareLoginConfig())
         return 0;
-    if (!QFile::exists(tw::AppFolder::file(QStringLiteral("twk.cfg"))))
-        runFirstRunDialog();
 
     auto* login = new LoginForm;
     login->setAttribute(Qt::WA_DeleteOnClose);

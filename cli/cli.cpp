@@ -1,54 +1,68 @@
 #include "cli.h"
 
+#include "command.h"
 #include "store/store.h"
 
-#include <QDir>
 #include <QFileInfo>
 
 namespace cli {
 namespace {
 
-const char* usage = "Usage: tallywright-cli [--folder DIR] COMMAND\n"
-                    "\n"
-                    "Works on the Tallywright database (Tallywright.db) of an application\n"
-                    "folder: by default the folder of this program.\n"
-                    "\n"
-                    "Commands:\n"
-                    "  init        create the database with every table and the seed rows\n"
-                    "              (an existing one is checked and left as it is)\n"
-                    "\n"
-                    "Options:\n"
-                    "  --folder DIR  the application folder to work on\n"
-                    "  --help        show this text\n"
-                    "  --version     show the version\n";
-
-int init(QTextStream& out, QTextStream& err) {
-    const QString path = tw::AppFolder::databasePath();
-    const bool existed = QFileInfo::exists(path);
-    QString failure;
-    tw::setMessageSink([&](const QString& text, const QString&) { failure = text; });
-    tw::ConClass con;
-    con.conopen();
-    tw::setMessageSink({});
-    if (!con.isOpen()) {
-        err << "tallywright-cli: "
-            << (failure.isEmpty() ? QStringLiteral("cannot open ") + path : failure) << Qt::endl;
-        return 1;
-    }
-    con.conclose();
-    out << (existed ? "Database ready: " : "Database created: ") << QDir::toNativeSeparators(path)
-        << Qt::endl;
-    return 0;
+std::vector<std::unique_ptr<Command>> commands() {
+    std::vector<std::unique_ptr<Command>> all;
+    all.push_back(makeInit());
+    all.push_back(makeBackup());
+    all.push_back(makeBackups());
+    all.push_back(makeRestore());
+    return all;
 }
+
+QString usage(const std::vector<std::unique_ptr<Command>>& all) {
+    QString text = QStringLiteral("Usage: tallywright-cli [--folder DIR] COMMAND\n"
+                                  "\n"
+                                  "Works on the Tallywright database (Tallywright.db) of an "
+                                  "application\nfolder: by default the folder of this program.\n"
+                                  "\nCommands:\n");
+    for (const auto& c : all) {
+        const QString head = (c->name() + u' ' + c->synopsis()).trimmed();
+        const QStringList lines = c->summary().split(u'\n');
+        text += QStringLiteral("  %1  %2\n").arg(head, -20).arg(lines.first());
+        for (qsizetype i = 1; i < lines.size(); ++i)
+            text += QStringLiteral("  %1  %2\n").arg(QString(), -20).arg(lines[i]);
+    }
+    text += QStringLiteral("\nOptions:\n"
+                           "  --folder DIR  the application folder to work on\n"
+                           "  --help        show this text\n"
+                           "  --version     show the version\n");
+    return text;
+}
+
+// Messages of the core go to stderr with their titles; questions take their first button.
+class StreamMessenger : public tw::Messenger {
+public:
+    explicit StreamMessenger(QTextStream& err) : err_(err) {}
+
+protected:
+    tw::Answer show(const tw::Message& m) override {
+        err_ << m.title << ": " << m.text << Qt::endl;
+        return tw::buttonsOf(m.flags) == tw::YesNo ? tw::Answer::Yes : tw::Answer::Ok;
+    }
+
+private:
+    QTextStream& err_;
+};
 
 } // namespace
 
 int run(const QStringList& args, QTextStream& out, QTextStream& err) {
+    const auto all = commands();
     QStringList rest;
-    for (qsizetype i = 0; i < args.size(); ++i) {
+    qsizetype i = 0;
+    // Options stand before the command; what follows the command is its own.
+    for (; i < args.size(); ++i) {
         const QString& a = args[i];
         if (a == QLatin1String("--help") || a == QLatin1String("-h")) {
-            out << usage;
+            out << usage(all);
             return 0;
         }
         if (a == QLatin1String("--version")) {
@@ -72,25 +86,30 @@ int run(const QStringList& args, QTextStream& out, QTextStream& err) {
             err << "tallywright-cli: unknown option " << a << Qt::endl;
             return 2;
         }
-        rest << a;
+        break;
     }
-    if (rest.isEmpty()) {
-        err << usage;
+    if (i >= args.size()) {
+        err << usage(all);
         return 2;
     }
-    const QString command = rest.takeFirst();
-    try {
-        if (command == QLatin1String("init") && rest.isEmpty())
-            return init(out, err);
-        if (command == QLatin1String("init")) {
-            err << "tallywright-cli: init takes no arguments" << Qt::endl;
+    const QString name = args[i];
+    const QStringList commandArgs = args.mid(i + 1);
+    for (const auto& c : all) {
+        if (c->name() != name)
+            continue;
+        StreamMessenger messages(err);
+        Context ctx{out, err, messages};
+        try {
+            return c->run(commandArgs, ctx);
+        } catch (const UsageError& e) {
+            err << "tallywright-cli: " << e.text() << Qt::endl;
             return 2;
+        } catch (const tw::Error& e) {
+            err << "tallywright-cli: " << e.text() << Qt::endl;
+            return 1;
         }
-    } catch (const tw::Error& e) {
-        err << "tallywright-cli: " << e.text() << Qt::endl;
-        return 1;
     }
-    err << "tallywright-cli: unknown command " << command << Qt::endl;
+    err << "tallywright-cli: unknown command " << name << Qt::endl;
     return 2;
 }
 

@@ -5,7 +5,8 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 packages=(cmake ninja-build ccache g++ pkg-config
-          qt6-base-dev libqt6sql6-sqlite libgl-dev libgtest-dev)
+          qt6-base-dev libqt6sql6-sqlite libgl-dev libgtest-dev libkainjow-mustache-dev
+          libsqlite3-dev)
 
 missing=()
 for p in "${packages[@]}"; do

@@ -29,7 +29,8 @@ double over(double x, double divisor) {
     return x / divisor;
 }
 
-// Squares, cubes and roots are powers, as the formula table says.
+// Squares, cubes and roots are taken as powers (pow), not as products: the route decides the
+// last places of the double, and a stored total must not move when a line is saved again.
 double sq(double x) {
     return std::pow(x, 2.0);
 }
@@ -43,8 +44,9 @@ double root(double x) {
 }
 
 // The rectangle shapes turn each length into its printed text (15 significant digits) and read
-// it back before multiplying. For lengths the screen can produce this changes nothing visible;
-// it is kept because the formula table says so.
+// it back before multiplying, so that a length made of a whole and a fractional part is the
+// 15-digit decimal it prints as. For lengths the screen can produce this changes nothing after
+// rounding to two places.
 double viaText(double v) {
     if (const auto back = strictNumber(doubleText(v)))
         return *back;
@@ -61,7 +63,7 @@ struct Formula {
     double (*eval)(const Operands&);
 };
 
-// The thirty names of the formula table, in its order. Each expression is evaluated in the
+// The thirty shapes, in alphabetical order of their names. Each expression is evaluated in the
 // order written, left to right; do not tidy: the route of each formula decides the last
 // places of the double.
 const Formula kFormulas[] = {
@@ -182,9 +184,9 @@ double Cal_Values(const QString& units, const QString& shape, Dims& dims) {
         o.V = 1;
         o.L = 1;
     }
-    // Any other text: the divisors stay 0 and every shape with a divisor fails as a division
-    // by zero. (The original kept the lengths of its last call here; since every formula that
-    // reads a length also divides, the lengths can't show, and this routine keeps no state.)
+    // Any other text: the lengths and divisors stay 0 and every shape with a divisor fails as a
+    // division by zero. Every formula that reads a length also divides, so no length of an
+    // unknown system can reach a result.
     o.a = len[0];
     o.b = len[1];
     o.c = len[2];

@@ -29,10 +29,10 @@ struct Dims {
 // the caller stores the rewritten value. Calling again with the rewritten parts gives the same
 // result and leaves them as they are.
 //
-// shape is tw_shape. `Count` matches only as written; the other 29 names of the formula table
-// match without regard to case. A name that matches nothing gives 0. `Count`, `linear` and
-// `lumpsum` give dims.whole[0] as entered (the fractional part is dropped);
-// `regular_polygon_area` and `regular_polygon_volume` give 0.
+// shape is tw_shape. `Count` matches only as written; the other 29 names match without regard
+// to case. A name that matches nothing gives 0. `Count`, `linear` and `lumpsum` give
+// dims.whole[0] as entered (the fractional part is dropped); `regular_polygon_area` and
+// `regular_polygon_volume` give 0.
 //
 // Throws tw::Error("Division by zero") for a shape with a divisor when units is neither "Feet"
 // nor "Metre"; tw::Error("Invalid procedure call or argument") for a triangle whose sides can't

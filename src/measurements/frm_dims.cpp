@@ -7,8 +7,9 @@
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
-#include <QHeaderView>
 #include <QVBoxLayout>
+
+#include <algorithm>
 
 namespace {
 
@@ -30,9 +31,9 @@ void limitTyping(QLineEdit* f, int limit) {
     });
 }
 
-const QString findLineSql = QStringLiteral(
-    "select rowid, * from BillMaster where (tw_contract_num=?) and (tw_bill_num=?) and "
-    "(tw_sch_num =?) and (tw_item_narration=?)");
+// A measurement line is known by its project, bill, schedule item and narration.
+const QString lineKey = QStringLiteral(
+    "(tw_contract_num=?) and (tw_bill_num=?) and (tw_sch_num=?) and (tw_item_narration=?)");
 
 } // namespace
 
@@ -53,7 +54,7 @@ frm_dims::frm_dims(QWidget* parent) : ui::Screen(parent) {
     Lst_Schd = named(new QTreeWidget(this), "Lst_Schd");
     ui::setupListView(Lst_Schd, {tr("Sch No"), tr("Schedule Description")});
     Lst_Schd->setToolTip(tr("Click to Select"));
-    Lst_Schd->setColumnWidth(0, 70);
+    ui::fitColumns(Lst_Schd);
     rt_sch_item = named(new QPlainTextEdit(this), "rt_sch_item");
     rt_sch_item->setReadOnly(true);
     rt_sch_item->setTabChangesFocus(true);
@@ -92,17 +93,11 @@ frm_dims::frm_dims(QWidget* parent) : ui::Screen(parent) {
     cmd_mes_save = named(new QPushButton(tr("&Save"), this), "cmd_mes_save");
     cmd_mes_save->setToolTip(tr("Save Measurement"));
     cmd_delete = named(new QPushButton(tr("X"), this), "cmd_delete");
-    cmd_delete->setFixedWidth(cmd_delete->sizeHint().height() * 3 / 2);
     dimlist = named(new QTreeWidget(this), "dimlist");
     ui::setupListView(dimlist, {tr("Sch No"), tr("Narration"), tr("Shape"), tr("Dim1"), tr("Dim2"),
                                 tr("Dim3"), tr("Dim4"), tr("Qty"), tr("Dedn")});
     dimlist->setToolTip(tr("Double click to modify"));
-    dimlist->header()->setStretchLastSection(false);
-    dimlist->header()->setSectionResizeMode(1, QHeaderView::Stretch);
-    dimlist->setColumnWidth(0, 70);
-    dimlist->setColumnWidth(2, 150);
-    for (int c = 3; c <= 8; ++c)
-        dimlist->setColumnWidth(c, 64);
+    ui::fitColumns(dimlist);
 
     // The whole parts take four digits, the fractional parts three. The limit holds for what
     // is typed or pasted; a line taken back from the list for editing comes in whole.
@@ -143,12 +138,14 @@ frm_dims::frm_dims(QWidget* parent) : ui::Screen(parent) {
     top->setColumnStretch(1, 3);
     top->setColumnStretch(3, 1);
 
-    auto* schBox = new QGridLayout;
-    schBox->addWidget(Lst_Schd, 0, 0, 2, 1);
-    schBox->addWidget(new QLabel(tr("Selected Schedule Item"), this), 0, 1);
-    schBox->addWidget(rt_sch_item, 1, 1);
-    schBox->setColumnStretch(0, 3);
-    schBox->setColumnStretch(1, 2);
+    // The schedule to pick from stands beside the line being measured, the lines of the bill
+    // below both, so that the screen fits a small display without scrolling.
+    auto* schBox = new QVBoxLayout;
+    schBox->addWidget(Lst_Schd, 1);
+    schBox->addWidget(new QLabel(tr("Selected Schedule Item"), this));
+    schBox->addWidget(rt_sch_item);
+    rt_sch_item->setFixedHeight(std::max(rt_sch_item->minimumSizeHint().height(),
+                                         rt_sch_item->fontMetrics().lineSpacing() * 3 + 12));
 
     auto* line = new QGroupBox(tr("Measurement"), this);
     auto* lineGrid = new QGridLayout(line);
@@ -178,39 +175,43 @@ frm_dims::frm_dims(QWidget* parent) : ui::Screen(parent) {
     lineGrid->addLayout(buttons, 7, 0, 1, 7);
     lineGrid->setColumnStretch(5, 1);
 
+    auto* middle = new QHBoxLayout;
+    middle->addLayout(schBox, 1);
+    middle->addWidget(line);
+
     auto* box = new QVBoxLayout(this);
     box->addLayout(top);
-    box->addLayout(schBox, 2);
-    box->addWidget(line);
-    box->addWidget(dimlist, 3);
+    box->addLayout(middle);
+    box->addWidget(dimlist, 1);
 
     // Tab order follows the screen from top to bottom, each pair whole part first.
     QList<QWidget*> order{cmb_proj_name, cmb_bill_num, Lst_Schd, txt_narration, cmb_shape};
     for (int i = 0; i < 4; ++i)
         order << whole_[i] << frac_[i];
     order << txt_qty << cmbbillded << cmd_mes_save << cmd_delete << dimlist;
-    for (qsizetype i = 0; i + 1 < order.size(); ++i)
-        setTabOrder(order[i], order[i + 1]);
+    ui::tabOrder(order);
     rt_sch_item->setFocusPolicy(Qt::ClickFocus);
-    resize(900, 680);
+    // Room for a dozen lines of the bill, within what a 1366x768 display leaves a child screen.
+    resize(QSize(980, 580).expandedTo(minimumSizeHint()));
 
     // ---- events ----
     connect(cmb_proj_name, &QComboBox::activated, this,
-            ui::guarded([this] { cmb_proj_name_Click(); }));
+            ui::guarded([this] { cmb_proj_name_activated(); }));
     connect(cmb_bill_num, &QComboBox::activated, this,
-            ui::guarded([this] { cmb_bill_num_Click(); }));
-    connect(Lst_Schd, &QTreeWidget::itemClicked, this, ui::guarded([this] { Lst_Schd_Click(); }));
+            ui::guarded([this] { cmb_bill_num_activated(); }));
+    connect(Lst_Schd, &QTreeWidget::itemClicked, this,
+            ui::guarded([this] { Lst_Schd_itemClicked(); }));
     // Moving through the schedule with the keys picks the item as a click would.
     connect(Lst_Schd, &QTreeWidget::itemSelectionChanged, this,
-            ui::guarded([this] { Lst_Schd_Click(); }));
-    connect(cmb_shape, &QComboBox::currentIndexChanged, this,
-            ui::guarded([this] { cmb_shape_Click(); }));
+            ui::guarded([this] { Lst_Schd_itemClicked(); }));
+    connect(cmb_shape, &QComboBox::activated, this, ui::guarded([this] { cmb_shape_activated(); }));
     connect(cmd_mes_save, &QPushButton::clicked, this,
-            ui::guarded([this] { cmd_mes_save_Click(); }));
-    connect(dimlist, &QTreeWidget::itemClicked, this, ui::guarded([this] { dimlist_Click(); }));
+            ui::guarded([this] { cmd_mes_save_clicked(); }));
+    connect(dimlist, &QTreeWidget::itemClicked, this,
+            ui::guarded([this] { dimlist_itemClicked(); }));
     connect(dimlist, &QTreeWidget::itemDoubleClicked, this,
-            ui::guarded([this] { dimlist_DblClick(); }));
-    connect(cmd_delete, &QPushButton::clicked, this, ui::guarded([this] { cmd_delete_Click(); }));
+            ui::guarded([this] { dimlist_itemDoubleClicked(); }));
+    connect(cmd_delete, &QPushButton::clicked, this, ui::guarded([this] { cmd_delete_clicked(); }));
 
     // ---- opening ----
     ui::guard([this] {
@@ -220,8 +221,8 @@ frm_dims::frm_dims(QWidget* parent) : ui::Screen(parent) {
             cmb_proj_name->addItem(r.text(QStringLiteral("tw_contract_name")));
         // No project is chosen until the user picks one.
         cmb_proj_name->setCurrentIndex(-1);
-        const QSignalBlocker quiet(cmb_shape);
-        for (const auto& r : con.rows(QStringLiteral("select * from shapes")))
+        // The shapes in the order of their table.
+        for (const auto& r : con.keyed(QStringLiteral("shapes")))
             cmb_shape->addItem(r.text(QStringLiteral("tw_Shape")));
     });
     ui::guard([this] { selectShape(0); });
@@ -233,18 +234,16 @@ frm_dims::~frm_dims() {
     con.conclose();
 }
 
-// The shape list always changes through here, so that choosing the shape already shown still
-// sets the labels and the fields it asks for.
+// The screen's own choice of a shape sets the labels and the fields it asks for, as a pick by
+// the user does, also when that shape is already shown.
 void frm_dims::selectShape(int index) {
     if (cmb_shape->count() == 0)
         return;
-    if (cmb_shape->currentIndex() == index)
-        cmb_shape_Click();
-    else
-        cmb_shape->setCurrentIndex(index);
+    cmb_shape->setCurrentIndex(index);
+    cmb_shape_activated();
 }
 
-void frm_dims::cmb_proj_name_Click() {
+void frm_dims::cmb_proj_name_activated() {
     const auto project =
         con.first(QStringLiteral("select * from contractmaster where tw_contract_name=?"),
                   {cmb_proj_name->currentText()});
@@ -267,6 +266,7 @@ void frm_dims::cmb_proj_name_Click() {
          con.rows(QStringLiteral("select * from sch_master where tw_contract_num=?"), {contract}))
         ui::addListRow(Lst_Schd, {r.text(QStringLiteral("tw_sch_num")),
                                   r.text(QStringLiteral("tw_item_desc"))});
+    ui::fitColumns(Lst_Schd);
 
     dimlist->clear();
     rt_sch_item->clear();
@@ -278,30 +278,29 @@ void frm_dims::cmb_proj_name_Click() {
         l->setText(metre ? tr("CMs") : tr("Inches"));
 }
 
-void frm_dims::cmb_bill_num_Click() {
+void frm_dims::cmb_bill_num_activated() {
     Show_Measurements();
     cmd_delete->setEnabled(false);
 }
 
-void frm_dims::Lst_Schd_Click() {
+void frm_dims::Lst_Schd_itemClicked() {
     if (Lst_Schd->topLevelItemCount() == 0)
         return;
-    const QTreeWidgetItem* item = Lst_Schd->currentItem();
-    if (!item || !item->isSelected())
+    const QTreeWidgetItem* item = Lst_Schd->topLevelItem(ui::selectedRow(Lst_Schd));
+    if (!item)
         return;
     rt_sch_item->setPlainText(item->text(1));
     sch = item->text(0);
 }
 
-void frm_dims::cmb_shape_Click() {
+void frm_dims::cmb_shape_activated() {
     for (auto* l : lbldim_)
         l->clear();
     const QString shape = cmb_shape->currentText();
     if (shape.isEmpty())
         return;
     // The captions stand in the second to fifth columns of the shape's row.
-    if (const auto r =
-            con.first(QStringLiteral("Select * from shapes where tw_shape=? "), {shape})) {
+    if (const auto r = con.find(QStringLiteral("shapes"), QStringLiteral("tw_shape=?"), {shape})) {
         for (int i = 0; i < 4; ++i) {
             const QString caption = r->text(1 + i);
             if (!caption.isEmpty())
@@ -321,49 +320,42 @@ void frm_dims::cmb_shape_Click() {
 }
 
 std::optional<tw::Row> frm_dims::Find_Line(const QString& schNum, const QString& narration) const {
-    return con.first(findLineSql, {contract, cmb_bill_num->currentText(), schNum, narration});
+    return con.find(QStringLiteral("BillMaster"), lineKey,
+                    {contract, cmb_bill_num->currentText(), schNum, narration});
 }
 
-void frm_dims::cmd_mes_save_Click() {
-    auto refuse = [](const QString& text, QWidget* field) {
-        ui::MsgBox(text, ui::Information);
-        field->setFocus();
-    };
+void frm_dims::cmd_mes_save_clicked() {
     // Inches run to 11; a metre's fractional digits have no such limit.
     if (units == QLatin1String("Feet")) {
         for (auto* f : frac_) {
             if (tw::leadingNumber(f->text()) >= 12) {
-                refuse(tr("Inches can not be equal to or greater than 12"), f);
+                ui::refuse(f, tr("Inches can not be equal to or greater than 12"));
                 return;
             }
         }
     }
     if (cmb_bill_num->currentText().isEmpty()) {
-        ui::MsgBox(tr("Please Enter the Bill Number"));
-        cmb_bill_num->setFocus();
+        ui::refuse(cmb_bill_num, tr("Please Enter the Bill Number"), ui::Ok);
         return;
     }
     if (rt_sch_item->toPlainText().isEmpty()) {
-        ui::MsgBox(tr("Please Select the Schedule Item "));
-        rt_sch_item->setFocus();
+        ui::refuse(rt_sch_item, tr("Please Select the Schedule Item "), ui::Ok);
         return;
     }
     if (txt_narration->text().isEmpty()) {
-        ui::MsgBox(tr("Please Enter the Narration"));
-        txt_narration->setFocus();
+        ui::refuse(txt_narration, tr("Please Enter the Narration"), ui::Ok);
         return;
     }
     if (txt_qty->text().isEmpty()) {
-        ui::MsgBox(tr("Please Enter the Qty"));
-        txt_qty->setFocus();
+        ui::refuse(txt_qty, tr("Please Enter the Qty"), ui::Ok);
         return;
     }
     // A blank whole part is never allowed; a blank fractional part reads as none, and is
     // filled in as each pair passes, even when a later pair then fails.
     for (int i = 0; i < 4; ++i) {
         if (whole_[i]->isEnabled() && whole_[i]->text().isEmpty()) {
-            ui::MsgBox(tr("Please Enter the") + u' ' + lbldim_[i]->text() + tr(" feet"));
-            whole_[i]->setFocus();
+            ui::refuse(whole_[i], tr("Please Enter the") + u' ' + lbldim_[i]->text() + tr(" feet"),
+                       ui::Ok);
             return;
         }
         if (frac_[i]->isEnabled() && frac_[i]->text().isEmpty())
@@ -404,7 +396,7 @@ void frm_dims::cmd_mes_save_Click() {
 
         if (const auto found = Find_Line(sch, narration)) {
             v.insert(v.begin(), {QStringLiteral("tw_item_narration"), narration});
-            con.update(QStringLiteral("BillMaster"), found->value(0).toLongLong(), v);
+            con.update(QStringLiteral("BillMaster"), found->id(), v);
         } else {
             v.insert(v.begin(), {{QStringLiteral("tw_contract_num"), contract},
                                  {QStringLiteral("tw_bill_num"), bill},
@@ -445,13 +437,14 @@ void frm_dims::Show_Measurements() {
                                                                    : QStringLiteral("NO"));
         ui::addListRow(dimlist, cells);
     }
+    ui::fitColumns(dimlist);
 }
 
-void frm_dims::dimlist_Click() {
+void frm_dims::dimlist_itemClicked() {
     cmd_delete->setEnabled(dimlist->topLevelItemCount() > 0);
 }
 
-void frm_dims::dimlist_DblClick() {
+void frm_dims::dimlist_itemDoubleClicked() {
     if (dimlist->topLevelItemCount() == 0) {
         cmd_delete->setEnabled(false);
         return;
@@ -486,9 +479,9 @@ void frm_dims::dimlist_DblClick() {
     }
 }
 
-void frm_dims::cmd_delete_Click() {
-    const QTreeWidgetItem* row = dimlist->currentItem();
-    if (dimlist->topLevelItemCount() == 0 || !row || !row->isSelected()) {
+void frm_dims::cmd_delete_clicked() {
+    const QTreeWidgetItem* row = dimlist->topLevelItem(ui::selectedRow(dimlist));
+    if (!row) {
         ui::MsgBox(tr("No item selected"), ui::Information);
         cmd_delete->setEnabled(false);
         return;
@@ -496,7 +489,7 @@ void frm_dims::cmd_delete_Click() {
     if (ui::MsgBox(tr("You are Deleting : ") + row->text(1), ui::OkCancel) == ui::Answer::Ok) {
         tw::Transaction tx(con);
         if (const auto found = Find_Line(row->text(0), row->text(1)))
-            con.remove(QStringLiteral("BillMaster"), found->value(0).toLongLong());
+            con.remove(QStringLiteral("BillMaster"), found->id());
         tx.commit();
     }
     Show_Measurements();

@@ -54,20 +54,20 @@ public:
     QPushButton* cmd_delete;
     QTreeWidget* dimlist;
 
-    void cmb_proj_name_Click();
-    void cmb_bill_num_Click();
-    void Lst_Schd_Click();
-    void cmb_shape_Click();
-    void cmd_mes_save_Click();
-    void dimlist_Click();
-    void dimlist_DblClick();
-    void cmd_delete_Click();
+    void cmb_proj_name_activated();
+    void cmb_bill_num_activated();
+    void Lst_Schd_itemClicked();
+    void cmb_shape_activated();
+    void cmd_mes_save_clicked();
+    void dimlist_itemClicked();
+    void dimlist_itemDoubleClicked();
+    void cmd_delete_clicked();
 
     // Fills dimlist with the lines of the chosen project and the bill in cmb_bill_num, in the
     // order the store gives them.
     void Show_Measurements();
 
-    // The chosen project and schedule item, for tests and the frame.
+    // The chosen project and its measure system.
     const QString& contractNumber() const { return contract; }
     const QString& measureSystem() const { return units; }
 

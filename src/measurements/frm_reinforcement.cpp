@@ -6,7 +6,6 @@
 #include <QFocusEvent>
 #include <QGridLayout>
 #include <QHBoxLayout>
-#include <QHeaderView>
 #include <QStyle>
 #include <QTimer>
 #include <QVBoxLayout>
@@ -34,6 +33,12 @@ void warnAtLength(QLineEdit* field, int limit, bool trimmed, const QString& text
 
 bool digitOrBackspace(QChar c) {
     return c == u'\b' || (c >= u'0' && c <= u'9');
+}
+
+// A bar size as a line stores it and the list learns it: its number of millimetres, printed
+// plainly ("12 mm" and "012" are "12").
+QString diameterText(const QString& typed) {
+    return tw::doubleText(tw::leadingNumber(typed));
 }
 
 } // namespace
@@ -75,10 +80,12 @@ Frm_Reinforcement::Frm_Reinforcement(QWidget* parent) : ui::Screen(parent) {
     LblMtFt = named(new QLabel(tr("Mt"), this), "LblMtFt");
     LblCmIn = named(new QLabel(tr("Cms"), this), "LblCmIn");
     Label1 = named(new QLabel(tr("In Metres & CM"), this), "Label1");
-    CmdAdd = named(new QPushButton(style()->standardIcon(QStyle::SP_ArrowDown), tr("&Add"), this),
+    // The arrow puts the line down into the list; it carries no caption, so it takes no access
+    // key from the captioned buttons.
+    CmdAdd = named(new QPushButton(style()->standardIcon(QStyle::SP_ArrowDown), QString(), this),
                    "CmdAdd");
+    CmdAdd->setToolTip(tr("Add the line to the list"));
     CmdRem = named(new QPushButton(tr("X"), this), "CmdRem");
-    CmdRem->setFixedWidth(CmdRem->sizeHint().height() * 3 / 2);
     CmdCancl = named(new QPushButton(tr("Can&cel"), this), "CmdCancl");
     CmdSave = named(new QPushButton(tr("S&ave"), this), "CmdSave");
     CmdExit = named(new QPushButton(tr("E&xit"), this), "CmdExit");
@@ -86,12 +93,7 @@ Frm_Reinforcement::Frm_Reinforcement(QWidget* parent) : ui::Screen(parent) {
     ui::setupListView(LstVwRnftDet, {tr("Item No."), tr("Narration"), tr("DiaMeter"), tr("Nos."),
                                      tr("Length"), tr("Total Length"), tr("Remarks")});
     LstVwRnftDet->setToolTip(tr("Double click to edit"));
-    LstVwRnftDet->setColumnWidth(0, 60);
-    LstVwRnftDet->setColumnWidth(1, 220);
-    LstVwRnftDet->setColumnWidth(2, 70);
-    LstVwRnftDet->setColumnWidth(3, 50);
-    LstVwRnftDet->setColumnWidth(4, 110);
-    LstVwRnftDet->setColumnWidth(5, 90);
+    ui::fitColumns(LstVwRnftDet);
 
     for (auto* f : {TxtNos, TxtMtFt, TxtCmIn})
         f->setAlignment(Qt::AlignRight);
@@ -152,25 +154,23 @@ Frm_Reinforcement::Frm_Reinforcement(QWidget* parent) : ui::Screen(parent) {
     box->addWidget(LstVwRnftDet, 1);
     box->addLayout(buttons);
 
-    const QList<QWidget*> order{CmbCntNum, CmbBlNo,  rtb_nrtn, CmbDia, TxtNos,
-                                TxtMtFt,   TxtCmIn,  TxtRmrks, CmdAdd, LstVwRnftDet,
-                                CmdRem,    CmdCancl, CmdSave,  CmdExit};
-    for (qsizetype i = 0; i + 1 < order.size(); ++i)
-        setTabOrder(order[i], order[i + 1]);
+    ui::tabOrder({CmbCntNum, CmbBlNo, rtb_nrtn, CmbDia, TxtNos, TxtMtFt, TxtCmIn, TxtRmrks, CmdAdd,
+                  LstVwRnftDet, CmdRem, CmdCancl, CmdSave, CmdExit});
     resize(820, 520);
 
     // ---- events ----
-    connect(CmbCntNum, &QComboBox::activated, this, ui::guarded([this] { CmbCntNum_Click(); }));
-    connect(CmbBlNo, &QComboBox::activated, this, ui::guarded([this] { CmbBlNo_Click(); }));
-    connect(CmdAdd, &QPushButton::clicked, this, ui::guarded([this] { CmdAdd_Click(); }));
+    connect(CmbCntNum, &QComboBox::activated, this, ui::guarded([this] { CmbCntNum_activated(); }));
+    connect(CmbBlNo, &QComboBox::activated, this, ui::guarded([this] { CmbBlNo_activated(); }));
+    connect(CmdAdd, &QPushButton::clicked, this, ui::guarded([this] { CmdAdd_clicked(); }));
     connect(LstVwRnftDet, &QTreeWidget::itemClicked, this,
-            [this](QTreeWidgetItem* item) { ui::guard([&] { LstVwRnftDet_ItemClick(item); }); });
-    connect(LstVwRnftDet, &QTreeWidget::itemDoubleClicked, this,
-            [this](QTreeWidgetItem* item) { ui::guard([&] { LstVwRnftDet_DblClick(item); }); });
-    connect(CmdRem, &QPushButton::clicked, this, ui::guarded([this] { CmdRem_Click(); }));
-    connect(CmdCancl, &QPushButton::clicked, this, ui::guarded([this] { CmdCancl_Click(); }));
-    connect(CmdSave, &QPushButton::clicked, this, [this] { CmdSave_Click(); });
-    connect(CmdExit, &QPushButton::clicked, this, ui::guarded([this] { CmdExit_Click(); }));
+            [this](QTreeWidgetItem* item) { ui::guard([&] { LstVwRnftDet_itemClicked(item); }); });
+    connect(LstVwRnftDet, &QTreeWidget::itemDoubleClicked, this, [this](QTreeWidgetItem* item) {
+        ui::guard([&] { LstVwRnftDet_itemDoubleClicked(item); });
+    });
+    connect(CmdRem, &QPushButton::clicked, this, ui::guarded([this] { CmdRem_clicked(); }));
+    connect(CmdCancl, &QPushButton::clicked, this, ui::guarded([this] { CmdCancl_clicked(); }));
+    connect(CmdSave, &QPushButton::clicked, this, [this] { CmdSave_clicked(); });
+    connect(CmdExit, &QPushButton::clicked, this, ui::guarded([this] { CmdExit_clicked(); }));
     for (QWidget* w : {static_cast<QWidget*>(CmbBlNo), static_cast<QWidget*>(CmbDia),
                        static_cast<QWidget*>(TxtCmIn)})
         w->installEventFilter(this);
@@ -183,13 +183,13 @@ Frm_Reinforcement::Frm_Reinforcement(QWidget* parent) : ui::Screen(parent) {
         for (const auto& r : con.rows(QStringLiteral("select * from contractmaster")))
             CmbCntNum->addItem(r.text(QStringLiteral("tw_contract_name")));
         CmbDia->addItem(addNew);
-        for (const auto& r : con.rows(QStringLiteral("select * from diameter")))
+        for (const auto& r : con.keyed(QStringLiteral("diameter")))
             CmbDia->addItem(r.text(0));
         CmbDia->setCurrentIndex(0);
     });
     if (CmbCntNum->count() > 0) {
         CmbCntNum->setCurrentIndex(0);
-        ui::guard([this] { CmbCntNum_Click(); });
+        ui::guard([this] { CmbCntNum_activated(); });
     }
 }
 
@@ -197,19 +197,21 @@ Frm_Reinforcement::~Frm_Reinforcement() {
     con.conclose();
 }
 
-// Leaving a field runs its rule once the focus has moved, as the old screen's lost-focus
-// events did. Switching to another program or opening the field's own drop-down is no leaving.
+// Leaving a field runs its rule once the focus has moved, every time: QLineEdit::editingFinished
+// would stay silent when the text is unchanged, and a refused bill number must be refused again
+// until it is mended. Switching to another program or opening the field's own drop-down is no
+// leaving.
 bool Frm_Reinforcement::eventFilter(QObject* watched, QEvent* event) {
     if (event->type() == QEvent::FocusOut) {
         const auto reason = static_cast<QFocusEvent*>(event)->reason();
         if (reason != Qt::ActiveWindowFocusReason && reason != Qt::PopupFocusReason) {
             void (Frm_Reinforcement::*rule)() = nullptr;
             if (watched == CmbBlNo)
-                rule = &Frm_Reinforcement::CmbBlNo_LostFocus;
+                rule = &Frm_Reinforcement::CmbBlNo_editingFinished;
             else if (watched == CmbDia)
-                rule = &Frm_Reinforcement::CmbDia_LostFocus;
+                rule = &Frm_Reinforcement::CmbDia_editingFinished;
             else if (watched == TxtCmIn)
-                rule = &Frm_Reinforcement::TxtCmIn_LostFocus;
+                rule = &Frm_Reinforcement::TxtCmIn_editingFinished;
             // A screen being closed has no leaving to check.
             if (rule)
                 QTimer::singleShot(0, this, [this, rule] {
@@ -221,7 +223,7 @@ bool Frm_Reinforcement::eventFilter(QObject* watched, QEvent* event) {
     return ui::Screen::eventFilter(watched, event);
 }
 
-void Frm_Reinforcement::CmbCntNum_Click() {
+void Frm_Reinforcement::CmbCntNum_activated() {
     const QString name = CmbCntNum->currentText();
     if (!name.isEmpty()) {
         if (const auto r = con.first(QStringLiteral("select tw_units,tw_contract_num from "
@@ -247,10 +249,10 @@ void Frm_Reinforcement::CmbCntNum_Click() {
                                   {contract}))
         CmbBlNo->addItem(r.text(0));
     CmbBlNo->setCurrentIndex(0);
-    tw::reporttableerror({}, {});
+    tw::reporttableerror(ui::boxes(), {}, {});
 }
 
-void Frm_Reinforcement::CmbBlNo_Click() {
+void Frm_Reinforcement::CmbBlNo_activated() {
     Show_Reinforcement();
     if (LstVwRnftDet->topLevelItemCount() > 0)
         CmdRem->setEnabled(true);
@@ -281,66 +283,63 @@ void Frm_Reinforcement::Show_Reinforcement() {
                         whole + u' ' + ft + u' ' + frac + u' ' + in, tw::doubleText(total),
                         r.text(QStringLiteral("tw_remarks"))});
     }
+    ui::fitColumns(LstVwRnftDet);
 }
 
 std::optional<tw::Row> Frm_Reinforcement::Find_Reinforcement(const QString& narration) const {
-    return con.first(QStringLiteral("select rowid, * from reinforcementmaster where "
-                                    "(tw_contract_num=?) and (tw_bill_num=?) and (tw_narration=?)"),
-                     {contract, CmbBlNo->currentText(), narration});
+    return con.find(QStringLiteral("reinforcementmaster"),
+                    QStringLiteral("(tw_contract_num=?) and (tw_bill_num=?) and (tw_narration=?)"),
+                    {contract, CmbBlNo->currentText(), narration});
 }
 
-void Frm_Reinforcement::CmdAdd_Click() {
-    auto refuse = [](const QString& text, const QString& title, QWidget* field) {
-        ui::MsgBox(text, ui::Information, title);
-        if (auto* edit = qobject_cast<QLineEdit*>(field))
-            edit->selectAll();
-        else if (auto* combo = qobject_cast<QComboBox*>(field); combo && combo->lineEdit())
-            combo->lineEdit()->selectAll();
-        field->setFocus();
-    };
+void Frm_Reinforcement::CmdAdd_clicked() {
+    using ui::Information;
     for (auto* f : {TxtMtFt, TxtCmIn, TxtNos}) {
         if (!tw::strictNumber(f->text())) {
-            refuse(tr("Fill in numbers only"), tr("Details"), f);
+            ui::refuse(f, tr("Fill in numbers only"), Information, tr("Details"));
             return;
         }
     }
     const QString bill = CmbBlNo->currentText();
     if (bill == addNew || bill.isEmpty()) {
-        refuse(tr("Please Enter Bill Number..."), tr("Enter Bill Number"), CmbBlNo);
+        ui::refuse(CmbBlNo, tr("Please Enter Bill Number..."), Information,
+                   tr("Enter Bill Number"));
         return;
     }
     if (rtb_nrtn->text().isEmpty()) {
-        refuse(tr("Please Enter Narration Details..."), tr("Enter Narration"), rtb_nrtn);
+        ui::refuse(rtb_nrtn, tr("Please Enter Narration Details..."), Information,
+                   tr("Enter Narration"));
         return;
     }
     const QString dia = CmbDia->currentText();
     if (dia == addNew || dia.isEmpty()) {
-        refuse(tr("Please Select Diameter from the List..."), tr("Enter Diameter"), CmbDia);
+        ui::refuse(CmbDia, tr("Please Select Diameter from the List..."), Information,
+                   tr("Enter Diameter"));
         return;
     }
     const double inches = tw::leadingNumber(TxtCmIn->text());
     if (LblMtFt->text() == QLatin1String("Ft") && inches >= 12) {
-        refuse(tr("Inches Cannot be less than 12..."), tr("Inches"), TxtCmIn);
+        ui::refuse(TxtCmIn, tr("Inches Cannot be less than 12..."), Information, tr("Inches"));
         return;
     }
     // A hundred centimetres or more is only a warning: the line is saved as typed.
     if (LblMtFt->text() == QLatin1String("Mt") && inches >= 100)
-        refuse(tr("Inches Cannot be less than 100..."), tr("Inches"), TxtCmIn);
+        ui::refuse(TxtCmIn, tr("Inches Cannot be less than 100..."), Information, tr("Inches"));
 
     {
         tw::Transaction tx(con);
         const QString narration = rtb_nrtn->text();
+        // The three length figures passed the number check above; they are stored as numbers.
         tw::Values v{
             {QStringLiteral("tw_narration"), narration},
-            // The diameter is kept as its number of millimetres: "12 mm" is stored as 12.
-            {QStringLiteral("tw_diameter"), tw::doubleText(tw::leadingNumber(dia))},
-            {QStringLiteral("tw_length_qty"), TxtNos->text()},
+            {QStringLiteral("tw_diameter"), diameterText(dia)},
+            {QStringLiteral("tw_length_qty"), *tw::strictNumber(TxtNos->text())},
             {QStringLiteral("tw_length_ft"), tw::leadingNumber(TxtMtFt->text())},
-            {QStringLiteral("tw_length_inches"), tw::doubleText(inches)},
+            {QStringLiteral("tw_length_inches"), inches},
             {QStringLiteral("tw_remarks"), TxtRmrks->text()},
         };
         if (const auto found = Find_Reinforcement(narration)) {
-            con.update(QStringLiteral("reinforcementmaster"), found->value(0).toLongLong(), v);
+            con.update(QStringLiteral("reinforcementmaster"), found->id(), v);
         } else {
             v.insert(v.begin(), {{QStringLiteral("tw_contract_num"), contract},
                                  {QStringLiteral("tw_bill_num"), bill}});
@@ -357,14 +356,14 @@ void Frm_Reinforcement::CmdAdd_Click() {
     Show_Reinforcement();
 }
 
-void Frm_Reinforcement::LstVwRnftDet_ItemClick(QTreeWidgetItem* item) {
+void Frm_Reinforcement::LstVwRnftDet_itemClicked(QTreeWidgetItem* item) {
     if (!item)
         return;
     tw::Tallywrightmod::analysis_row_index = qint16(LstVwRnftDet->indexOfTopLevelItem(item) + 1);
     CmdRem->setEnabled(true);
 }
 
-void Frm_Reinforcement::LstVwRnftDet_DblClick(QTreeWidgetItem* item) {
+void Frm_Reinforcement::LstVwRnftDet_itemDoubleClicked(QTreeWidgetItem* item) {
     if (!item)
         return;
     rtb_nrtn->setText(item->text(1));
@@ -386,13 +385,12 @@ void Frm_Reinforcement::LstVwRnftDet_DblClick(QTreeWidgetItem* item) {
     TxtRmrks->setText(item->text(6));
 }
 
-void Frm_Reinforcement::CmdRem_Click() {
+void Frm_Reinforcement::CmdRem_clicked() {
     const int index = tw::Tallywrightmod::analysis_row_index;
     QTreeWidgetItem* row = index > 0 ? LstVwRnftDet->topLevelItem(index - 1) : nullptr;
     if (!row) {
-        ui::MsgBox(tr("Please Select an Item to be removed from the List..."), ui::Ok,
+        ui::refuse(LstVwRnftDet, tr("Please Select an Item to be removed from the List..."), ui::Ok,
                    tr("Delete Items"));
-        LstVwRnftDet->setFocus();
         return;
     }
     const QString narration = row->text(1);
@@ -423,22 +421,22 @@ void Frm_Reinforcement::CmdRem_Click() {
     }
     {
         tw::Transaction tx(con);
-        const auto found = con.first(
-            QStringLiteral("select rowid, * from  reinforcementmaster  where (tw_contract_num=?) "
-                           "and (tw_bill_num=?) and (tw_narration=?) and (tw_diameter=?) And "
-                           "(tw_length_qty = ?) and (tw_length_ft=?) and "
-                           "(cast(tw_length_inches as real)=?)"),
-            {contract, CmbBlNo->currentText(), narration, diameter, tw::leadingNumber(nos),
-             tw::leadingNumber(whole), tw::leadingNumber(frac)});
+        const auto found =
+            con.find(QStringLiteral("reinforcementmaster"),
+                     QStringLiteral("(tw_contract_num=?) and (tw_bill_num=?) and (tw_narration=?) "
+                                    "and (tw_diameter=?) and (tw_length_qty=?) and "
+                                    "(tw_length_ft=?) and (tw_length_inches=?)"),
+                     {contract, CmbBlNo->currentText(), narration, diameter, tw::leadingNumber(nos),
+                      tw::leadingNumber(whole), tw::leadingNumber(frac)});
         if (found)
-            con.remove(QStringLiteral("reinforcementmaster"), found->value(0).toLongLong());
+            con.remove(QStringLiteral("reinforcementmaster"), found->id());
         tx.commit();
     }
     delete row;
     CmdRem->setEnabled(false);
 }
 
-void Frm_Reinforcement::CmdCancl_Click() {
+void Frm_Reinforcement::CmdCancl_clicked() {
     for (auto* f : {rtb_nrtn, TxtMtFt, TxtCmIn, TxtNos, TxtRmrks})
         f->clear();
     LstVwRnftDet->clear();
@@ -447,9 +445,9 @@ void Frm_Reinforcement::CmdCancl_Click() {
 
 // Saving happens line by line through CmdAdd; this button is kept on the screen and does
 // nothing.
-void Frm_Reinforcement::CmdSave_Click() {}
+void Frm_Reinforcement::CmdSave_clicked() {}
 
-void Frm_Reinforcement::CmdExit_Click() {
+void Frm_Reinforcement::CmdExit_clicked() {
     con.conclose();
     if (parentWidget())
         parentWidget()->close();
@@ -457,39 +455,41 @@ void Frm_Reinforcement::CmdExit_Click() {
         close();
 }
 
-void Frm_Reinforcement::CmbBlNo_LostFocus() {
-    if (CmbBlNo->currentText().size() >= 30) {
-        ui::MsgBox(tr("Maximum 30 Characters Allowed ..."), ui::Ok, tr("Bill Number"));
-        CmbBlNo->lineEdit()->selectAll();
-        CmbBlNo->setFocus();
-    }
+void Frm_Reinforcement::CmbBlNo_editingFinished() {
+    if (CmbBlNo->currentText().size() >= 30)
+        ui::refuse(CmbBlNo, tr("Maximum 30 Characters Allowed ..."), ui::Ok, tr("Bill Number"));
 }
 
 // A size typed into the list is learnt: it joins table diameter, and the drop-down offers it
-// the next time the screen opens.
-void Frm_Reinforcement::CmbDia_LostFocus() {
+// the next time the screen opens. A size is known by its number of millimetres, however it is
+// spelt ("8", "08", "8 mm"), and is learnt in the one spelling a line stores, so that a line
+// taken back for editing never teaches the list a second name for a size it has. A text
+// without a number is no size and is not learnt.
+void Frm_Reinforcement::CmbDia_editingFinished() {
     const QString dia = CmbDia->currentText();
     if (dia == addNew)
         return;
-    const QString size = dia.trimmed();
-    if (!con.first(QStringLiteral("Select * from diameter where tw_diameter=?"), {size})) {
-        tw::Transaction tx(con);
-        con.insert(QStringLiteral("diameter"), {{QStringLiteral("tw_diameter"), size}});
-        tx.commit();
+    // A size is known by its number, however it was spelt; a text without a number (an empty
+    // field too) is known only as it stands.
+    const double size = tw::leadingNumber(dia);
+    const QString text = size > 0.0 ? diameterText(dia) : dia.trimmed();
+    for (const auto& known : con.keyed(QStringLiteral("diameter"))) {
+        const QString k = known.text(QStringLiteral("tw_diameter"));
+        if (size > 0.0 ? tw::leadingNumber(k) == size : k.trimmed() == text)
+            return;
     }
+    tw::Transaction tx(con);
+    con.insert(QStringLiteral("diameter"), {{QStringLiteral("tw_diameter"), text}});
+    tx.commit();
 }
 
-void Frm_Reinforcement::TxtCmIn_LostFocus() {
+void Frm_Reinforcement::TxtCmIn_editingFinished() {
     if (TxtMtFt->text().isEmpty()) {
-        ui::MsgBox(tr("Please Enter Meters/Feet..."), ui::Ok, tr("Length Meters/Feet"));
-        TxtMtFt->setFocus();
+        ui::refuse(TxtMtFt, tr("Please Enter Meters/Feet..."), ui::Ok, tr("Length Meters/Feet"));
         return;
     }
     if (TxtCmIn->text().isEmpty())
         TxtCmIn->setText(QStringLiteral("0"));
-    if (LblMtFt->text() == QLatin1String("Ft") && tw::leadingNumber(TxtCmIn->text()) >= 12) {
-        ui::MsgBox(tr("Inches Cannot be less than 12..."), ui::Ok, tr("Inches"));
-        TxtCmIn->selectAll();
-        TxtCmIn->setFocus();
-    }
+    if (LblMtFt->text() == QLatin1String("Ft") && tw::leadingNumber(TxtCmIn->text()) >= 12)
+        ui::refuse(TxtCmIn, tr("Inches Cannot be less than 12..."), ui::Ok, tr("Inches"));
 }

@@ -38,18 +38,19 @@ public:
     QPushButton* CmdExit;
     QTreeWidget* LstVwRnftDet;
 
-    void CmbCntNum_Click();
-    void CmbBlNo_Click();
-    void CmdAdd_Click();
-    void LstVwRnftDet_ItemClick(QTreeWidgetItem* item);
-    void LstVwRnftDet_DblClick(QTreeWidgetItem* item);
-    void CmdRem_Click();
-    void CmdCancl_Click();
-    void CmdSave_Click();
-    void CmdExit_Click();
-    void CmbBlNo_LostFocus();
-    void CmbDia_LostFocus();
-    void TxtCmIn_LostFocus();
+    void CmbCntNum_activated();
+    void CmbBlNo_activated();
+    void CmdAdd_clicked();
+    void LstVwRnftDet_itemClicked(QTreeWidgetItem* item);
+    void LstVwRnftDet_itemDoubleClicked(QTreeWidgetItem* item);
+    void CmdRem_clicked();
+    void CmdCancl_clicked();
+    void CmdSave_clicked();
+    void CmdExit_clicked();
+    // Leaving the field, every time (also with the text unchanged), once the focus has moved.
+    void CmbBlNo_editingFinished();
+    void CmbDia_editingFinished();
+    void TxtCmIn_editingFinished();
 
     // Empties the grid and fills it with the lines of the chosen project and the bill in
     // CmbBlNo, numbered from 1, with each line's length and total length.

@@ -10,6 +10,8 @@
 #include <QLabel>
 #include <QVBoxLayout>
 
+#include <utility>
+
 namespace {
 
 const QString kAddNew = QStringLiteral("Add New");
@@ -49,15 +51,13 @@ QString shownNumber(const tw::Row& row, const QString& column) {
 }
 
 QLineEdit* lineEdit(QWidget* parent, const char* name, int maxLength) {
-    auto* e = new QLineEdit(parent);
-    e->setObjectName(QString::fromLatin1(name));
+    auto* e = ui::named(new QLineEdit(parent), name);
     e->setMaxLength(maxLength);
     return e;
 }
 
 ui::DateEdit* dateEdit(QWidget* parent, const char* name) {
-    auto* d = new ui::DateEdit(parent);
-    d->setObjectName(QString::fromLatin1(name));
+    auto* d = ui::named(new ui::DateEdit(parent), name);
     // Nothing is dated until the user gives a date: an untouched field saves as no date.
     d->clearDate();
     return d;
@@ -69,13 +69,10 @@ frm_proj::frm_proj(QWidget* parent) : ui::Screen(parent) {
     setObjectName(QStringLiteral("frm_proj"));
     setWindowTitle(tr("Project Definition"));
 
-    fraProject = new QGroupBox(tr("Project Info ..."), this);
-    fraProject->setObjectName(QStringLiteral("fraProject"));
-    fraClient = new QGroupBox(tr("Client Info"), this);
-    fraClient->setObjectName(QStringLiteral("fraClient"));
+    fraProject = ui::named(new QGroupBox(tr("Project Info ..."), this), "fraProject");
+    fraClient = ui::named(new QGroupBox(tr("Client Info"), this), "fraClient");
 
-    cmbcontractno = new QComboBox(fraProject);
-    cmbcontractno->setObjectName(QStringLiteral("cmbcontractno"));
+    cmbcontractno = ui::named(new QComboBox(fraProject), "cmbcontractno");
     cmbcontractno->setEditable(true);
     // A new project is made by typing a new Id: the list must neither complete a typed Id into
     // an existing one nor take the typed text in as an entry of its own.
@@ -96,8 +93,7 @@ frm_proj::frm_proj(QWidget* parent) : ui::Screen(parent) {
             return true;
         return field.text().size() - field.selectedText().size() < 3;
     });
-    txtunitrate = new QComboBox(fraProject);
-    txtunitrate->setObjectName(QStringLiteral("txtunitrate"));
+    txtunitrate = ui::named(new QComboBox(fraProject), "txtunitrate");
     txtunitrate->addItems({QStringLiteral("Feet"), QStringLiteral("Metre")});
     txtunitrate->setCurrentIndex(-1);
 
@@ -115,10 +111,8 @@ frm_proj::frm_proj(QWidget* parent) : ui::Screen(parent) {
     txtclientemail = lineEdit(fraClient, "txtclientemail", 50);
     txtclienturl = lineEdit(fraClient, "txtclienturl", 50);
 
-    cmdcontractsave = new QPushButton(tr("Save"), this);
-    cmdcontractsave->setObjectName(QStringLiteral("cmdcontractsave"));
-    cmdcontractclose = new QPushButton(tr("Cancel"), this);
-    cmdcontractclose->setObjectName(QStringLiteral("cmdcontractclose"));
+    cmdcontractsave = ui::named(new QPushButton(tr("&Save"), this), "cmdcontractsave");
+    cmdcontractclose = ui::named(new QPushButton(tr("&Cancel"), this), "cmdcontractclose");
 
     // Short fields get a width that fits what they take, so the eye finds them at once.
     const int digitWidth = fontMetrics().horizontalAdvance(QLatin1Char('0'));
@@ -193,32 +187,39 @@ frm_proj::frm_proj(QWidget* parent) : ui::Screen(parent) {
     box->addStretch();
     box->addLayout(buttons);
 
-    QWidget* order[] = {cmbcontractno,      txtcontractname,  txtclientref,    txtclientrefdate,
-                        txtclientstartdate, txtclientenddate, txttaxrate,      txtunitrate,
-                        txtclientname,      txtclientcontact, txtclientadd1,   txtclientadd2,
-                        txtclientcity,      txtclientpin,     txtclientphone1, txtclientphone2,
-                        txtclientmobile,    txtclientemail,   txtclienturl,    cmdcontractsave,
-                        cmdcontractclose};
-    for (size_t i = 1; i < std::size(order); ++i)
-        setTabOrder(order[i - 1], order[i]);
+    ui::tabOrder({cmbcontractno,      txtcontractname,  txtclientref,    txtclientrefdate,
+                  txtclientstartdate, txtclientenddate, txttaxrate,      txtunitrate,
+                  txtclientname,      txtclientcontact, txtclientadd1,   txtclientadd2,
+                  txtclientcity,      txtclientpin,     txtclientphone1, txtclientphone2,
+                  txtclientmobile,    txtclientemail,   txtclienturl,    cmdcontractsave,
+                  cmdcontractclose});
 
     ui::selectAllOnFocusBelow(this);
-    for (auto* d : {txtclientstartdate, txtclientenddate})
-        d->installEventFilter(this);
-
+    // The date checks run on editingFinished, once the field has taken what was typed, and only
+    // when the focus-out before it really left the field (eventFilter).
+    const std::pair<ui::DateEdit*, void (frm_proj::*)()> dates[] = {
+        {txtclientstartdate, &frm_proj::txtclientstartdate_editingFinished},
+        {txtclientenddate, &frm_proj::txtclientenddate_editingFinished}};
+    for (const auto& [date, check] : dates) {
+        date->installEventFilter(this);
+        connect(date, &QAbstractSpinBox::editingFinished, this, ui::guarded([this, check] {
+                    if (std::exchange(leavingDate_, false) && !checkingDate_)
+                        (this->*check)();
+                }));
+    }
     connect(cmbcontractno->lineEdit(), &QLineEdit::textEdited, this,
-            ui::guarded([this] { cmbcontractno_Change(); }));
+            ui::guarded([this] { cmbcontractno_textEdited(); }));
     connect(cmbcontractno, &QComboBox::activated, this,
-            ui::guarded([this] { cmbcontractno_Click(); }));
+            ui::guarded([this] { cmbcontractno_activated(); }));
     connect(txttaxrate, &QLineEdit::textChanged, this,
-            ui::guarded([this] { txttaxrate_Change(); }));
+            ui::guarded([this] { txttaxrate_textChanged(); }));
     connect(cmdcontractsave, &QPushButton::clicked, this,
             ui::guarded([this] { cmdcontractsave_clicked(); }));
     connect(cmdcontractclose, &QPushButton::clicked, this,
             ui::guarded([this] { cmdcontractclose_clicked(); }));
 
-    resize(640, sizeHint().height());
     ui::guard([this] { Form_Load(); });
+    resize(sizeHint());
 }
 
 frm_proj::~frm_proj() {
@@ -226,38 +227,32 @@ frm_proj::~frm_proj() {
 }
 
 bool frm_proj::eventFilter(QObject* watched, QEvent* event) {
-    if (event->type() == QEvent::FocusOut && !checkingDate_) {
-        // Focus that goes to a message box, a menu or another window is not leaving the field.
+    // Focus that goes to a message box, a menu, the calendar or another window does not leave a
+    // date field; neither does Enter, which gives no focus-out at all.
+    if (event->type() == QEvent::FocusOut) {
         const auto reason = static_cast<QFocusEvent*>(event)->reason();
-        if (reason != Qt::ActiveWindowFocusReason && reason != Qt::PopupFocusReason) {
-            if (watched == txtclientstartdate)
-                ui::guard([this] { txtclientstartdate_LostFocus(); });
-            else if (watched == txtclientenddate)
-                ui::guard([this] { txtclientenddate_LostFocus(); });
-        }
+        leavingDate_ = reason != Qt::ActiveWindowFocusReason && reason != Qt::PopupFocusReason;
     }
     return ui::Screen::eventFilter(watched, event);
 }
 
 void frm_proj::Form_Load() {
     cmbcontractno->clear();
-    for (const auto& r :
-         con.rows(QStringLiteral("select tw_contract_num from contractmaster order by rowid")))
-        cmbcontractno->addItem(r.text(0));
+    for (const auto& r : con.keyed(QStringLiteral("contractmaster")))
+        cmbcontractno->addItem(r.text(QStringLiteral("tw_contract_num")));
     // No project is shown until one is picked.
     cmbcontractno->setCurrentIndex(-1);
 }
 
-void frm_proj::cmbcontractno_Change() {
+void frm_proj::cmbcontractno_textEdited() {
     if (cmbcontractno->currentText().size() >= 31)
         ui::MsgBox(tr("Maximum 30 Characters only Allowed..."), ui::Information,
                    tr("Contact Number"));
 }
 
-void frm_proj::cmbcontractno_Click() {
-    const auto row =
-        con.first(QStringLiteral("select * from contractmaster where tw_contract_num=?"),
-                  {cmbcontractno->currentText()});
+void frm_proj::cmbcontractno_activated() {
+    const auto row = con.find(QStringLiteral("contractmaster"), QStringLiteral("tw_contract_num=?"),
+                              {cmbcontractno->currentText()});
     if (!row)
         return;
     const std::pair<QLineEdit*, const char*> texts[] = {
@@ -287,71 +282,56 @@ void frm_proj::cmbcontractno_Click() {
         txtunitrate->setCurrentIndex(txtunitrate->findText(row->text(QStringLiteral("tw_units"))));
 }
 
-void frm_proj::txttaxrate_Change() {
+void frm_proj::txttaxrate_textChanged() {
     if (tw::leadingNumber(txttaxrate->text()) > 99) {
-        ui::MsgBox(tr("Tax should not be Greaterthan 99"), ui::Critical);
+        ui::refuse(txttaxrate, tr("Tax should not be Greaterthan 99"), ui::Critical);
         txttaxrate->clear();
-        txttaxrate->setFocus();
     }
 }
 
-void frm_proj::txtclientstartdate_LostFocus() {
+void frm_proj::txtclientstartdate_editingFinished() {
     const QDate start = txtclientstartdate->value();
     const QDate end = txtclientenddate->value();
     if (!start.isValid() || !end.isValid() || start <= end)
         return;
     checkingDate_ = true;
-    ui::MsgBox(tr("StartDate should be Less than Enddate"), ui::Information);
-    if (cmbcontractno->currentText().contains(kAddNew))
-        txtclientstartdate->setValue(QDate::currentDate());
-    else
-        txtclientstartdate->setValue(rememberedStart_);
-    txtclientstartdate->setFocus();
+    ui::refuse(txtclientstartdate, tr("StartDate should be Less than Enddate"));
+    txtclientstartdate->setValue(
+        cmbcontractno->currentText().contains(kAddNew) ? QDate::currentDate() : rememberedStart_);
     checkingDate_ = false;
 }
 
-void frm_proj::txtclientenddate_LostFocus() {
+void frm_proj::txtclientenddate_editingFinished() {
     const QDate start = txtclientstartdate->value();
     const QDate end = txtclientenddate->value();
     if (!start.isValid() || !end.isValid() || end >= start)
         return;
     checkingDate_ = true;
-    ui::MsgBox(tr("End date should be greater than startdate"), ui::Information, tr("End Date"));
-    if (cmbcontractno->currentText().contains(kAddNew))
-        txtclientenddate->setValue(QDate::currentDate());
-    else
-        txtclientenddate->setValue(rememberedEnd_);
-    txtclientenddate->setFocus();
+    ui::refuse(txtclientenddate, tr("End date should be greater than startdate"), ui::Information,
+               tr("End Date"));
+    txtclientenddate->setValue(cmbcontractno->currentText().contains(kAddNew) ? QDate::currentDate()
+                                                                              : rememberedEnd_);
     checkingDate_ = false;
-}
-
-bool frm_proj::check(bool ok, const QString& text, const QString& title, QWidget* focus) {
-    if (ok)
-        return true;
-    ui::MsgBox(text, ui::Information, title);
-    focus->setFocus();
-    return false;
 }
 
 void frm_proj::cmdcontractsave_clicked() {
     const QString info = tr("Information");
     const QString id = cmbcontractno->currentText();
-    if (!check(!id.trimmed().isEmpty() && id.trimmed() != kAddNew, tr("Please Enter Project Id"),
-               info, cmbcontractno))
-        return;
-    if (!check(!txtcontractname->text().trimmed().isEmpty(), tr("Please Enter the Project Name"),
-               info, txtcontractname))
-        return;
-    auto dateOk = [](const ui::DateEdit* d) { return d->isEmpty() || d->value().isValid(); };
-    if (!check(dateOk(txtclientrefdate), tr("Improper Date format for Reference Date"), info,
-               txtclientrefdate))
-        return;
-    if (!check(dateOk(txtclientstartdate), tr("Improper Date format for Start Date"), info,
-               txtclientstartdate))
-        return;
-    if (!check(dateOk(txtclientenddate), tr("Improper Date format for End Date"), info,
-               txtclientenddate))
-        return;
+    if (id.trimmed().isEmpty() || id.trimmed() == kAddNew)
+        return ui::refuse(cmbcontractno, tr("Please Enter Project Id"), ui::Information, info);
+    if (txtcontractname->text().trimmed().isEmpty())
+        return ui::refuse(txtcontractname, tr("Please Enter the Project Name"), ui::Information,
+                          info);
+    const std::pair<ui::DateEdit*, const char*> dates[] = {
+        {txtclientrefdate, QT_TR_NOOP("Improper Date format for Reference Date")},
+        {txtclientstartdate, QT_TR_NOOP("Improper Date format for Start Date")},
+        {txtclientenddate, QT_TR_NOOP("Improper Date format for End Date")}};
+    // A date field showing text that is no date would save the date it held before.
+    for (const auto& [date, text] : dates) {
+        const QString shownDate = date->text().trimmed();
+        if (!shownDate.isEmpty() && !tw::dateFromText(shownDate).isValid())
+            return ui::refuse(date, tr(text), ui::Information, info);
+    }
     const QString email = txtclientemail->text().trimmed();
     if (!email.isEmpty()) {
         const QString upper = email.toUpper();
@@ -362,21 +342,21 @@ void frm_proj::cmdcontractsave_clicked() {
                 break;
             }
         }
-        if (!check(email.contains(u'@'), tr("Email id format is wrong, please retype the Email-id"),
-                   tr("Retype email id"), txtclientemail))
-            return;
-        if (!check(domain, tr("Please enter the correct domain"), tr("Enter correct domain"),
-                   txtclientemail))
-            return;
+        if (!email.contains(u'@'))
+            return ui::refuse(txtclientemail,
+                              tr("Email id format is wrong, please retype the Email-id"),
+                              ui::Information, tr("Retype email id"));
+        if (!domain)
+            return ui::refuse(txtclientemail, tr("Please enter the correct domain"),
+                              ui::Information, tr("Enter correct domain"));
     }
 
     QVariant tax = 0;
     if (const QString t = txttaxrate->text().trimmed(); !t.isEmpty()) {
         const auto n = tw::strictNumber(t);
-        if (!n) {
-            txttaxrate->setFocus();
-            throw tw::Error(tr("The tax rate \"%1\" is not a number.").arg(t));
-        }
+        if (!n)
+            return ui::refuse(txttaxrate, tr("The tax rate \"%1\" is not a number.").arg(t),
+                              ui::Critical);
         tax = *n;
     }
     tw::Values values{
@@ -401,25 +381,18 @@ void frm_proj::cmdcontractsave_clicked() {
     if (txtunitrate->currentIndex() >= 0)
         values.emplace_back(QStringLiteral("tw_units"), txtunitrate->currentText());
 
+    // The Id is the project's key, compared without regard to case: "p1" changes the project
+    // "P1", which keeps its Id, rather than making a second one beside it. A new Id is listed
+    // when the screen opens again.
     tw::Transaction tx(con);
-    // The Id is the project's key; the old store compared it without regard to case, so "p1"
-    // finds the project "P1" and changes it rather than making a second one beside it.
-    const auto found = con.first(
-        QStringLiteral("select rowid from contractmaster where tw_contract_num=? collate nocase"),
-        {id});
-    if (found) {
-        con.update(QStringLiteral("contractmaster"), found->value(0).toLongLong(), values);
+    if (const auto found =
+            con.find(QStringLiteral("contractmaster"), QStringLiteral("tw_contract_num=?"), {id})) {
+        con.update(QStringLiteral("contractmaster"), found->id(), values);
     } else {
         values.insert(values.begin(), {QStringLiteral("tw_contract_num"), id});
         con.insert(QStringLiteral("contractmaster"), values);
     }
     tx.commit();
-
-    if (!found) {
-        // Offer the new Id for picking at once, leaving the typed text as it is.
-        cmbcontractno->addItem(id);
-        cmbcontractno->setEditText(id);
-    }
 }
 
 void frm_proj::cmdcontractclose_clicked() {

@@ -45,13 +45,15 @@ public:
     // Fills the Id list in store order.
     void Form_Load();
     // Warns once the typed Id is longer than the column takes; the text stays.
-    void cmbcontractno_Change();
+    void cmbcontractno_textEdited();
     // Shows the project of the picked Id and remembers its start and end dates.
-    void cmbcontractno_Click();
-    void txttaxrate_Change();
-    // A start after the end (or an end before the start) is refused and the date put back.
-    void txtclientstartdate_LostFocus();
-    void txtclientenddate_LostFocus();
+    void cmbcontractno_activated();
+    // A rate over 99 is refused and the field emptied.
+    void txttaxrate_textChanged();
+    // On leaving a date: a start after the end (or an end before the start) is refused and the
+    // date put back.
+    void txtclientstartdate_editingFinished();
+    void txtclientenddate_editingFinished();
     // Checks the fields in a fixed order, then writes the project in one transaction.
     void cmdcontractsave_clicked();
     // Empties the project and client fields for the next project; the screen stays open.
@@ -61,10 +63,9 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    // Shows a check's message, focuses the field and gives false when `ok` is false.
-    static bool check(bool ok, const QString& text, const QString& title, QWidget* focus);
     // The dates of the project last shown, put back when a date check fails.
     QDate rememberedStart_;
     QDate rememberedEnd_;
-    bool checkingDate_ = false;
+    bool checkingDate_ = false; // a date check is showing its message
+    bool leavingDate_ = false;  // the last focus-out of a date field left it
 };

@@ -6,6 +6,8 @@
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QHeaderView>
+#include <QScrollBar>
+#include <QSignalBlocker>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -14,10 +16,19 @@ namespace {
 
 using tw::numberText;
 
-QComboBox* list(QWidget* parent, const char* name) {
-    auto* c = new QComboBox(parent);
-    c->setObjectName(QString::fromLatin1(name));
-    return c;
+// What a 1366x768 display leaves a screen of the frame once the frame's title and menu, the
+// screen's own title bar and the task bar have their room.
+constexpr QSize kLargest(1340, 620);
+
+// No column of the list grows wider than about this many characters, so that a long
+// description leaves the columns after it in view; its tool tip shows it whole.
+constexpr int kWidestColumnChars = 60;
+
+// Sets a list to the first entry equal to `text`; a text the list lacks leaves it as it is.
+void pickEntry(QComboBox* list, const QString& text) {
+    const int i = list->findText(text);
+    if (i >= 0)
+        list->setCurrentIndex(i);
 }
 
 } // namespace
@@ -26,37 +37,33 @@ frm_schentry::frm_schentry(QWidget* parent) : ui::Screen(parent) {
     setObjectName(QStringLiteral("frm_schentry"));
     setWindowTitle(tr("Schedule of Works Definition"));
 
-    fraSchedule = new QGroupBox(tr("Add Schedule Items ..."), this);
-    fraSchedule->setObjectName(QStringLiteral("fraSchedule"));
-    cmb_projname = list(fraSchedule, "cmb_projname");
-    txt_schnum = new QLineEdit(fraSchedule);
-    txt_schnum->setObjectName(QStringLiteral("txt_schnum"));
+    fraSchedule = ui::named(new QGroupBox(tr("Add Schedule Items ..."), this), "fraSchedule");
+    cmb_projname = ui::named(new QComboBox(fraSchedule), "cmb_projname");
+    txt_schnum = ui::named(new QLineEdit(fraSchedule), "txt_schnum");
     txt_schnum->setMaxLength(10);
-    RtItmDsc = new QTextEdit(fraSchedule);
-    RtItmDsc->setObjectName(QStringLiteral("RtItmDsc"));
+    RtItmDsc = ui::named(new QTextEdit(fraSchedule), "RtItmDsc");
     // Only the plain text is kept, so pasted formatting is not taken in; Tab moves on as in
     // every other field.
     RtItmDsc->setAcceptRichText(false);
     RtItmDsc->setTabChangesFocus(true);
-    cmb_category = list(fraSchedule, "cmb_category");
-    cmb_volarea = list(fraSchedule, "cmb_volarea");
-    cmb_unitnos = list(fraSchedule, "cmb_unitnos");
-    unitlbl = new QLabel(fraSchedule);
-    unitlbl->setObjectName(QStringLiteral("unitlbl"));
-    txtschitemrate = new QLineEdit(fraSchedule);
-    txtschitemrate->setObjectName(QStringLiteral("txtschitemrate"));
+    cmb_category = ui::named(new QComboBox(fraSchedule), "cmb_category");
+    cmb_volarea = ui::named(new QComboBox(fraSchedule), "cmb_volarea");
+    cmb_unitnos = ui::named(new QComboBox(fraSchedule), "cmb_unitnos");
+    unitlbl = ui::named(new QLabel(fraSchedule), "unitlbl");
+    txtschitemrate = ui::named(new QLineEdit(fraSchedule), "txtschitemrate");
     txtschitemrate->setAlignment(Qt::AlignRight);
     ui::decimalRule(txtschitemrate, true);
-    cmd_save_sch = new QPushButton(tr("Save Schedule Item"), this);
-    cmd_save_sch->setObjectName(QStringLiteral("cmd_save_sch"));
-    cmd_delete = new QPushButton(tr("Delete Schedule Item"), this);
-    cmd_delete->setObjectName(QStringLiteral("cmd_delete"));
-    schlist = new QTreeWidget(this);
-    schlist->setObjectName(QStringLiteral("schlist"));
+    cmd_save_sch = ui::named(new QPushButton(tr("&Save Schedule Item"), this), "cmd_save_sch");
+    cmd_delete = ui::named(new QPushButton(tr("&Delete Schedule Item"), this), "cmd_delete");
+    schlist = ui::named(new QTreeWidget(this), "schlist");
     ui::setupListView(schlist,
                       {tr("Sl No"), tr("Sch. No"), tr("Schedule Item Description"), tr("Category"),
                        tr("Unit Rate"), tr("Unit Label"), tr("Type of Measure")});
     schlist->setToolTip(tr("Double click to Edit item"));
+    // Columns take the width of their lines, not what is left of the row.
+    schlist->header()->setStretchLastSection(false);
+    schlist->header()->setMaximumSectionSize(fontMetrics().averageCharWidth() * kWidestColumnChars);
+    schlist->headerItem()->setTextAlignment(UnitRate, Qt::AlignRight | Qt::AlignVCenter);
 
     const int charWidth = fontMetrics().horizontalAdvance(QLatin1Char('0'));
     txt_schnum->setMaximumWidth(charWidth * 14 + 16);
@@ -68,19 +75,6 @@ frm_schentry::frm_schentry(QWidget* parent) : ui::Screen(parent) {
         c->setMinimumContentsLength(10);
     cmb_projname->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     cmb_projname->setMinimumContentsLength(30);
-    // The description takes the room there is; the short columns are as wide as their
-    // captions, so every column stays in view without scrolling sideways.
-    auto* header = schlist->header();
-    header->setStretchLastSection(false);
-    const QFontMetrics hm(header->font());
-    const std::pair<Column, int> widths[] = {{SlNo, 5},      {SchNo, 10},    {Category, 16},
-                                             {UnitRate, 12}, {UnitLabel, 7}, {TypeOfMeasure, 8}};
-    for (const auto& [column, chars] : widths) {
-        const int caption = hm.horizontalAdvance(schlist->headerItem()->text(column));
-        header->resizeSection(column, std::max(caption, charWidth * chars) + 16);
-    }
-    header->setSectionResizeMode(Description, QHeaderView::Stretch);
-    schlist->headerItem()->setTextAlignment(UnitRate, Qt::AlignRight | Qt::AlignVCenter);
 
     auto label = [](const QString& caption, QWidget* buddy) {
         auto* l = new QLabel(caption, buddy->parentWidget());
@@ -92,8 +86,7 @@ frm_schentry::frm_schentry(QWidget* parent) : ui::Screen(parent) {
     g->addWidget(cmb_projname, 0, 1, 1, 3);
     g->addWidget(label(tr("Schedule Item No."), txt_schnum), 1, 0);
     g->addWidget(txt_schnum, 1, 1, Qt::AlignLeft);
-    auto* desc = label(tr("Item Description"), RtItmDsc);
-    g->addWidget(desc, 2, 0, Qt::AlignTop);
+    g->addWidget(label(tr("Item Description"), RtItmDsc), 2, 0, Qt::AlignTop);
     g->addWidget(RtItmDsc, 2, 1, 1, 3);
     g->addWidget(label(tr("Item Category"), cmb_category), 3, 0);
     g->addWidget(cmb_category, 3, 1);
@@ -118,71 +111,82 @@ frm_schentry::frm_schentry(QWidget* parent) : ui::Screen(parent) {
     box->addLayout(buttons);
     box->addWidget(schlist, 1);
 
-    QWidget* order[] = {cmb_projname, txt_schnum,     RtItmDsc,     cmb_category, cmb_volarea,
-                        cmb_unitnos,  txtschitemrate, cmd_save_sch, cmd_delete,   schlist};
-    for (size_t i = 1; i < std::size(order); ++i)
-        setTabOrder(order[i - 1], order[i]);
+    ui::tabOrder({cmb_projname, txt_schnum, RtItmDsc, cmb_category, cmb_volarea, cmb_unitnos,
+                  txtschitemrate, cmd_save_sch, cmd_delete, schlist});
     ui::selectAllOnFocusBelow(this);
 
     connect(cmb_projname, &QComboBox::activated, this,
-            ui::guarded([this] { cmb_projname_Click(); }));
+            ui::guarded([this] { cmb_projname_activated(); }));
     connect(cmb_category, &QComboBox::activated, this,
-            ui::guarded([this] { cmb_category_Click(); }));
-    connect(cmb_volarea, &QComboBox::activated, this, ui::guarded([this] { cmb_volarea_Click(); }));
-    connect(schlist, &QTreeWidget::itemClicked, this, ui::guarded([this] { schlist_Click(); }));
+            ui::guarded([this] { cmb_category_activated(); }));
+    connect(cmb_volarea, &QComboBox::activated, this,
+            ui::guarded([this] { cmb_volarea_activated(); }));
+    connect(schlist, &QTreeWidget::itemClicked, this,
+            ui::guarded([this] { schlist_itemClicked(); }));
+    // A line reached with the arrow keys is picked as a click picks it.
+    connect(schlist, &QTreeWidget::itemSelectionChanged, this,
+            ui::guarded([this] { schlist_itemClicked(); }));
     // Activation is the double click, and Enter on a line for those who work by keyboard.
-    connect(schlist, &QTreeWidget::itemActivated, this,
-            [this](QTreeWidgetItem* item) { ui::guard([this, item] { schlist_DblClick(item); }); });
+    connect(schlist, &QTreeWidget::itemActivated, this, [this](QTreeWidgetItem* item) {
+        ui::guard([this, item] { schlist_itemActivated(item); });
+    });
     connect(cmd_save_sch, &QPushButton::clicked, this,
             ui::guarded([this] { cmd_save_sch_clicked(); }));
     connect(cmd_delete, &QPushButton::clicked, this, ui::guarded([this] { cmd_delete_clicked(); }));
 
-    resize(900, 600);
     ui::guard([this] { Form_Load(); });
+    resize(sizeHint());
 }
 
 frm_schentry::~frm_schentry() {
     con.conclose();
 }
 
+QSize frm_schentry::sizeHint() const {
+    const QMargins m = layout()->contentsMargins();
+    const int list = schlist->header()->length() + 2 * schlist->frameWidth() +
+                     schlist->verticalScrollBar()->sizeHint().width() + m.left() + m.right();
+    QSize hint = ui::Screen::sizeHint();
+    hint.setWidth(std::max(hint.width(), list));
+    return hint.boundedTo(kLargest);
+}
+
 void frm_schentry::Form_Load() {
     if (!con.isOpen())
         con.conopen();
     cmb_projname->clear();
-    for (const auto& r :
-         con.rows(QStringLiteral("select tw_contract_name from contractmaster order by rowid")))
-        cmb_projname->addItem(r.text(0));
+    for (const auto& r : con.keyed(QStringLiteral("contractmaster")))
+        cmb_projname->addItem(r.text(QStringLiteral("tw_contract_name")));
     cmd_delete->setEnabled(false);
 
-    auto fill = [this](QComboBox* box, const QString& sql) {
-        box->clear();
-        for (const auto& r : con.rows(sql))
-            box->addItem(r.text(0));
+    auto fill = [this](QComboBox* list, const QString& table, const QString& column) {
+        list->clear();
+        for (const auto& r : con.keyed(table))
+            list->addItem(r.text(column));
         // Nothing is picked until the user picks: an item may be saved without one.
-        box->setCurrentIndex(-1);
+        list->setCurrentIndex(-1);
     };
-    fill(cmb_volarea, QStringLiteral("select tw_volarea from volarea order by rowid"));
-    fill(cmb_unitnos, QStringLiteral("select units from units order by rowid"));
+    fill(cmb_volarea, QStringLiteral("volarea"), QStringLiteral("tw_volarea"));
+    fill(cmb_unitnos, QStringLiteral("units"), QStringLiteral("units"));
     // The categories are listed before any project is picked, when no measure system is known
     // yet, so the list always holds the metre categories, also for a project in feet. Picking
     // a category looks its rate up in the table of the project's own system.
     fill(cmb_category,
-         units_ == QLatin1String("Feet")
-             ? QStringLiteral("select tw_category_name from categorylist_feet order by rowid")
-             : QStringLiteral("select tw_category_name from categorylist_meter order by rowid"));
+         units_ == QLatin1String("Feet") ? QStringLiteral("categorylist_feet")
+                                         : QStringLiteral("categorylist_meter"),
+         QStringLiteral("tw_category_name"));
 
     if (cmb_projname->count() == 0)
         throw tw::Error(tr("No project has been defined yet. Define a project first."));
     cmb_projname->setCurrentIndex(0);
-    cmb_projname_Click();
+    cmb_projname_activated();
 }
 
-void frm_schentry::cmb_projname_Click() {
+void frm_schentry::cmb_projname_activated() {
     contractNum_.clear();
     units_.clear();
-    const auto row =
-        con.first(QStringLiteral("select * from contractmaster where tw_contract_name=?"),
-                  {cmb_projname->currentText()});
+    const auto row = con.find(QStringLiteral("contractmaster"),
+                              QStringLiteral("tw_contract_name=?"), {cmb_projname->currentText()});
     if (row) {
         contractNum_ = row->text(QStringLiteral("tw_contract_num"));
         units_ = row->text(QStringLiteral("tw_units"));
@@ -190,12 +194,14 @@ void frm_schentry::cmb_projname_Click() {
     ReloadList();
 }
 
-void frm_schentry::ReloadList() {
+void frm_schentry::ReloadList(const QString& current) {
+    // Rebuilding the lines is no pick of the user's: the delete button keeps its state.
+    const QSignalBlocker quiet(schlist);
     schlist->clear();
     slno_ = 1;
-    for (const auto& r :
-         con.rows(QStringLiteral("select * from sch_master where tw_contract_num=? order by rowid"),
-                  {contractNum_})) {
+    QTreeWidgetItem* keep = nullptr;
+    for (const auto& r : con.keyed(QStringLiteral("sch_master"),
+                                   QStringLiteral("tw_contract_num=?"), {contractNum_})) {
         const QString desc = r.text(QStringLiteral("tw_item_desc"));
         auto* item = ui::addListRow(
             schlist,
@@ -209,28 +215,42 @@ void frm_schentry::ReloadList() {
                                                     : r.text(QStringLiteral("tw_volarea"))});
         item->setToolTip(Description, desc);
         item->setTextAlignment(UnitRate, Qt::AlignRight | Qt::AlignVCenter);
+        // Item numbers compare as the store compares them: "2a" is the item "2A".
+        if (!keep && !current.isEmpty() &&
+            item->text(SchNo).compare(current, Qt::CaseInsensitive) == 0)
+            keep = item;
         ++slno_;
     }
+    // Sized now, not later, so that the size hint of a screen about to open knows the columns.
+    ui::fitColumns(schlist);
+    if (keep)
+        schlist->setCurrentItem(keep);
+    else if (schlist->topLevelItemCount() > 0)
+        schlist->setCurrentItem(schlist->topLevelItem(0), 0, QItemSelectionModel::NoUpdate);
 }
 
-void frm_schentry::cmb_category_Click() {
+void frm_schentry::cmb_category_activated() {
     const bool feet = units_ == QLatin1String("Feet");
     const QString category = cmb_category->currentText();
-    const auto row = con.first(
-        feet ? QStringLiteral("select * from categorylist_feet where tw_category_name=?")
-             : QStringLiteral("select * from categorylist_meter where tw_category_name=?"),
-        {category});
-    if (!row)
+    const auto row =
+        con.find(feet ? QStringLiteral("categorylist_feet") : QStringLiteral("categorylist_meter"),
+                 QStringLiteral("tw_category_name=?"), {category});
+    if (!row) {
+        // The rate of the category picked before must not stand beside this name, where a save
+        // would store the two together.
+        txtschitemrate->clear();
+        cmb_category->setCurrentIndex(-1);
         throw tw::Error(tr("The category \"%1\" is not among the categories in %2.")
                             .arg(category, feet ? tr("feet") : tr("metres")));
+    }
     txtschitemrate->setText(numberText(row->value(QStringLiteral("tw_rate"))));
 }
 
-void frm_schentry::cmb_volarea_Click() {
+void frm_schentry::cmb_volarea_activated() {
     const QString shortWord =
         units_ == QLatin1String("Metre") ? QStringLiteral("Mt") : QStringLiteral("ft");
-    const auto row = con.first(QStringLiteral("select * from volarea where tw_volarea=?"),
-                               {cmb_volarea->currentText()});
+    const auto row = con.find(QStringLiteral("volarea"), QStringLiteral("tw_volarea=?"),
+                              {cmb_volarea->currentText()});
     if (!row)
         return;
     const QString type = row->text(QStringLiteral("tw_volarea"));
@@ -246,28 +266,22 @@ void frm_schentry::cmb_volarea_Click() {
         unitlbl->setText(QStringLiteral("Lumpsum"));
 }
 
-void frm_schentry::schlist_Click() {
+QTreeWidgetItem* frm_schentry::pickedLine() const {
     const int row = ui::selectedRow(schlist);
-    if (schlist->topLevelItemCount() > 0 && row >= 0 &&
-        !schlist->topLevelItem(row)->text(SchNo).isEmpty())
+    return row >= 0 ? schlist->topLevelItem(row) : nullptr;
+}
+
+void frm_schentry::schlist_itemClicked() {
+    if (const auto* line = pickedLine(); line && !line->text(SchNo).isEmpty())
         cmd_delete->setEnabled(true);
 }
 
 std::optional<tw::Row> frm_schentry::findItem(const QString& schNum) const {
-    // The item number is the key within a project; the old store compared it without regard to
-    // case, so "2a" finds the item "2A".
-    return con.first(QStringLiteral("select rowid, * from sch_master where tw_contract_num=? "
-                                    "and tw_sch_num=? collate nocase"),
-                     {contractNum_, schNum});
+    return con.find(QStringLiteral("sch_master"),
+                    QStringLiteral("tw_contract_num=? and tw_sch_num=?"), {contractNum_, schNum});
 }
 
-void frm_schentry::pick(QComboBox* list, const QString& text) {
-    const int i = list->findText(text);
-    if (i >= 0)
-        list->setCurrentIndex(i);
-}
-
-void frm_schentry::schlist_DblClick(QTreeWidgetItem* item) {
+void frm_schentry::schlist_itemActivated(QTreeWidgetItem* item) {
     if (!item || schlist->topLevelItemCount() == 0)
         return;
     const auto row = findItem(item->text(SchNo));
@@ -275,44 +289,35 @@ void frm_schentry::schlist_DblClick(QTreeWidgetItem* item) {
         return;
     txt_schnum->setText(row->text(QStringLiteral("tw_sch_num")));
     RtItmDsc->setPlainText(row->text(QStringLiteral("tw_item_desc")));
-    pick(cmb_unitnos, row->text(QStringLiteral("tw_unit")));
+    pickEntry(cmb_unitnos, row->text(QStringLiteral("tw_unit")));
     // The category's own rate is not looked up here: the item's stored rate replaces it below,
     // and a category missing from the feet table must not keep the item from loading.
-    pick(cmb_category, row->text(QStringLiteral("tw_category_name")));
+    pickEntry(cmb_category, row->text(QStringLiteral("tw_category_name")));
     if (!row->isNull(QStringLiteral("tw_unit_lable")))
         unitlbl->setText(row->text(QStringLiteral("tw_unit_lable")));
     if (!row->isNull(QStringLiteral("tw_volarea"))) {
         const int i = cmb_volarea->findText(row->text(QStringLiteral("tw_volarea")));
         if (i >= 0) {
             cmb_volarea->setCurrentIndex(i);
-            cmb_volarea_Click();
+            cmb_volarea_activated();
         }
     }
     txtschitemrate->setText(numberText(row->value(QStringLiteral("tw_item_rate"))));
 }
 
 void frm_schentry::cmd_save_sch_clicked() {
-    auto check = [](bool ok, const QString& text, QWidget* focus) {
-        if (ok)
-            return true;
-        ui::MsgBox(text, ui::Information);
-        focus->setFocus();
-        return false;
-    };
-    if (!check(!txt_schnum->text().trimmed().isEmpty(), tr("Schedule Item Number is not entered!"),
-               txt_schnum))
-        return;
-    if (!check(!RtItmDsc->toPlainText().trimmed().isEmpty(),
-               tr("Schedule Item Description is not entered!"), RtItmDsc))
-        return;
-    const QString rateText = txtschitemrate->text().trimmed();
-    if (!check(!rateText.isEmpty(), tr("Schedule Item Unit Rate is not entered!"), txtschitemrate))
-        return;
+    // A field is missing only when it is empty: an item number of blanks is a number.
+    if (txt_schnum->text().isEmpty())
+        return ui::refuse(txt_schnum, tr("Schedule Item Number is not entered!"));
+    if (RtItmDsc->toPlainText().isEmpty())
+        return ui::refuse(RtItmDsc, tr("Schedule Item Description is not entered!"));
+    const QString rateText = txtschitemrate->text();
+    if (rateText.isEmpty())
+        return ui::refuse(txtschitemrate, tr("Schedule Item Unit Rate is not entered!"));
     const auto rate = tw::strictNumber(rateText);
-    if (!rate) {
-        txtschitemrate->setFocus();
-        throw tw::Error(tr("The unit rate \"%1\" is not a number.").arg(rateText));
-    }
+    if (!rate)
+        return ui::refuse(txtschitemrate, tr("The unit rate \"%1\" is not a number.").arg(rateText),
+                          ui::Critical);
     if (contractNum_.isEmpty())
         throw tw::Error(tr("No project is picked. Define a project first."));
 
@@ -326,7 +331,7 @@ void frm_schentry::cmd_save_sch_clicked() {
                       {QStringLiteral("tw_deduction"), 0}};
     tw::Transaction tx(con);
     if (const auto found = findItem(schNum)) {
-        con.update(QStringLiteral("sch_master"), found->value(0).toLongLong(), values);
+        con.update(QStringLiteral("sch_master"), found->id(), values);
     } else {
         values.insert(values.begin(), {{QStringLiteral("tw_contract_num"), contractNum_},
                                        {QStringLiteral("tw_sch_num"), schNum}});
@@ -334,7 +339,7 @@ void frm_schentry::cmd_save_sch_clicked() {
     }
     tx.commit();
 
-    ReloadList();
+    ReloadList(schNum);
     RtItmDsc->clear();
     txtschitemrate->clear();
     txt_schnum->clear();
@@ -342,19 +347,18 @@ void frm_schentry::cmd_save_sch_clicked() {
 }
 
 void frm_schentry::cmd_delete_clicked() {
-    const int row = ui::selectedRow(schlist);
-    const QTreeWidgetItem* item = row >= 0 ? schlist->topLevelItem(row) : nullptr;
-    const QString schNum = item ? item->text(SchNo) : QString();
+    const QTreeWidgetItem* line = pickedLine();
+    const QString schNum = line ? line->text(SchNo) : QString();
     if (schNum.isEmpty()) {
         ui::MsgBox(tr("No item selected"), ui::Information);
     } else if (ui::MsgBox(tr("You are Deleting : ") + schNum + QStringLiteral(" - ") +
-                              item->text(Description),
-                          ui::OkCancel | ui::Question) == ui::Answer::Ok) {
+                              line->text(Description),
+                          ui::OkCancel) == ui::Answer::Ok) {
         tw::Transaction tx(con);
         if (const auto found = findItem(schNum))
-            con.remove(QStringLiteral("sch_master"), found->value(0).toLongLong());
+            con.remove(QStringLiteral("sch_master"), found->id());
         tx.commit();
     }
-    ReloadList();
+    ReloadList(schNum);
     cmd_delete->setEnabled(false);
 }

@@ -20,6 +20,10 @@ public:
     explicit frm_schentry(QWidget* parent = nullptr);
     ~frm_schentry() override;
 
+    // Wide enough for every column of the list as its lines need them, within what a 1366x768
+    // display leaves a screen of the frame.
+    QSize sizeHint() const override;
+
     QGroupBox* fraSchedule;
     QComboBox* cmb_projname;
     QLineEdit* txt_schnum;
@@ -39,16 +43,18 @@ public:
     // Fills the lists and picks the first project.
     void Form_Load();
     // Keeps the picked project's number and measure system and lists its items.
-    void cmb_projname_Click();
-    // Lists the items of the kept project in store order.
-    void ReloadList();
+    void cmb_projname_activated();
+    // Lists the items of the kept project in store order. The line of item `current` (else the
+    // first line) becomes the list's current line, so the keyboard finds its place again.
+    void ReloadList(const QString& current = {});
     // Puts the category's rate in the rate field.
-    void cmb_category_Click();
+    void cmb_category_activated();
     // Sets the unit label from the type of measure and the project's measure system.
-    void cmb_volarea_Click();
-    void schlist_Click();
+    void cmb_volarea_activated();
+    // A picked line with an item number allows deleting it.
+    void schlist_itemClicked();
     // Loads the item of the line into the fields; the stored rate wins over the category's.
-    void schlist_DblClick(QTreeWidgetItem* item);
+    void schlist_itemActivated(QTreeWidgetItem* item);
     // Checks the fields, then adds the item or overwrites the one with the same number.
     void cmd_save_sch_clicked();
     void cmd_delete_clicked();
@@ -59,7 +65,8 @@ public:
 
 private:
     std::optional<tw::Row> findItem(const QString& schNum) const;
-    static void pick(QComboBox* list, const QString& text);
+    // The line picked in the list, or null.
+    QTreeWidgetItem* pickedLine() const;
 
     QString contractNum_;
     QString units_;

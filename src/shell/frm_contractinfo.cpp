@@ -13,9 +13,7 @@ frm_ContractInfo::frm_ContractInfo(QWidget* parent) : ui::Screen(parent) {
     setObjectName(QStringLiteral("frm_ContractInfo"));
     setWindowTitle(tr("  Project Information ..."));
     auto option = [this](const char* name, const QString& caption) {
-        auto* r = new QRadioButton(caption, this);
-        r->setObjectName(QString::fromLatin1(name));
-        return r;
+        return ui::named(new QRadioButton(caption, this), name);
     };
     exopt = option("exopt", tr("Projects"));
     newopt = option("newopt", tr("Schedules Entry"));
@@ -24,11 +22,9 @@ frm_ContractInfo::frm_ContractInfo(QWidget* parent) : ui::Screen(parent) {
     Option3 = option("Option3", tr("Rate Analysis for Categories"));
     Option4 = option("Option4", tr("Reinforcement Entry"));
     Option5 = option("Option5", tr("Reports"));
-    cmdok = new QPushButton(tr("&Go"), this);
-    cmdok->setObjectName(QStringLiteral("cmdok"));
+    cmdok = ui::named(new QPushButton(tr("&Go"), this), "cmdok");
     cmdok->setDefault(true);
-    cmdCancel = new QPushButton(tr("&Cancel"), this);
-    cmdCancel->setObjectName(QStringLiteral("cmdCancel"));
+    cmdCancel = ui::named(new QPushButton(tr("&Cancel"), this), "cmdCancel");
 
     auto* name = new QLabel(tr("Tallywright"), this);
     QFont f = name->font();
@@ -54,7 +50,7 @@ frm_ContractInfo::frm_ContractInfo(QWidget* parent) : ui::Screen(parent) {
 
     connect(cmdok, &QPushButton::clicked, this, ui::guarded([this] { cmdok_clicked(); }));
     connect(cmdCancel, &QPushButton::clicked, this, [this] { cmdCancel_clicked(); });
-    setFixedSize(360, 380);
+    setFixedSize(sizeHint().expandedTo(QSize(360, 0)));
     tw::Tallywrightmod::boardopen = true;
 }
 
@@ -70,7 +66,12 @@ void frm_ContractInfo::cmdok_clicked() {
         {Option5, "Frm_Reports"}};
     for (const auto& [option, screen] : choices) {
         if (option->isChecked()) {
-            ui::openScreen(QString::fromLatin1(screen));
+            if (!ui::openScreen(QString::fromLatin1(screen))) {
+                // The board stays, so another choice can be made.
+                ui::MsgBox(tr("\"%1\" is not part of this version yet.").arg(option->text()),
+                           ui::Information);
+                return;
+            }
             // The board goes with its sub-window; closing the widget alone would leave an
             // empty frame behind in the work area.
             if (parentWidget())

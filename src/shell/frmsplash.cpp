@@ -6,8 +6,7 @@
 #include <QGridLayout>
 #include <QPainter>
 
-namespace {
-// The product mark: drawn rather than shipped, so the splash needs no picture file.
+// Drawn rather than shipped, so the program needs no picture file.
 QPixmap productMark() {
     QPixmap pm(96, 96);
     pm.fill(Qt::transparent);
@@ -22,7 +21,6 @@ QPixmap productMark() {
         p.drawLine(20 + i * 8, 72 - i * 18, 76 - i * 8, 72 - i * 18);
     return pm;
 }
-} // namespace
 
 frmSplash::frmSplash(QWidget* parent) : QWidget(parent) {
     setObjectName(QStringLiteral("frmSplash"));

@@ -4,8 +4,12 @@
 
 #include <QLabel>
 #include <QListWidget>
+#include <QPixmap>
 #include <QTimer>
 #include <QWidget>
+
+// The product mark of the splash, also the icon of every window.
+QPixmap productMark();
 
 class frmSplash : public QWidget {
     Q_OBJECT

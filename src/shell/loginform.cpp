@@ -1,16 +1,18 @@
 #include "shell/loginform.h"
 
+#include "store/backup.h"
 #include "store/store.h"
 #include "ui/kit.h"
 
 #include <QDialog>
 #include <QDialogButtonBox>
-#include <QEvent>
 #include <QFile>
 #include <QFormLayout>
 #include <QGridLayout>
-#include <QLockFile>
+#include <QShowEvent>
 #include <QVBoxLayout>
+
+#include <memory>
 
 namespace {
 QString cfgPath() {
@@ -27,16 +29,12 @@ void userIdRule(QLineEdit* field) {
 LoginForm::LoginForm(QWidget* parent) : QWidget(parent) {
     setObjectName(QStringLiteral("LoginForm"));
     setWindowTitle(tr(" Tallywright_Corp [ Login ... ]"));
-    txtuserid = new QLineEdit(this);
-    txtuserid->setObjectName(QStringLiteral("txtuserid"));
+    txtuserid = ui::named(new QLineEdit(this), "txtuserid");
     userIdRule(txtuserid);
-    txtpass = new QLineEdit(this);
-    txtpass->setObjectName(QStringLiteral("txtpass"));
+    txtpass = ui::named(new QLineEdit(this), "txtpass");
     txtpass->setEchoMode(QLineEdit::Password);
-    cmdLogin = new QPushButton(tr("Login"), this);
-    cmdLogin->setObjectName(QStringLiteral("cmdLogin"));
-    cmdCancel = new QPushButton(tr("Cancel"), this);
-    cmdCancel->setObjectName(QStringLiteral("cmdCancel"));
+    cmdLogin = ui::named(new QPushButton(tr("Login"), this), "cmdLogin");
+    cmdCancel = ui::named(new QPushButton(tr("Cancel"), this), "cmdCancel");
 
     auto* title = new QLabel(tr("Tallywright"), this);
     QFont f = title->font();
@@ -51,11 +49,10 @@ LoginForm::LoginForm(QWidget* parent) : QWidget(parent) {
     grid->addWidget(txtpass, 2, 1, 1, 2);
     grid->addWidget(cmdLogin, 3, 1);
     grid->addWidget(cmdCancel, 3, 2);
-    setTabOrder(txtuserid, txtpass);
-    setTabOrder(txtpass, cmdLogin);
-    setTabOrder(cmdLogin, cmdCancel);
+    ui::tabOrder({txtuserid, txtpass, cmdLogin, cmdCancel});
     ui::selectAllOnFocus(txtuserid);
     ui::selectAllOnFocus(txtpass);
+    ui::enterPressesButtons(this);
 
     connect(cmdLogin, &QPushButton::clicked, this, ui::guarded([this] { cmdLogin_clicked(); }));
     connect(txtpass, &QLineEdit::returnPressed, this, ui::guarded([this] { cmdLogin_clicked(); }));
@@ -63,18 +60,20 @@ LoginForm::LoginForm(QWidget* parent) : QWidget(parent) {
     setMinimumWidth(340);
 }
 
-bool LoginForm::event(QEvent* e) {
-    if (e->type() == QEvent::WindowActivate)
-        ui::guard([this] { Form_Activate(); });
-    return QWidget::event(e);
-}
-
-// Each time the screen comes back the password is asked again.
-void LoginForm::Form_Activate() {
-    if (const auto cfg = tw::readLoginConfig(cfgPath()))
-        txtuserid->setText(cfg->userid);
+// The stored user id is offered once, when the screen first shows. Later activations (the
+// window coming back after a message box) leave what the user typed alone, so a mistyped id
+// can be mended and a damaged twk.cfg is told only once.
+void LoginForm::showEvent(QShowEvent* e) {
+    QWidget::showEvent(e);
+    if (filled_ || e->spontaneous())
+        return;
+    filled_ = true;
     txtpass->clear();
     txtpass->setFocus();
+    ui::guard([this] {
+        if (const auto cfg = tw::readLoginConfig(cfgPath()))
+            txtuserid->setText(cfg->userid);
+    });
 }
 
 bool LoginForm::Login_data(QString& userid, QString& password) const {
@@ -89,14 +88,12 @@ bool LoginForm::Login_data(QString& userid, QString& password) const {
 void LoginForm::cmdLogin_clicked() {
     if (txtuserid->text().trimmed().isEmpty()) {
         ui::beep();
-        ui::MsgBox(tr("Enter User ID"), ui::Information, tr("Information"));
-        txtuserid->setFocus();
+        ui::refuse(txtuserid, tr("Enter User ID"), ui::Information, tr("Information"));
         return;
     }
     if (txtpass->text().trimmed().isEmpty()) {
         ui::beep();
-        ui::MsgBox(tr("Enter Password"), ui::Information, tr("Information"));
-        txtpass->setFocus();
+        ui::refuse(txtpass, tr("Enter Password"), ui::Information, tr("Information"));
         return;
     }
     if (!QFile::exists(cfgPath()))
@@ -105,15 +102,12 @@ void LoginForm::cmdLogin_clicked() {
     if (!Login_data(userid, password))
         return;
     if (txtuserid->text().trimmed().toUpper() != userid.toUpper()) {
-        ui::MsgBox(tr("Invalid User Name"), ui::Information);
-        txtuserid->setFocus();
         txtpass->clear();
+        ui::refuse(txtuserid, tr("Invalid User Name"), ui::Information);
         return;
     }
     if (txtpass->text().trimmed() != password.trimmed()) {
-        ui::MsgBox(tr("Invalid PassWord "), ui::Information);
-        txtpass->selectAll();
-        txtpass->setFocus();
+        ui::refuse(txtpass, tr("Invalid PassWord "), ui::Information);
         return;
     }
     emit loggedIn();
@@ -123,13 +117,38 @@ void LoginForm::cmdCancel_clicked() {
     emit cancelled();
 }
 
-bool claimSingleInstance() {
-    static QLockFile lock(tw::AppFolder::file(QStringLiteral("Tallywright.lock")));
-    lock.setStaleLockTime(0);
-    if (lock.isLocked() || lock.tryLock(0))
+Claim claimSingleInstance() {
+    static std::unique_ptr<tw::AppLock> lock;
+    static QString lockedFolder;
+    const QString folder = tw::AppFolder::path();
+    if (lock && lock->state() == tw::AppLock::State::Held && lockedFolder == folder)
+        return Claim::Only;
+    lock.reset(); // a lock on another folder goes first
+    lock = std::make_unique<tw::AppLock>(folder);
+    lockedFolder = folder;
+    switch (lock->state()) {
+    case tw::AppLock::State::Held:
+        return Claim::Only;
+    case tw::AppLock::State::Running:
+        ui::MsgBox(QObject::tr("Apllication already Running"));
+        return Claim::Running;
+    case tw::AppLock::State::Failed:
+        break;
+    }
+    ui::MsgBox(lock->error(), ui::Critical);
+    return Claim::Failed;
+}
+
+bool prepareLoginConfig(QWidget* parent) {
+    try {
+        // Without the file the login lets no one in; the dialog offers to write it.
+        if (!tw::readLoginConfig(cfgPath()))
+            runFirstRunDialog(parent);
         return true;
-    ui::MsgBox(QObject::tr("Apllication already Running"));
-    return false;
+    } catch (const tw::Error& e) {
+        ui::MsgBox(e.text(), ui::Critical);
+    }
+    return runFirstRunDialog(parent);
 }
 
 bool runFirstRunDialog(QWidget* parent) {
@@ -139,13 +158,10 @@ bool runFirstRunDialog(QWidget* parent) {
     auto* intro = new QLabel(
         QObject::tr("Choose the user id and the password that will open Tallywright."), &dlg);
     intro->setWordWrap(true);
-    auto* user = new QLineEdit(&dlg);
-    user->setObjectName(QStringLiteral("txtuserid"));
+    auto* user = ui::named(new QLineEdit(&dlg), "txtuserid");
     userIdRule(user);
-    auto* pass = new QLineEdit(&dlg);
-    pass->setObjectName(QStringLiteral("txtpass"));
-    auto* again = new QLineEdit(&dlg);
-    again->setObjectName(QStringLiteral("txtpass2"));
+    auto* pass = ui::named(new QLineEdit(&dlg), "txtpass");
+    auto* again = ui::named(new QLineEdit(&dlg), "txtpass2");
     for (auto* p : {pass, again})
         p->setEchoMode(QLineEdit::Password);
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, &dlg);
@@ -157,39 +173,28 @@ bool runFirstRunDialog(QWidget* parent) {
     box->addWidget(intro);
     box->addLayout(form);
     box->addWidget(buttons);
+    ui::enterPressesButtons(&dlg);
+    dlg.setMinimumWidth(380); // room for the whole title
 
     QObject::connect(buttons, &QDialogButtonBox::rejected, &dlg, &QDialog::reject);
-    QObject::connect(buttons, &QDialogButtonBox::accepted, &dlg, [&] {
-        ui::guard([&] {
-            if (user->text().trimmed().isEmpty()) {
-                ui::MsgBox(QObject::tr("Enter User ID"), ui::Information,
-                           QObject::tr("Information"));
-                user->setFocus();
-                return;
-            }
-            if (pass->text().trimmed().isEmpty()) {
-                ui::MsgBox(QObject::tr("Enter Password"), ui::Information,
-                           QObject::tr("Information"));
-                pass->setFocus();
-                return;
-            }
+    QObject::connect(
+        buttons, &QDialogButtonBox::accepted, &dlg, ui::guarded([&] {
+            const QString info = QObject::tr("Information");
+            if (user->text().trimmed().isEmpty())
+                return ui::refuse(user, QObject::tr("Enter User ID"), ui::Information, info);
+            if (pass->text().trimmed().isEmpty())
+                return ui::refuse(pass, QObject::tr("Enter Password"), ui::Information, info);
             // The file quotes each value, so a double quote cannot be kept in it.
-            if (pass->text().contains(u'"')) {
-                ui::MsgBox(QObject::tr("The password cannot hold a double quote."),
-                           ui::Exclamation);
-                pass->setFocus();
-                return;
-            }
+            if (pass->text().contains(u'"'))
+                return ui::refuse(pass, QObject::tr("The password cannot hold a double quote."),
+                                  ui::Exclamation);
             if (pass->text() != again->text()) {
-                ui::MsgBox(QObject::tr("The two passwords differ."), ui::Exclamation);
                 again->clear();
-                again->setFocus();
-                return;
+                return ui::refuse(again, QObject::tr("The two passwords differ."), ui::Exclamation);
             }
             tw::writeLoginConfig(cfgPath(), {QStringLiteral("localhost"), user->text().trimmed(),
                                              pass->text().trimmed()});
             dlg.accept();
-        });
-    });
+        }));
     return dlg.exec() == QDialog::Accepted;
 }

@@ -26,17 +26,25 @@ signals:
     void cancelled(); // end the program
 
 protected:
-    bool event(QEvent* e) override;
+    void showEvent(QShowEvent* e) override;
 
 private:
-    void Form_Activate();
     bool Login_data(QString& userid, QString& password) const;
+    bool filled_ = false;
 };
 
-// The running-copy test: true when this is the only copy; otherwise tells the user. The lock
-// lives as long as the program.
-bool claimSingleInstance();
+// The running-copy test, before anything else shows. Only: this is the one copy, and the lock
+// is held as long as the program runs. Running: another live copy holds it ("Apllication
+// already Running" was shown). Failed: the application folder takes no file (a box naming it
+// was shown).
+enum class Claim { Only, Running, Failed };
+Claim claimSingleInstance();
 
-// When twk.cfg is missing, asks for the user id and a password typed twice and writes the
-// file. Gives false when the user gave up.
+// Before the login: a missing twk.cfg is asked for through the first-run dialog; a damaged one
+// (empty, too short, unreadable) is told in one box naming the file and then asked for anew the
+// same way. Gives false when the user gave up on a damaged file: there is no way to log in.
+bool prepareLoginConfig(QWidget* parent = nullptr);
+
+// Asks for the user id and a password typed twice and writes twk.cfg. Gives false when the user
+// gave up.
 bool runFirstRunDialog(QWidget* parent = nullptr);

@@ -12,8 +12,15 @@
 #include <QMdiSubWindow>
 #include <QMenuBar>
 #include <QMouseEvent>
+#include <QScreen>
+#include <QStyle>
 #include <QTextBrowser>
 #include <QUrl>
+
+namespace {
+// The size a child screen asked for, kept on its window until the window can be placed.
+const char* const wantedSize = "wantedSize";
+} // namespace
 
 std::map<QString, TallyFrame::Factory>& TallyFrame::factories() {
     static std::map<QString, Factory> all;
@@ -28,6 +35,9 @@ TallyFrame::TallyFrame(QWidget* parent) : QMainWindow(parent) {
     mdi->setObjectName(QStringLiteral("mdi"));
     mdi->setBackground(QColor(0x5b, 0x6e, 0x80));
     mdi->viewport()->installEventFilter(this);
+    // On a small display a screen may be larger than the work area: it can then be scrolled.
+    mdi->setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
+    mdi->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
     setCentralWidget(mdi);
 
     auto* bar = menuBar();
@@ -44,7 +54,7 @@ TallyFrame::TallyFrame(QWidget* parent) : QMainWindow(parent) {
     entry(mnufile, "mnurnfrc", tr("Re&inforcement"), QStringLiteral("Frm_Reinforcement"));
     entry(mnufile, "Report_Generation", tr("&Reports"), QStringLiteral("Frm_Reports"));
     auto* exit = entry(mnufile, "mnuexit", tr("E&xit"));
-    connect(exit, &QAction::triggered, this, [this] { mnuexit_clicked(); });
+    connect(exit, &QAction::triggered, this, [this] { mnuexit_triggered(); });
 
     tools = bar->addMenu(tr("&Tools"));
     tools->setObjectName(QStringLiteral("tools"));
@@ -65,14 +75,14 @@ TallyFrame::TallyFrame(QWidget* parent) : QMainWindow(parent) {
 
     mnuwindow = bar->addMenu(tr("&Window"));
     mnuwindow->setObjectName(QStringLiteral("mnuwindow"));
-    connect(mnuwindow, &QMenu::aboutToShow, this, &TallyFrame::fillWindowMenu);
+    connect(mnuwindow, &QMenu::aboutToShow, this, &TallyFrame::mnuwindow_aboutToShow);
 
     mnuhlp = bar->addMenu(tr("Help"));
     mnuhlp->setObjectName(QStringLiteral("mnuhlp"));
     connect(entry(mnuhlp, "mnuUsrGd", tr("User Guide")), &QAction::triggered, this,
-            ui::guarded([this] { mnuUsrGd_clicked(); }));
+            ui::guarded([this] { mnuUsrGd_triggered(); }));
     connect(entry(mnuhlp, "mnuAbtUs", tr("About Us")), &QAction::triggered, this,
-            ui::guarded([this] { mnuAbtUs_clicked(); }));
+            ui::guarded([this] { mnuAbtUs_triggered(); }));
 
     // Not on the menu bar: the rate analysis list pops it up.
     mnurtanl = new QMenu(tr("RateAnalysis"), this);
@@ -80,8 +90,21 @@ TallyFrame::TallyFrame(QWidget* parent) : QMainWindow(parent) {
     mnurtedt = mnurtanl->addAction(tr("Edit"));
     mnurtedt->setObjectName(QStringLiteral("mnurtedt"));
 
-    ui::setScreenOpener([this](const QString& name) { openChild(name); });
-    resize(1100, 760);
+    ui::setScreenOpener([this](const QString& name) { return openChild(name) != nullptr; });
+
+    // The frame opens at a comfortable size in the middle of the free area of its display (what
+    // a taskbar leaves), with room for the window's own title bar and border; a display too
+    // small for that gets all its free area.
+    const QRect free = screen()->availableGeometry();
+    const QSize comfortable(1100, 760);
+    const QSize border(16, 48);
+    if (free.width() >= comfortable.width() + border.width() &&
+        free.height() >= comfortable.height() + border.height()) {
+        setGeometry(QStyle::alignedRect(Qt::LeftToRight, Qt::AlignCenter, comfortable, free));
+    } else {
+        setGeometry(free.adjusted(0, 0, -border.width(), -border.height()));
+        setWindowState(Qt::WindowMaximized);
+    }
 
     con.conopen();
     openBoard();
@@ -106,13 +129,35 @@ QAction* TallyFrame::entry(QMenu* menu, const char* name, const QString& caption
 }
 
 QWidget* TallyFrame::addChild(QWidget* w) {
+    // The size a screen gave itself, or else the one its layout asks for; never less than it
+    // needs to show every field.
+    const QSize wanted = (w->testAttribute(Qt::WA_Resized) ? w->size() : w->sizeHint())
+                             .expandedTo(w->minimumSizeHint());
     QMdiSubWindow* sub = mdi->addSubWindow(w);
     sub->setAttribute(Qt::WA_DeleteOnClose);
-    sub->setWindowIcon(QIcon());
+    sub->setProperty(wantedSize, wanted);
     sub->show();
     w->show();
+    placeChild(sub);
     mdi->setActiveSubWindow(sub);
     return w;
+}
+
+// The window of a screen takes the screen's size plus its own title bar and border, as far as
+// the work area allows, and stands wholly inside the work area.
+void TallyFrame::placeChild(QMdiSubWindow* sub) {
+    // Before the frame shows, its work area has no size yet: the frame places its first
+    // children when it shows.
+    if (!isVisible())
+        return;
+    const QSize wanted = sub->property(wantedSize).toSize();
+    const QMargins m = sub->contentsMargins();
+    const QSize area = mdi->viewport()->size();
+    const QSize size = (wanted + QSize(m.left() + m.right(), m.top() + m.bottom())).boundedTo(area);
+    sub->resize(size);
+    const QPoint at(qBound(0, sub->x(), qMax(0, area.width() - sub->width())),
+                    qBound(0, sub->y(), qMax(0, area.height() - sub->height())));
+    sub->move(at);
 }
 
 QWidget* TallyFrame::openChild(const QString& className) {
@@ -137,7 +182,7 @@ void TallyFrame::openBoard() {
     addChild(new frm_ContractInfo);
 }
 
-void TallyFrame::mnuexit_clicked() {
+void TallyFrame::mnuexit_triggered() {
     QMdiSubWindow* sub = mdi->activeSubWindow();
     if (!sub)
         sub = mdi->currentSubWindow();
@@ -147,7 +192,7 @@ void TallyFrame::mnuexit_clicked() {
         close();
 }
 
-void TallyFrame::mnuUsrGd_clicked() {
+void TallyFrame::mnuUsrGd_triggered() {
     const QString guide = tw::AppFolder::file(QStringLiteral("docs/user-guide.html"));
     if (!QFile::exists(guide))
         throw tw::Error(tr("Cannot find the user guide %1").arg(guide));
@@ -163,15 +208,16 @@ void TallyFrame::mnuUsrGd_clicked() {
     view->setOpenExternalLinks(false);
     view->setSource(QUrl::fromLocalFile(guide));
     view->setAttribute(Qt::WA_DeleteOnClose);
-    addChild(view)->resize(760, 560);
+    view->resize(760, 560);
+    addChild(view);
 }
 
-void TallyFrame::mnuAbtUs_clicked() {
+void TallyFrame::mnuAbtUs_triggered() {
     frm_AbtUs about(this);
     about.exec();
 }
 
-void TallyFrame::fillWindowMenu() {
+void TallyFrame::mnuwindow_aboutToShow() {
     mnuwindow->clear();
     const auto subs = mdi->subWindowList();
     for (int i = 0; i < subs.size(); ++i) {
@@ -190,6 +236,13 @@ bool TallyFrame::eventFilter(QObject* watched, QEvent* event) {
         return true;
     }
     return QMainWindow::eventFilter(watched, event);
+}
+
+void TallyFrame::showEvent(QShowEvent* e) {
+    QMainWindow::showEvent(e);
+    if (!e->spontaneous())
+        for (QMdiSubWindow* sub : mdi->subWindowList())
+            placeChild(sub);
 }
 
 void TallyFrame::closeEvent(QCloseEvent* e) {

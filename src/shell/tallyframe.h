@@ -3,10 +3,12 @@
 // of its background.
 
 #include "store/store.h"
+#include "ui/kit.h"
 
 #include <QAction>
 #include <QMainWindow>
 #include <QMdiArea>
+#include <QMdiSubWindow>
 #include <QMenu>
 
 #include <functional>
@@ -28,9 +30,9 @@ public:
     // The board, unless it is up already.
     void openBoard();
 
-    void mnuexit_clicked();
-    void mnuUsrGd_clicked();
-    void mnuAbtUs_clicked();
+    void mnuexit_triggered();
+    void mnuUsrGd_triggered();
+    void mnuAbtUs_triggered();
 
     QMdiArea* mdi;
     QMenu* mnufile;
@@ -43,13 +45,15 @@ public:
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
+    void showEvent(QShowEvent* e) override;
     void closeEvent(QCloseEvent* e) override;
 
 private:
     QAction* entry(QMenu* menu, const char* name, const QString& caption,
                    const QString& screen = {});
-    void fillWindowMenu();
+    void mnuwindow_aboutToShow();
     QWidget* addChild(QWidget* w);
+    void placeChild(QMdiSubWindow* sub);
 
-    tw::ConClass con;
+    tw::ConClass con{ui::boxes()};
 };

@@ -3,6 +3,7 @@
 #include "store/store.h"
 #include "values/values.h"
 
+#include <QDir>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QVariant>
@@ -10,13 +11,14 @@
 namespace tw::schema {
 namespace {
 
-// Declared types map the old store's kinds: text and date-text are TEXT; "digits" columns are
+// Declared types: text and date-text are TEXT; "digits" columns are
 // TEXT because a 25-digit phone number does not fit a number; numbers are REAL; yes/no is an
 // INTEGER 0 or 1; money held as currency is REAL with four decimals.
 const QString T = QStringLiteral("TEXT");
 const QString N = QStringLiteral("REAL");
 const QString I = QStringLiteral("INTEGER");
 const QString B = QStringLiteral("INTEGER"); // yes/no
+const QString Any = QString();               // no declared type: values kept as given
 
 std::vector<Column> cols(std::initializer_list<std::pair<const char*, QString>> list) {
     std::vector<Column> out;
@@ -95,10 +97,12 @@ std::vector<Column> estimationColumns() {
                  {"inr", I},
                  {"tw_item_narration_d", T},
                  {"net_amt", N}, // 28
-                 {"ewp_amt", N}, // 29
-                 {"wws_amt", N}, // 30
-                 {"ewp_pct", N}, // 31
-                 {"wws_pct", N}, // 32
+                 // The shares hold a figure as printed ("75.") or the number 0, so the column
+                 // keeps what it is given.
+                 {"ewp_amt", Any}, // 29
+                 {"wws_amt", Any}, // 30
+                 {"ewp_pct", N},   // 31
+                 {"wws_pct", N},   // 32
                  {"inr_d", I},
                  {"prev_bill_qty", N},
                  {"prev_bill_amt", N},
@@ -161,7 +165,7 @@ std::vector<Table> makeTables() {
                                               {"tw_diameter", T},
                                               {"tw_length_qty", N},
                                               {"tw_length_ft", N},
-                                              {"tw_length_inches", T},
+                                              {"tw_length_inches", N},
                                               {"tw_remarks", T}})});
     t.push_back({"Materials", cols({{"tw_mat_desc", T}, {"tw_rate", N}, {"tw_unitlbl", T}})});
     t.push_back({"CategoryList_Feet", categoryColumns()});
@@ -221,7 +225,7 @@ std::vector<Table> makeTables() {
                                                      {"tw_narration", T},
                                                      {"tw_diameter", T},
                                                      {"tw_length_ft", N},
-                                                     {"tw_length_inches", T},
+                                                     {"tw_length_inches", N},
                                                      {"tw_length_qty", N},
                                                      {"tw_remarks", T},
                                                      {"tw_total_length", N},
@@ -340,7 +344,9 @@ void seed(QSqlDatabase db) {
     QStringList diaText;
     std::vector<QVariantList> weights;
     for (int d : dias) {
-        diaText << QStringLiteral("%1 mm").arg(d);
+        // The list offers plain numbers: a line stores the numeric value of the size, and a line
+        // taken back for editing must find its size already known, spelt the same way.
+        diaText << QString::number(d);
         // Nominal mass of a round bar of steel at 7850 kg per cubic metre: d^2 / 162.2 kg
         // per metre, printed to three places as the bar tables give it.
         const double perMetre = roundHalfEven(double(d) * d / 162.2, 3);
@@ -354,11 +360,20 @@ void seed(QSqlDatabase db) {
         {QStringLiteral(" ")});
 }
 
+// A column definition. Text compares without regard to case everywhere in the store, so every
+// text column carries that collation: "a-1" finds "A-1" in any query, join or index.
+QString definition(const QString& name, const QString& type) {
+    QString def = QStringLiteral("\"%1\" %2").arg(name, type);
+    if (type.compare(T, Qt::CaseInsensitive) == 0)
+        def += QStringLiteral(" COLLATE NOCASE");
+    return def;
+}
+
 void create(QSqlDatabase db) {
     for (const auto& table : tables()) {
         QStringList defs;
         for (const auto& c : table.columns)
-            defs << QStringLiteral("\"%1\" %2").arg(c.name, c.type);
+            defs << definition(c.name, c.type);
         run(db, QStringLiteral("create table \"%1\" (%2)").arg(table.name, defs.join(u", ")));
     }
     seed(db);
@@ -369,6 +384,45 @@ int scalar(QSqlDatabase db, const QString& sql) {
     return q.next() ? q.value(0).toInt() : 0;
 }
 
+// Files of the first format compared text by case. Each table, the per-project ones too, is
+// made again with the same columns in the same order, its text columns folding case, and its
+// rows copied with their identities.
+void foldTextColumns(QSqlDatabase db) {
+    const auto ident = [](QString n) {
+        return u'"' + n.replace(u'"', QStringLiteral("\"\"")) + u'"';
+    };
+    QStringList names;
+    QSqlQuery list = prepared(db,
+                              QStringLiteral("select name from sqlite_master where type='table' "
+                                             "and name not like 'sqlite\\_%' escape '\\'"),
+                              {});
+    while (list.next())
+        names << list.value(0).toString();
+    for (const QString& name : names) {
+        // A table of the program takes its columns' current types; a per-project table keeps
+        // the types it was made with.
+        const auto known = std::find_if(tables().begin(), tables().end(), [&](const Table& t) {
+            return t.name.compare(name, Qt::CaseInsensitive) == 0;
+        });
+        QStringList defs, columns;
+        QSqlQuery info =
+            prepared(db, QStringLiteral("select name, type from pragma_table_info(?)"), {name});
+        for (std::size_t i = 0; info.next(); ++i) {
+            const QString column = info.value(0).toString();
+            const bool same = known != tables().end() && i < known->columns.size() &&
+                              known->columns[i].name.compare(column, Qt::CaseInsensitive) == 0;
+            defs << definition(column, same ? known->columns[i].type : info.value(1).toString());
+            columns << ident(column);
+        }
+        const QString tmp = ident(QStringLiteral("tw_fold_") + name);
+        run(db, QStringLiteral("create table %1 (%2)").arg(tmp, defs.join(u", ")));
+        run(db, QStringLiteral("insert into %1 (rowid, %2) select rowid, %2 from %3")
+                    .arg(tmp, columns.join(u", "), ident(name)));
+        run(db, QStringLiteral("drop table %1").arg(ident(name)));
+        run(db, QStringLiteral("alter table %1 rename to %2").arg(tmp, ident(name)));
+    }
+}
+
 } // namespace
 
 const std::vector<Table>& tables() {
@@ -376,26 +430,34 @@ const std::vector<Table>& tables() {
     return all;
 }
 
-void ensure(QSqlDatabase db) {
+void check(QSqlDatabase db) {
     const int version = scalar(db, QStringLiteral("pragma user_version"));
+    const QString file = QDir::toNativeSeparators(db.databaseName());
     if (version > currentVersion)
         throw Error(QStringLiteral("The database %1 was written by a newer version of "
                                    "Tallywright (format %2; this program reads up to %3).")
-                        .arg(db.databaseName())
+                        .arg(file)
                         .arg(version)
                         .arg(currentVersion));
+    if (version == 0 && scalar(db, QStringLiteral("select count(*) from sqlite_master")) > 0)
+        throw Error(QStringLiteral("The file %1 is not a Tallywright database.").arg(file));
+}
+
+void ensure(QSqlDatabase db) {
+    check(db);
+    const int version = scalar(db, QStringLiteral("pragma user_version"));
     if (version == currentVersion)
         return;
     if (!db.transaction())
         throw Error(db.lastError().text());
     try {
-        if (version == 0) {
-            if (scalar(db, QStringLiteral("select count(*) from sqlite_master")) > 0)
-                throw Error(QStringLiteral("The file %1 is not a Tallywright database.")
-                                .arg(db.databaseName()));
+        if (version == 0)
             create(db);
+        else if (version < 2) {
+            foldTextColumns(db);
+            run(db, QStringLiteral("update diameter set tw_diameter = substr(tw_diameter, 1, "
+                                   "length(tw_diameter) - 3) where tw_diameter like '% mm'"));
         }
-        // Later formats add their steps here: if (version < 2) { ... }
         run(db, QStringLiteral("pragma user_version = %1").arg(currentVersion));
     } catch (...) {
         db.rollback();

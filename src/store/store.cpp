@@ -13,6 +13,9 @@
 
 #include <atomic>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 namespace tw {
 
 // ---- application folder -------------------------------------------------------------------
@@ -21,10 +24,6 @@ namespace {
 QString& folderOverride() {
     static QString dir;
     return dir;
-}
-MessageSink& sink() {
-    static MessageSink s;
-    return s;
 }
 } // namespace
 
@@ -43,14 +42,25 @@ QString AppFolder::databasePath() {
     return file(QStringLiteral("Tallywright.db"));
 }
 
-void setMessageSink(MessageSink s) {
-    sink() = std::move(s);
+// ---- messages -----------------------------------------------------------------------------
+
+const QString& defaultTitle() {
+    static const QString title = QStringLiteral("Tallywright");
+    return title;
 }
-void notify(const QString& text, const QString& title) {
-    if (sink())
-        sink()(text, title);
-    else
-        QTextStream(stderr) << text << Qt::endl;
+
+Answer Messenger::say(const QString& text, int flags, const QString& title) {
+    return show({text, flags, title.isEmpty() ? defaultTitle() : title});
+}
+
+Answer ConsoleMessenger::show(const Message& m) {
+    QTextStream(stderr) << m.title << ": " << m.text << Qt::endl;
+    return buttonsOf(m.flags) == YesNo ? Answer::Yes : Answer::Ok;
+}
+
+Messenger& console() {
+    static ConsoleMessenger c;
+    return c;
 }
 
 // ---- rows ---------------------------------------------------------------------------------
@@ -114,11 +124,21 @@ QString quoted(const QString& identifier) {
            QString(identifier).replace(QStringLiteral("\""), QStringLiteral("\"\"")) +
            QLatin1Char('"');
 }
+
+// A new database file is made owner-only before SQLite writes a byte to it; SQLite gives its
+// journal the same permissions.
+void createOwnerOnly(const QString& path) {
+    const QByteArray native = QFile::encodeName(path);
+    const int fd = ::open(native.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    if (fd >= 0)
+        ::close(fd);
+}
 } // namespace
 
-ConClass::ConClass() : name_(nextConnectionName()) {}
+ConClass::ConClass(Messenger& out) : name_(nextConnectionName()), out_(&out) {}
 
 ConClass::~ConClass() {
+    depth_ = 0; // a guard never outlives its connection; close for real
     conclose();
     QSqlDatabase::removeDatabase(name_);
 }
@@ -128,26 +148,47 @@ QSqlDatabase ConClass::db() const {
 }
 
 void ConClass::conopen() {
+    if (depth_ > 0 && isOpen()) {
+        closeWhenDone_ = false;
+        return;
+    }
     conclose();
     QSqlDatabase d = QSqlDatabase::contains(name_)
                          ? QSqlDatabase::database(name_, false)
                          : QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), name_);
-    d.setDatabaseName(AppFolder::databasePath());
+    const QString path = AppFolder::databasePath();
+    d.setDatabaseName(path);
     d.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=5000"));
     try {
+        createOwnerOnly(path);
         if (!d.open())
             throw Error(d.lastError().text());
-        // Every commit reaches the disk before the program goes on: a bill once saved stays.
-        prepared(d, QStringLiteral("pragma journal_mode=WAL"), {});
+        // A file this program does not take is looked at before anything could change it.
+        schema::check(d);
+        // Users copy Tallywright.db as it is, so it must hold every committed row by itself (no
+        // write-ahead file beside it), and every commit reaches the disk before the program
+        // goes on: a bill once saved stays.
+        prepared(d, QStringLiteral("pragma journal_mode=DELETE"), {});
         prepared(d, QStringLiteral("pragma synchronous=FULL"), {});
         schema::ensure(d);
     } catch (const Error& e) {
         d.close();
-        notify(e.text());
+        QString text = e.text();
+        if (!text.contains(QDir::toNativeSeparators(path)))
+            text = QStringLiteral("%1\n%2").arg(QDir::toNativeSeparators(path), text);
+        out_->say(text);
     }
 }
 
 void ConClass::conclose() {
+    if (depth_ > 0) {
+        closeWhenDone_ = true;
+        return;
+    }
+    closeConnection();
+}
+
+void ConClass::closeConnection() const {
     if (QSqlDatabase::contains(name_)) {
         QSqlDatabase d = QSqlDatabase::database(name_, false);
         if (d.isOpen())
@@ -186,6 +227,33 @@ Rows ConClass::rows(const QString& sql, const QVariantList& params) const {
     while (q.next())
         out.emplace_back(q.record());
     return out;
+}
+
+Rows ConClass::keyed(const QString& table, const QString& condition, const QVariantList& params,
+                     int limit) const {
+    QString sql = QStringLiteral("select rowid, * from %1").arg(quoted(table));
+    if (!condition.isEmpty())
+        sql += QStringLiteral(" where ") + condition;
+    sql += QStringLiteral(" order by rowid");
+    if (limit > 0)
+        sql += QStringLiteral(" limit %1").arg(limit);
+    QSqlQuery q = prepared(db(), sql, params);
+    Rows out;
+    while (q.next()) {
+        QSqlRecord rec = q.record();
+        const qint64 id = rec.value(0).toLongLong();
+        rec.remove(0);
+        out.emplace_back(std::move(rec), id);
+    }
+    return out;
+}
+
+std::optional<Row> ConClass::find(const QString& table, const QString& condition,
+                                  const QVariantList& params) const {
+    Rows r = keyed(table, condition, params, 1);
+    if (r.empty())
+        return std::nullopt;
+    return std::move(r.front());
 }
 
 std::optional<Row> ConClass::first(const QString& sql, const QVariantList& params) const {
@@ -235,25 +303,54 @@ void ConClass::remove(const QString& table, qint64 rowid) const {
 
 // ---- transactions -------------------------------------------------------------------------
 
-Transaction::Transaction(const ConClass& con) : db_(con.db()) {
-    if (!db_.isOpen())
+Transaction::Transaction(const ConClass& con) : con_(con) {
+    QSqlDatabase db = con.db();
+    if (!db.isOpen())
         throw Error(QStringLiteral("Operation is not allowed when the object is closed."));
-    if (!db_.transaction())
-        throw Error(db_.lastError().text());
+    level_ = con.depth_ + 1;
+    if (level_ == 1) {
+        if (!db.transaction())
+            throw Error(db.lastError().text());
+    } else {
+        prepared(db, QStringLiteral("savepoint tw%1").arg(level_), {});
+    }
+    con.depth_ = level_;
     open_ = true;
 }
 
 Transaction::~Transaction() {
-    if (open_)
-        db_.rollback();
+    if (!open_)
+        return;
+    try {
+        end(false);
+    } catch (const Error&) {
+        // Rolling back gives up the writes; there is nothing more to undo.
+    }
 }
 
 void Transaction::commit() {
-    if (!open_)
-        return;
-    if (!db_.commit())
-        throw Error(db_.lastError().text());
+    if (open_)
+        end(true);
+}
+
+void Transaction::end(bool commit) {
+    QSqlDatabase db = con_.db();
     open_ = false;
+    con_.depth_ = level_ - 1;
+    if (level_ > 1) {
+        if (!commit)
+            prepared(db, QStringLiteral("rollback to tw%1").arg(level_), {});
+        prepared(db, QStringLiteral("release tw%1").arg(level_), {});
+        return;
+    }
+    const bool ok = commit ? db.commit() : db.rollback();
+    const QString failure = db.lastError().text();
+    if (con_.closeWhenDone_) {
+        con_.closeWhenDone_ = false;
+        con_.closeConnection();
+    }
+    if (!ok)
+        throw Error(failure);
 }
 
 // ---- program-wide state -------------------------------------------------------------------
@@ -266,7 +363,7 @@ QString Tallywrightmod::errdesc;
 QString Tallywrightmod::tablename;
 
 ConClass& Tallywrightmod::con() {
-    static ConClass shared;
+    static ConClass shared(console());
     return shared;
 }
 
@@ -291,10 +388,11 @@ QString FindContractNo(const ConClass& con, const QString& pkey) {
     }
 }
 
-bool reporttableerror(const QString& errorNumber, const QString& errorText) {
+bool reporttableerror(Messenger& out, const QString& errorNumber, const QString& errorText) {
     Tallywrightmod::errnum = errorNumber;
     Tallywrightmod::errdesc = errorText;
     ConClass& con = Tallywrightmod::con();
+    con.setMessenger(out);
     con.conopen();
     // SQLite words a missing table as "no such table: Name"; only the three per-project
     // families are made again.
@@ -351,8 +449,9 @@ std::optional<LoginConfig> readLoginConfig(const QString& path) {
     QFile f(path);
     if (!f.exists())
         return std::nullopt;
+    const QString name = QDir::toNativeSeparators(path);
     if (!f.open(QIODevice::ReadOnly | QIODevice::Text))
-        throw Error(f.errorString());
+        throw Error(QStringLiteral("%1 cannot be read: %2").arg(name, f.errorString()));
     // Free-format input reads values across lines until it has the three it asks for.
     QStringList values;
     QTextStream in(&f);
@@ -363,17 +462,22 @@ std::optional<LoginConfig> readLoginConfig(const QString& path) {
         values << splitFreeFormat(line);
     }
     if (values.size() < 3)
-        throw Error(QStringLiteral("Input past end of file"));
+        throw Error(QStringLiteral("%1 does not hold a server name, a user id and a password "
+                                   "(Input past end of file).")
+                        .arg(name));
     return LoginConfig{values[0], values[1], values[2]};
 }
 
 void writeLoginConfig(const QString& path, const LoginConfig& cfg) {
     auto quote = [](const QString& v) { return QLatin1Char('"') + v + QLatin1Char('"'); };
+    // The password is held in clear, so no one but the owner may read the file, from the moment
+    // it exists.
+    const auto ownerOnly = QFileDevice::ReadOwner | QFileDevice::WriteOwner;
     QFile f(path);
-    if (!f.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text))
-        throw Error(f.errorString());
-    // The password is held in clear, so no one but the owner may read the file.
-    f.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
+    if (f.exists() && !f.setPermissions(ownerOnly))
+        throw Error(QStringLiteral("%1: %2").arg(QDir::toNativeSeparators(path), f.errorString()));
+    if (!f.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text, ownerOnly))
+        throw Error(QStringLiteral("%1: %2").arg(QDir::toNativeSeparators(path), f.errorString()));
     QTextStream out(&f);
     out << quote(cfg.servername) << ',' << quote(cfg.userid) << ',' << quote(cfg.password) << '\n';
     out.flush();

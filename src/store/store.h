@@ -3,6 +3,7 @@
 // SQL as a bound parameter; the only identifiers built at run time are the per-project table
 // names made from an integer key.
 
+#include "store/messages.h"
 #include "values/values.h"
 
 #include <QSqlDatabase>
@@ -28,17 +29,15 @@ public:
     static QString databasePath();            // the Tallywright.db there
 };
 
-// Messages the core has to show without knowing about widgets (a connection that could not be
-// opened). The desktop program routes them to a message box, the CLI to stderr.
-using MessageSink = std::function<void(const QString& text, const QString& title)>;
-void setMessageSink(MessageSink sink);
-void notify(const QString& text, const QString& title = {});
-
-// One row of a result. Columns are found by name without regard to case, or by position.
+// One row of a result. Columns are found by name without regard to case, or by position:
+// position N is column N of the statement (of the table, for a select *). A row read through
+// ConClass::keyed or ConClass::find also carries its identity, apart from its columns.
 class Row {
 public:
     Row() = default;
-    explicit Row(QSqlRecord rec) : rec_(std::move(rec)) {}
+    explicit Row(QSqlRecord rec, qint64 id = -1) : rec_(std::move(rec)), id_(id) {}
+    // The row's identity for update and remove; -1 for a row of a plain query.
+    qint64 id() const { return id_; }
     QVariant value(const QString& column) const;
     QVariant value(int position) const;
     QVariant operator[](const QString& column) const { return value(column); }
@@ -49,6 +48,7 @@ public:
     QString text(const QString& column) const { return value(column).toString(); }
     QString text(int position) const { return value(position).toString(); }
     double number(const QString& column) const { return value(column).toDouble(); }
+    double number(int position) const { return value(position).toDouble(); }
     Nullable nullable(const QString& column) const;
     int count() const { return rec_.count(); }
     QString columnName(int position) const { return rec_.fieldName(position); }
@@ -56,6 +56,7 @@ public:
 
 private:
     QSqlRecord rec_;
+    qint64 id_ = -1;
 };
 using Rows = std::vector<Row>;
 
@@ -71,16 +72,21 @@ using Values = std::vector<std::pair<QString, QVariant>>;
 // file; a statement that fails throws tw::Error with the store's text.
 class ConClass {
 public:
-    ConClass();
+    // `out` shows what the connection has to tell the user (a database it could not open).
+    explicit ConClass(Messenger& out);
     ~ConClass();
     ConClass(const ConClass&) = delete;
     ConClass& operator=(const ConClass&) = delete;
 
     // Opens (re-opening if open) the application folder's database, creating it with every
-    // table and the seed rows when it is missing. On failure the store's text is shown through
-    // the message sink and the object stays closed; the caller is not told.
+    // table and the seed rows when it is missing. On failure the text, naming the file, is shown
+    // through the messenger and the object stays closed; the caller is not told. While an action
+    // holds a Transaction on this connection, re-opening keeps the connection as it is and
+    // closing waits for the action's end, so the action's writes stay one.
     void conopen();
     void conclose();
+    void setMessenger(Messenger& out) { out_ = &out; }
+    Messenger& messenger() const { return *out_; }
     bool isOpen() const;
     // Fills `list` with the project numbers in store order, "Add New" first when mode is empty.
     // Errors leave the list as far as it got.
@@ -92,6 +98,14 @@ public:
 
     // Queries. `params` are bound in order to the ? of the statement.
     Rows rows(const QString& sql, const QVariantList& params = {}) const;
+    // The rows of `table` that meet `condition` (all rows when it is empty), in store order, each
+    // with its identity (Row::id) and exactly the table's columns; at most `limit` rows when it
+    // is above 0.
+    Rows keyed(const QString& table, const QString& condition = {}, const QVariantList& params = {},
+               int limit = 0) const;
+    // The first of those rows, or nullopt.
+    std::optional<Row> find(const QString& table, const QString& condition,
+                            const QVariantList& params = {}) const;
     // The first row, or nullopt when there is none.
     std::optional<Row> first(const QString& sql, const QVariantList& params = {}) const;
     // A statement without result rows; gives the number of rows it touched.
@@ -107,10 +121,18 @@ public:
     const QString& connectionName() const { return name_; }
 
 private:
+    friend class Transaction;
+    void closeConnection() const;
     QString name_;
+    Messenger* out_;
+    // Transactions open on this connection, outermost first, and a close asked for meanwhile.
+    mutable int depth_ = 0;
+    mutable bool closeWhenDone_ = false;
 };
 
-// An action's writes: rolled back on destruction unless commit() was called.
+// An action's writes: rolled back on destruction unless commit() was called. Guards nest: a
+// routine with its own guard may run inside an action's, and its writes then stand or fall
+// with the action's.
 class Transaction {
 public:
     explicit Transaction(const ConClass& con);
@@ -120,7 +142,9 @@ public:
     void commit();
 
 private:
-    QSqlDatabase db_;
+    void end(bool commit);
+    const ConClass& con_;
+    int level_ = 0; // 1 for the outermost guard
     bool open_ = false;
 };
 
@@ -136,7 +160,7 @@ struct Tallywrightmod {
     static QString errnum;
     static QString errdesc;
     static QString tablename;
-    static ConClass& con(); // the shared connection, made on first use
+    static ConClass& con(); // the shared connection, made on first use, telling the console
 };
 
 // The tw_pkey of a project (trimmed or not, as the caller says); empty when unknown or on error.
@@ -145,18 +169,19 @@ QString FindTableName(const ConClass& con, const QString& contractNum, bool trim
 QString FindContractNo(const ConClass& con, const QString& pkey);
 
 // After a statement failed (or on a normal way out, with an empty text): stores the error,
-// refreshes the shared connection and, when the store said a table whose name begins Rnf_,
-// Sch_ or Bl_ is missing, runs the recovery statement that makes `tablename` with the columns
-// of Reinforcementmaster. Gives true when that statement ran.
-bool reporttableerror(const QString& errorNumber, const QString& errorText);
+// refreshes the shared connection (which then tells `out`) and, when the store said a table whose
+// name begins Rnf_, Sch_ or Bl_ is missing, runs the recovery statement that makes `tablename` with
+// the columns of Reinforcementmaster. Gives true when that statement ran.
+bool reporttableerror(Messenger& out, const QString& errorNumber, const QString& errorText);
 
 // twk.cfg: server name, user id and password, comma-delimited free-format input.
 struct LoginConfig {
     QString servername, userid, password;
 };
-// nullopt when the file is missing; throws tw::Error when it cannot be read.
+// nullopt when the file is missing; throws tw::Error naming the file when it cannot be read or
+// holds fewer than three values.
 std::optional<LoginConfig> readLoginConfig(const QString& path);
-// Writes the file readable and writable by its owner only.
+// Writes the file, made readable and writable by its owner only before anything is written.
 void writeLoginConfig(const QString& path, const LoginConfig& cfg);
 // Splits one line of free-format input into its values: a value in double quotes may hold
 // commas and leading blanks, an unquoted one is trimmed.

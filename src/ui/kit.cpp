@@ -1,10 +1,28 @@
 #include "ui/kit.h"
 
+#include <QAbstractButton>
+#include <QAction>
 #include <QApplication>
+#include <QCalendarWidget>
+#include <QClipboard>
+#include <QComboBox>
+#include <QGroupBox>
 #include <QHeaderView>
 #include <QKeyEvent>
+#include <QLabel>
+#include <QMenu>
 #include <QMessageBox>
+#include <QMimeData>
+#include <QPushButton>
+#include <QStyle>
+#include <QStyleOptionSpinBox>
 #include <QTimer>
+#include <QVBoxLayout>
+
+#include <algorithm>
+#include <map>
+#include <memory>
+#include <vector>
 
 namespace ui {
 
@@ -20,7 +38,7 @@ Answer showBox(const ShownMessage& m) {
     QMessageBox box(QApplication::activeWindow());
     box.setWindowTitle(m.title);
     box.setText(m.text);
-    switch (m.flags & 0x70) {
+    switch (tw::iconOf(m.flags)) {
     case Critical:
         box.setIcon(QMessageBox::Critical);
         break;
@@ -36,7 +54,7 @@ Answer showBox(const ShownMessage& m) {
     default:
         box.setIcon(QMessageBox::NoIcon);
     }
-    switch (m.flags & 0x7) {
+    switch (tw::buttonsOf(m.flags)) {
     case OkCancel:
         box.setStandardButtons(QMessageBox::Ok | QMessageBox::Cancel);
         break;
@@ -46,24 +64,23 @@ Answer showBox(const ShownMessage& m) {
     default:
         box.setStandardButtons(QMessageBox::Ok);
     }
+    // Escape and the close box answer as the last button would (Cancel or No).
     switch (box.exec()) {
-    case QMessageBox::Cancel:
-        return Answer::Cancel;
+    case QMessageBox::Ok:
+        return Answer::Ok;
     case QMessageBox::Yes:
         return Answer::Yes;
     case QMessageBox::No:
         return Answer::No;
+    case QMessageBox::Cancel:
+        return Answer::Cancel;
     default:
-        // Closing the box by Escape answers as its last button would.
-        return (m.flags & 0x7) == OkCancel ? Answer::Cancel : Answer::Ok;
+        return tw::buttonsOf(m.flags) == YesNo      ? Answer::No
+               : tw::buttonsOf(m.flags) == OkCancel ? Answer::Cancel
+                                                    : Answer::Ok;
     }
 }
 } // namespace
-
-const QString& defaultTitle() {
-    static const QString title = QStringLiteral("Tallywright");
-    return title;
-}
 
 Answer MsgBox(const QString& text, int flags, const QString& title) {
     const ShownMessage m{text, flags, title.isEmpty() ? defaultTitle() : title};
@@ -76,12 +93,29 @@ void setMessageHandler(MessageHandler h) {
     handler() = std::move(h);
 }
 
+void refuse(QWidget* field, const QString& text, int flags, const QString& title) {
+    MsgBox(text, flags, title);
+    if (auto* edit = qobject_cast<QLineEdit*>(field))
+        edit->selectAll();
+    else if (auto* combo = qobject_cast<QComboBox*>(field); combo && combo->lineEdit())
+        combo->lineEdit()->selectAll();
+    field->setFocus();
+}
+
 void beep() {
     QApplication::beep();
 }
 
-void installMessageSink() {
-    tw::setMessageSink([](const QString& text, const QString& title) { MsgBox(text, Ok, title); });
+namespace {
+class Boxes : public tw::Messenger {
+protected:
+    Answer show(const ShownMessage& m) override { return MsgBox(m.text, m.flags, m.title); }
+};
+} // namespace
+
+tw::Messenger& boxes() {
+    static Boxes b;
+    return b;
 }
 
 bool guard(const std::function<void()>& f) {
@@ -98,7 +132,99 @@ bool guard(const std::function<void()>& f) {
 
 // ---- key rules ----------------------------------------------------------------------------
 
+namespace {
+// Whether every key rule of `field` takes each character of `text`, judged one after the other
+// against a copy of the field that grows as they go in. With `overSelection` the text replaces
+// the selection, as a paste does; a drop or a middle click inserts at a point.
+bool rulesTake(const QLineEdit& field, const QString& text, bool overSelection) {
+    std::vector<const KeyRule*> rules;
+    for (const QObject* child : field.children())
+        if (const auto* rule = dynamic_cast<const KeyRule*>(child))
+            rules.push_back(rule);
+    const bool replaces = overSelection && field.hasSelectedText();
+    QLineEdit growing;
+    growing.setObjectName(field.objectName());
+    growing.setMaxLength(field.maxLength());
+    growing.setText(field.text());
+    if (replaces)
+        growing.setSelection(field.selectionStart(), int(field.selectedText().size()));
+    else
+        growing.setCursorPosition(field.cursorPosition());
+    // What passes the length limit is all the field would take in; the rest falls away unjudged.
+    const qsizetype room =
+        field.maxLength() - field.text().size() + (replaces ? field.selectedText().size() : 0);
+    for (QChar c : text.left(qMax(room, qsizetype(0)))) {
+        for (const KeyRule* rule : rules)
+            if (!rule->takes(c, growing))
+                return false;
+        growing.insert(QString(c));
+    }
+    return true;
+}
+
+// Judges text arriving by paste, middle click or drop by all the key rules of one field. Typed
+// keys are judged by the rules themselves and pass here untouched.
+class PasteRule : public QObject {
+public:
+    explicit PasteRule(QLineEdit* field) : QObject(field) { field->installEventFilter(this); }
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        auto* field = qobject_cast<QLineEdit*>(watched);
+        if (!field || field->isReadOnly())
+            return false;
+        QClipboard* clip = QGuiApplication::clipboard();
+        switch (event->type()) {
+        case QEvent::KeyPress:
+            return static_cast<QKeyEvent*>(event)->matches(QKeySequence::Paste) &&
+                   !rulesTake(*field, clip->text(), true);
+        case QEvent::MouseButtonRelease:
+            return static_cast<QMouseEvent*>(event)->button() == Qt::MiddleButton &&
+                   clip->supportsSelection() &&
+                   !rulesTake(*field, clip->text(QClipboard::Selection), false);
+        case QEvent::DragEnter:
+        case QEvent::DragMove:
+        case QEvent::Drop: {
+            auto* drop = static_cast<QDropEvent*>(event);
+            if (!drop->mimeData()->hasText() || rulesTake(*field, drop->mimeData()->text(), false))
+                return false;
+            drop->ignore();
+            return true;
+        }
+        case QEvent::ContextMenu:
+            if (field->contextMenuPolicy() != Qt::DefaultContextMenu)
+                return false;
+            showMenu(field, static_cast<QContextMenuEvent*>(event)->globalPos());
+            return true;
+        default:
+            return false;
+        }
+    }
+
+private:
+    // The field's own menu, whose Paste goes through the rules first.
+    static void showMenu(QLineEdit* field, const QPoint& at) {
+        std::unique_ptr<QMenu> menu(field->createStandardContextMenu());
+        // The entry is known by its caption, the line edit's own "&Paste" and its shortcut.
+        const QString caption = QLineEdit::tr("&Paste");
+        for (QAction* paste : menu->actions()) {
+            if (paste->text() != caption && !paste->text().startsWith(caption + u'\t'))
+                continue;
+            QObject::disconnect(paste, &QAction::triggered, nullptr, nullptr);
+            QObject::connect(paste, &QAction::triggered, field, [field] {
+                if (rulesTake(*field, QGuiApplication::clipboard()->text(), true))
+                    field->paste();
+            });
+        }
+        menu->exec(at);
+    }
+};
+} // namespace
+
 KeyRule::KeyRule(QLineEdit* field, Accept accept) : QObject(field), accept_(std::move(accept)) {
+    // One paste judge a field, made with its first rule, asks every rule the field has.
+    const auto& children = field->children();
+    if (std::none_of(children.begin(), children.end(),
+                     [](const QObject* c) { return dynamic_cast<const PasteRule*>(c); }))
+        new PasteRule(field);
     field->installEventFilter(this);
 }
 
@@ -118,10 +244,15 @@ bool KeyRule::eventFilter(QObject* watched, QEvent* event) {
     case Qt::Key_Enter:
         ch = u'\r';
         break;
-    default:
-        if (key->text().size() != 1 || !key->text()[0].isPrint())
+    default: {
+        // Ctrl or Alt alone make a shortcut (Ctrl+V, Alt+S); both together (AltGr) type.
+        const auto mods = key->modifiers();
+        const bool shortcut = bool(mods & Qt::ControlModifier) != bool(mods & Qt::AltModifier) ||
+                              (mods & Qt::MetaModifier);
+        if (shortcut || key->text().size() != 1 || !key->text()[0].isPrint())
             return false; // cursor keys, Tab, shortcuts and the like move on as usual
         ch = key->text()[0];
+    }
     }
     return !accept_(ch, *field);
 }
@@ -133,7 +264,7 @@ KeyRule* digitsRule(QLineEdit* field) {
 KeyRule* decimalRule(QLineEdit* field, bool onePoint) {
     return new KeyRule(field, [onePoint](QChar c, const QLineEdit& f) {
         if (c == u'.') {
-            // A point that replaces the selection, where the old one stood, is not a second.
+            // A point that replaces the selection, where the first one stood, is not a second.
             QString rest = f.text();
             if (f.hasSelectedText())
                 rest.remove(f.selectionStart(), f.selectedText().size());
@@ -184,49 +315,198 @@ void selectAllOnFocusBelow(QWidget* root, const QList<QLineEdit*>& except) {
     }
 }
 
+// ---- buttons and access keys --------------------------------------------------------------
+
+void enterPressesButtons(QWidget* root) {
+    // Outside a dialog a push button answers Enter only when it is an "auto default" one.
+    for (auto* b : root->findChildren<QPushButton*>())
+        b->setAutoDefault(true);
+}
+
+QStringList duplicateAccessKeys(const QWidget* root) {
+    std::map<QString, QStringList> captions; // by key, in the order met
+    auto note = [&](const QString& caption) {
+        const QKeySequence key = QKeySequence::mnemonic(caption);
+        if (!key.isEmpty())
+            captions[key.toString(QKeySequence::NativeText)] << caption;
+    };
+    for (const auto* b : root->findChildren<QAbstractButton*>())
+        note(b->text());
+    // A label's key reaches its buddy; without one the "&" is only shown.
+    for (const auto* l : root->findChildren<QLabel*>())
+        if (l->buddy())
+            note(l->text());
+    for (const auto* g : root->findChildren<QGroupBox*>())
+        note(g->title());
+    QStringList twice;
+    for (const auto& [key, texts] : captions)
+        if (texts.size() > 1)
+            twice << key + QStringLiteral(": ") + texts.join(QStringLiteral(", "));
+    return twice;
+}
+
 // ---- nullable date edit -------------------------------------------------------------------
 
 namespace {
-// The minimum date stands for "no date"; it is shown as one blank.
-const QDate emptyDate(1752, 9, 14);
+const QString dateFormat = QStringLiteral("dd-MM-yyyy");
+
+// The day, month and year of a typed date, each as typed: "15-3-2024" or "15032024". Gives
+// false when the text cannot be the start of a date in either form.
+bool dateParts(const QString& text, QStringList& parts) {
+    for (QChar c : text)
+        if (!c.isDigit() && c != u'-')
+            return false;
+    if (text.contains(u'-')) {
+        parts = text.split(u'-');
+        const int widest[] = {2, 2, 4};
+        if (parts.size() > 3)
+            return false;
+        for (qsizetype i = 0; i < parts.size(); ++i)
+            if (parts[i].size() > widest[i] || (parts[i].isEmpty() && i + 1 < parts.size()))
+                return false;
+    } else {
+        if (text.size() > 8)
+            return false;
+        parts = QStringList{text.left(2), text.mid(2, 2), text.mid(4)};
+        while (!parts.isEmpty() && parts.last().isEmpty())
+            parts.removeLast();
+    }
+    // A day past 31 or a month past 12 can never come right.
+    auto fits = [&](qsizetype i, int most) {
+        return parts.size() <= i || parts[i].size() < 2 ||
+               (parts[i].toInt() >= 1 && parts[i].toInt() <= most);
+    };
+    return fits(0, 31) && fits(1, 12);
+}
+
+// The date a whole typed text stands for; null while the text is unfinished or no date.
+QDate typedDate(const QString& text) {
+    QStringList parts;
+    if (!dateParts(text, parts) || parts.size() != 3 || parts[0].isEmpty() || parts[1].isEmpty() ||
+        parts[2].size() != 4)
+        return {};
+    return QDate(parts[2].toInt(), parts[1].toInt(), parts[0].toInt());
+}
 } // namespace
 
-DateEdit::DateEdit(QWidget* parent) : QDateEdit(parent) {
-    setDisplayFormat(QStringLiteral("dd-MM-yyyy"));
-    setCalendarPopup(true);
-    setMinimumDate(emptyDate);
-    setSpecialValueText(QStringLiteral(" "));
-    setDate(QDate::currentDate());
+DateEdit::DateEdit(QWidget* parent) : QAbstractSpinBox(parent) {
+    setButtonSymbols(QAbstractSpinBox::NoButtons);
+    QAction* calendar = lineEdit()->addAction(style()->standardIcon(QStyle::SP_ArrowDown),
+                                              QLineEdit::TrailingPosition);
+    calendar->setObjectName(QStringLiteral("calendar"));
+    calendar->setToolTip(tr("Calendar (Alt+Down)"));
+    connect(calendar, &QAction::triggered, this, [this] { showCalendar(); });
+    // The value follows the text whenever the text is a whole date, or nothing.
+    connect(lineEdit(), &QLineEdit::textChanged, this, [this](const QString& text) {
+        if (text.trimmed().isEmpty())
+            value_ = QDate();
+        else if (const QDate d = typedDate(text); d.isValid())
+            value_ = d;
+    });
+    setValue(QDate::currentDate());
 }
 
 bool DateEdit::isEmpty() const {
-    return date() == emptyDate;
+    return !value_.isValid();
 }
 void DateEdit::clearDate() {
-    setDate(emptyDate);
+    setValue(QDate());
 }
 QDate DateEdit::value() const {
-    return isEmpty() ? QDate() : date();
+    return value_;
 }
 void DateEdit::setValue(const QDate& d) {
-    setDate(d.isValid() ? d : emptyDate);
+    value_ = d.isValid() ? d : QDate();
+    lineEdit()->setText(value_.isValid() ? value_.toString(dateFormat) : QString());
 }
 QString DateEdit::valueText() const {
-    return tw::dateText(value());
+    return tw::dateText(value_);
 }
 void DateEdit::setValueText(const QString& text) {
     setValue(tw::dateFromText(text.trimmed()));
 }
 
+QValidator::State DateEdit::validate(QString& input, int&) const {
+    if (input.trimmed().isEmpty())
+        return QValidator::Acceptable;
+    QStringList parts;
+    if (!dateParts(input, parts))
+        return QValidator::Invalid;
+    if (parts.size() < 3 || parts[2].size() < 4)
+        return QValidator::Intermediate;
+    // A whole text that is no day of the calendar (31-02-2024) is refused, not moved to a day
+    // that is.
+    return typedDate(input).isValid() ? QValidator::Acceptable : QValidator::Invalid;
+}
+
+void DateEdit::fixup(QString& input) const {
+    // An unfinished date gives way to the one the field held.
+    input = value_.isValid() ? value_.toString(dateFormat) : QString();
+}
+
+void DateEdit::commit() {
+    const QString text = lineEdit()->text();
+    if (!text.trimmed().isEmpty() && !typedDate(text).isValid())
+        beep();
+    setValue(value_); // shows the date in full, dd-MM-yyyy
+}
+
+QSize DateEdit::sizeHint() const {
+    ensurePolished();
+    QStyleOptionSpinBox opt;
+    initStyleOption(&opt);
+    // Room for a whole date, the blinking cursor and the calendar button beside it.
+    const int button = lineEdit()->sizeHint().height();
+    const QSize contents(fontMetrics().horizontalAdvance(QStringLiteral("00-00-0000")) + 4 + button,
+                         lineEdit()->sizeHint().height());
+    return style()->sizeFromContents(QStyle::CT_SpinBox, &opt, contents, this);
+}
+
+QSize DateEdit::minimumSizeHint() const {
+    return sizeHint();
+}
+
+QAbstractSpinBox::StepEnabled DateEdit::stepEnabled() const {
+    return StepNone;
+}
+
 void DateEdit::keyPressEvent(QKeyEvent* e) {
-    if ((e->key() == Qt::Key_Delete || e->key() == Qt::Key_Backspace) &&
-        (lineEdit()->selectedText() == lineEdit()->text() || isEmpty())) {
-        clearDate();
+    if (e->key() == Qt::Key_F4 ||
+        (e->key() == Qt::Key_Down && (e->modifiers() & Qt::AltModifier))) {
+        showCalendar();
         return;
     }
-    if (isEmpty() && !e->text().isEmpty() && e->text()[0].isDigit())
-        setDate(QDate::currentDate()); // typing into an empty date starts from today
-    QDateEdit::keyPressEvent(e);
+    if (e->key() == Qt::Key_Return || e->key() == Qt::Key_Enter)
+        commit();
+    QAbstractSpinBox::keyPressEvent(e);
+}
+
+void DateEdit::focusOutEvent(QFocusEvent* e) {
+    if (e->reason() != Qt::PopupFocusReason)
+        commit();
+    QAbstractSpinBox::focusOutEvent(e);
+}
+
+void DateEdit::showCalendar() {
+    auto* popup = new QFrame(this, Qt::Popup);
+    popup->setObjectName(QStringLiteral("calendarPopup"));
+    popup->setAttribute(Qt::WA_DeleteOnClose);
+    popup->setFrameShape(QFrame::StyledPanel);
+    auto* calendar = new QCalendarWidget(popup);
+    calendar->setGridVisible(true);
+    calendar->setSelectedDate(isEmpty() ? QDate::currentDate() : value_);
+    (new QVBoxLayout(popup))->addWidget(calendar);
+    popup->layout()->setContentsMargins(0, 0, 0, 0);
+    connect(calendar, &QCalendarWidget::activated, this, [this, popup](QDate d) {
+        setValue(d);
+        popup->close();
+        setFocus();
+    });
+    connect(calendar, &QCalendarWidget::clicked, calendar, &QCalendarWidget::activated);
+    popup->adjustSize();
+    popup->move(mapToGlobal(QPoint(0, height())));
+    popup->show();
+    calendar->setFocus();
 }
 
 // ---- list views ---------------------------------------------------------------------------
@@ -241,11 +521,19 @@ void setupListView(QTreeWidget* list, const QStringList& captions) {
     list->setEditTriggers(QAbstractItemView::NoEditTriggers);
     list->setAlternatingRowColors(true);
     list->header()->setStretchLastSection(true);
+    fitColumns(list);
+    // Rows come in one at a time while a list is filled: the columns are sized once, when the
+    // filling is through.
+    auto* refit = new QTimer(list);
+    refit->setSingleShot(true);
+    refit->setInterval(0);
+    QObject::connect(refit, &QTimer::timeout, list, [list] { fitColumns(list); });
+    QObject::connect(list->model(), &QAbstractItemModel::rowsInserted, refit,
+                     qOverload<>(&QTimer::start));
 }
 
 QTreeWidgetItem* addListRow(QTreeWidget* list, const QStringList& cells) {
-    auto* item = new QTreeWidgetItem(list, cells);
-    return item;
+    return new QTreeWidgetItem(list, cells);
 }
 
 int selectedRow(const QTreeWidget* list) {
@@ -253,6 +541,16 @@ int selectedRow(const QTreeWidget* list) {
     if (items.isEmpty())
         return -1;
     return list->indexOfTopLevelItem(items.first());
+}
+
+void tabOrder(const QList<QWidget*>& order) {
+    for (qsizetype i = 0; i + 1 < order.size(); ++i)
+        QWidget::setTabOrder(order[i], order[i + 1]);
+}
+
+void fitColumns(QTreeWidget* list) {
+    for (int c = 0; c < list->columnCount(); ++c)
+        list->resizeColumnToContents(c);
 }
 
 // ---- busy cursor --------------------------------------------------------------------------

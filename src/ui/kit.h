@@ -1,15 +1,18 @@
 #pragma once
-// The kit every screen is built from: message boxes, key rules, select-all-on-focus, the
-// nullable date edit, list views, the busy cursor and the error boundary around handlers.
+// The kit every screen is built from: message boxes, key rules (typed and pasted),
+// select-all-on-focus, Enter on buttons, access keys, the nullable date edit, list views, the
+// busy cursor and the error boundary around handlers.
 
 #include "store/store.h"
 
-#include <QDateEdit>
+#include <QAbstractSpinBox>
+#include <QDate>
 #include <QLineEdit>
 #include <QObject>
 #include <QString>
 #include <QStringList>
 #include <QTreeWidget>
+#include <QValidator>
 #include <QWidget>
 
 #include <exception>
@@ -17,23 +20,11 @@
 
 namespace ui {
 
-// Buttons and icons of a message box; add one of each: ui::OkCancel | ui::Question.
-enum MsgFlag : int {
-    Ok = 0,
-    OkCancel = 1,
-    YesNo = 4,
-    Critical = 16,
-    Question = 32,
-    Exclamation = 48,
-    Information = 64,
-};
-enum class Answer { Ok, Cancel, Yes, No };
-
-struct ShownMessage {
-    QString text;
-    int flags = Ok;
-    QString title; // as shown: "Tallywright" when the caller gave none
-};
+// Buttons, icons and answers of a message box are the core's (store/messages.h), so that code
+// without widgets asks the same questions.
+using tw::Answer;
+using enum tw::MsgFlag;
+using ShownMessage = tw::Message;
 
 // The one way the program shows a message box. A message with no title of its own takes
 // "Tallywright". Modal; gives the button chosen.
@@ -41,7 +32,15 @@ Answer MsgBox(const QString& text, int flags = Ok, const QString& title = {});
 // Tests replace the box with a scripted answerer; an empty handler restores the real box.
 using MessageHandler = std::function<Answer(const ShownMessage&)>;
 void setMessageHandler(MessageHandler handler);
-const QString& defaultTitle();
+using tw::defaultTitle;
+// The messenger that shows through MsgBox: hand it to core code run from a screen.
+tw::Messenger& boxes();
+
+// The first failing check of an action: shows the message, selects the whole text of the field
+// (a line edit, or the editor of a combo box) and puts the focus there. The caller then ends
+// the action.
+void refuse(QWidget* field, const QString& text, int flags = Information,
+            const QString& title = {});
 
 // The system's beep before a warning.
 void beep();
@@ -56,12 +55,16 @@ template <class F> auto guarded(F f) {
 
 // A key filter for a text field. `accept` sees the key's text (one character, or "\b" for
 // backspace, "\r" for Enter) and the field; a key it refuses is turned into nothing. Keys that
-// move the cursor or carry no text always pass.
+// move the cursor or carry no text always pass. Text that comes in by a paste, a middle click
+// or a drop is held to the same rules: every character of it is judged against the text as it
+// grows, and one refused character refuses the whole of it, since a digits field holding
+// letters would be wrong whichever way they came in.
 class KeyRule : public QObject {
 public:
     using Accept = std::function<bool(QChar key, const QLineEdit& field)>;
     KeyRule(QLineEdit* field, Accept accept);
     bool eventFilter(QObject* watched, QEvent* event) override;
+    bool takes(QChar key, const QLineEdit& field) const { return accept_(key, field); }
 
 private:
     Accept accept_;
@@ -70,8 +73,8 @@ private:
 KeyRule* digitsRule(QLineEdit* field);
 // Backspace, 0 to 9 and a point; with `onePoint` a second point is refused.
 KeyRule* decimalRule(QLineEdit* field, bool onePoint = true);
-// Backspace and the characters in `allowed` (letters and digits may be given as ranges by the
-// caller through `extra`).
+// Backspace and the characters in `allowed`, and with `letters` a to z and A to Z, with
+// `digits` 0 to 9.
 KeyRule* charsRule(QLineEdit* field, const QString& allowed, bool letters = false,
                    bool digits = false);
 
@@ -80,8 +83,25 @@ void selectAllOnFocus(QLineEdit* field);
 // The same for every QLineEdit below `root`, but for those listed.
 void selectAllOnFocusBelow(QWidget* root, const QList<QLineEdit*>& except = {});
 
-// A date field in dd-MM-yyyy that can also be empty. The empty state shows one blank.
-class DateEdit : public QDateEdit {
+// Tab moves through `order` in the order given, as the fields stand on the screen.
+void tabOrder(const QList<QWidget*>& order);
+
+// Enter on a focused push button below `root` presses it, as the space bar does: a user who
+// tabs to "Save" expects Enter to save.
+void enterPressesButtons(QWidget* root);
+
+// The access keys (the letter after "&" in a caption) that more than one button, label or group
+// of `root` uses, each as "Alt+A: &Add, S&ave". Two controls with one key leave the user
+// unable to reach the second from the keyboard.
+QStringList duplicateAccessKeys(const QWidget* root);
+
+// A date field in dd-MM-yyyy that can also be empty; empty shows nothing and reads as one blank.
+// A date is typed as ddmmyyyy or dd-mm-yyyy (a day or month of one digit needs the dashes) and
+// is taken when the field is left or Enter is pressed; a text that is no date of the calendar
+// (31-02-2024) is refused and the field goes back to the date it held. Deleting the whole text
+// empties it, and an empty field is left with Tab like any other. Alt+Down, F4 or the arrow
+// button open a calendar.
+class DateEdit : public QAbstractSpinBox {
 public:
     explicit DateEdit(QWidget* parent = nullptr);
     bool isEmpty() const;
@@ -90,15 +110,29 @@ public:
     void setValue(const QDate& d);          // a null date empties it
     QString valueText() const;              // dd-MM-yyyy, or one blank when empty
     void setValueText(const QString& text); // a text that is no date empties it
+    void showCalendar();
+
+    QValidator::State validate(QString& input, int& pos) const override;
+    void fixup(QString& input) const override;
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
 
 protected:
-    void keyPressEvent(QKeyEvent* e) override; // Delete and Backspace on a whole date empty it
+    StepEnabled stepEnabled() const override;
+    void keyPressEvent(QKeyEvent* e) override;
+    void focusOutEvent(QFocusEvent* e) override;
+
+private:
+    void commit();
+    QDate value_;
 };
 
-// A report-style list (the old ListView): columns with captions, whole-row selection, no
-// editing, no sorting unless asked.
+// A report list: columns with captions, whole-row selection, no editing, no sorting unless
+// asked. Its columns widen to their contents whenever rows are added, so no figure is cut.
 void setupListView(QTreeWidget* list, const QStringList& captions);
 QTreeWidgetItem* addListRow(QTreeWidget* list, const QStringList& cells);
+// Sizes every column of the list to its caption and contents now.
+void fitColumns(QTreeWidget* list);
 // Position of the selected row, -1 when none.
 int selectedRow(const QTreeWidget* list);
 
@@ -116,8 +150,5 @@ template <class W> W* named(W* w, const char* name) {
     w->setObjectName(QString::fromLatin1(name));
     return w;
 }
-
-// Makes the core's notices (a connection that could not open) show as plain message boxes.
-void installMessageSink();
 
 } // namespace ui

@@ -1,10 +1,19 @@
 #include "ui/screen.h"
 
+#include <QShowEvent>
+
 namespace ui {
 
 Screen::Screen(QWidget* parent) : QWidget(parent) {
     setAttribute(Qt::WA_DeleteOnClose);
     con.conopen();
+}
+
+void Screen::showEvent(QShowEvent* e) {
+    // On show, so buttons a screen adds after its constructor are caught as well.
+    if (!e->spontaneous())
+        enterPressesButtons(this);
+    QWidget::showEvent(e);
 }
 
 namespace {
@@ -18,9 +27,8 @@ void setScreenOpener(ScreenOpener o) {
     opener() = std::move(o);
 }
 
-void openScreen(const QString& className) {
-    if (opener())
-        opener()(className);
+bool openScreen(const QString& className) {
+    return opener() && opener()(className);
 }
 
 } // namespace ui

@@ -1,7 +1,9 @@
 #pragma once
-// What every child screen of the frame shares: its own connection, opened when it loads.
+// What every child screen of the frame shares: its own connection, opened when it loads, and
+// the keyboard habits of its buttons.
 
 #include "store/store.h"
+#include "ui/kit.h"
 
 #include <QString>
 #include <QWidget>
@@ -15,13 +17,16 @@ public:
     explicit Screen(QWidget* parent = nullptr);
 
 protected:
-    tw::ConClass con;
+    void showEvent(QShowEvent* e) override;
+
+    tw::ConClass con{boxes()};
 };
 
 // Opens a screen by its class name as a child of the frame (bringing forward the one instance
-// when it is open already). The frame installs the opener; without one nothing happens.
-using ScreenOpener = std::function<void(const QString& className)>;
+// when it is open already). The frame installs the opener. Gives false when there is no opener
+// or no such screen in this version.
+using ScreenOpener = std::function<bool(const QString& className)>;
 void setScreenOpener(ScreenOpener opener);
-void openScreen(const QString& className);
+bool openScreen(const QString& className);
 
 } // namespace ui

@@ -68,61 +68,12 @@ Decimal fifteenDigits(double v) {
     return d;
 }
 
-enum class Tie { ToEven, AwayFromZero };
-
-// Adds one to a string of digits ("" counts as 0).
-void increment(std::string& digits) {
-    for (auto it = digits.rbegin(); it != digits.rend(); ++it) {
-        if (*it != '9') {
-            ++*it;
-            return;
-        }
-        *it = '0';
-    }
-    digits.insert(digits.begin(), '1');
-}
-
-// d rounded to a whole number of 10^-decimals, exactly, in decimal.
-Decimal roundAt(Decimal d, int decimals, Tie tie) {
-    const int target = -decimals;
-    if (d.isZero() || d.exponent >= target)
-        return d;
-    const auto drop = static_cast<std::size_t>(target - d.exponent);
-    std::string keep;
-    bool up = false;
-    if (drop <= d.digits.size()) {
-        keep = d.digits.substr(0, d.digits.size() - drop);
-        const std::string dropped = d.digits.substr(d.digits.size() - drop);
-        const std::string half = "5" + std::string(drop - 1, '0');
-        const int cmp = dropped.compare(half); // same length, so this compares the values
-        const bool keptOdd = !keep.empty() && (keep.back() - '0') % 2 == 1;
-        up = cmp > 0 || (cmp == 0 && (tie == Tie::AwayFromZero || keptOdd));
-    } // else everything is dropped and it is less than a half of the last kept place
-    if (up)
-        increment(keep);
-    stripLeadingZeros(keep);
-    d.digits = keep;
-    d.exponent = target;
-    if (d.isZero())
-        d.negative = false;
-    return d;
-}
-
-// The digits of d counted in units of 10^-decimals; d must be whole in those units.
-std::string unitsText(const Decimal& d, int decimals) {
-    if (d.isZero())
-        return "0";
-    return d.digits + std::string(static_cast<std::size_t>(d.exponent + decimals), '0');
-}
-
-// The double nearest to d; nullopt when that is beyond the double range.
-std::optional<double> toDouble(const Decimal& d) {
-    const std::string text = (d.negative ? "-" : "") + d.digits + "e" + std::to_string(d.exponent);
-    double v = 0.0;
-    const auto res = std::from_chars(text.data(), text.data() + text.size(), v);
-    if (res.ec != std::errc())
-        return std::nullopt;
-    return v;
+// v scaled by 10^decimals and brought to a whole number, the steps a bill's figures have
+// always been made by: multiply, round to the nearest integer (an exact half to the even one,
+// the processor's own rounding), and the caller divides back. The half is the binary value's:
+// 1.015 x 100 is 101.49999..., below it.
+double scaledToEven(double v, int decimals) {
+    return std::nearbyint(v * std::pow(10.0, decimals));
 }
 
 // The double nearest to the decimal sign, whole digits and fraction digits (at least one digit
@@ -139,7 +90,7 @@ std::optional<double> decimalValue(bool negative, std::string whole, const std::
     return negative ? -v : v;
 }
 
-// The blanks that Val skips: space, tab, carriage return and line feed.
+// The blanks a typed figure may hold: space, tab, carriage return and line feed.
 bool isBlank(QChar c) {
     return c == u' ' || c == u'\t' || c == u'\r' || c == u'\n';
 }
@@ -159,8 +110,13 @@ QString nonFiniteText(double v) {
 QString formatTwoDecimals(double v, bool trimmed) {
     if (!std::isfinite(v))
         return nonFiniteText(v);
-    const Decimal r = roundAt(fifteenDigits(v), 2, Tie::AwayFromZero);
-    std::string units = unitsText(r, 2);
+    const double hundredths = std::round(v * 100.0);
+    if (!std::isfinite(hundredths))
+        return doubleText(v);
+    char buf[400];
+    const auto res = std::to_chars(buf, buf + sizeof buf, std::fabs(hundredths),
+                                   std::chars_format::fixed, 0);
+    std::string units(buf, static_cast<std::size_t>(res.ptr - buf));
     if (units.size() < 3)
         units.insert(0, 3 - units.size(), '0');
     std::string whole = units.substr(0, units.size() - 2);
@@ -172,7 +128,8 @@ QString formatTwoDecimals(double v, bool trimmed) {
         while (!fraction.empty() && fraction.back() == '0')
             fraction.pop_back();
     }
-    return QString::fromLatin1((r.negative ? "-" : "") + whole + "." + fraction);
+    const bool negative = hundredths < 0;
+    return QString::fromLatin1((negative ? "-" : "") + whole + "." + fraction);
 }
 
 } // namespace
@@ -239,17 +196,11 @@ std::optional<double> strictNumber(QStringView text) {
 }
 
 qint16 toInt16(double v) {
-    if (!std::isfinite(v))
+    const double r = scaledToEven(v, 0);
+    if (!std::isfinite(r) || r < std::numeric_limits<qint16>::min() ||
+        r > std::numeric_limits<qint16>::max())
         throw Error(overflowText());
-    const Decimal r = roundAt(fifteenDigits(v), 0, Tie::ToEven);
-    const std::string units = unitsText(r, 0);
-    if (units.size() > 5)
-        throw Error(overflowText());
-    const int magnitude = std::stoi(units);
-    const int value = r.negative ? -magnitude : magnitude;
-    if (value < std::numeric_limits<qint16>::min() || value > std::numeric_limits<qint16>::max())
-        throw Error(overflowText());
-    return static_cast<qint16>(value);
+    return static_cast<qint16>(r);
 }
 
 double round2(double v) {
@@ -259,11 +210,11 @@ double round2(double v) {
 double roundHalfEven(double v, int decimals) {
     if (!std::isfinite(v))
         return v;
-    // Beyond these every count gives the same result as the bound, and the exponent
-    // arithmetic stays far from int overflow.
-    decimals = std::clamp(decimals, -400, 400);
-    const Decimal r = roundAt(fifteenDigits(v), decimals, Tie::ToEven);
-    return toDouble(r).value_or(v); // only 15 digits of DBL_MAX pass beyond the range
+    const double scaled = scaledToEven(v, decimals);
+    if (!std::isfinite(scaled))
+        return v; // too large to carry decimals at all
+    const double r = scaled / std::pow(10.0, decimals);
+    return r == 0.0 ? 0.0 : r; // never -0
 }
 
 QString formatHash2(double v) {
@@ -333,22 +284,12 @@ QDate dateFromText(QStringView text) {
 }
 
 Currency Currency::fromDouble(double v) {
-    if (!std::isfinite(v))
+    const double units = scaledToEven(v, 4);
+    // 2^63 is the first double past the int64 range; -2^63 is the last one in it.
+    constexpr double limit = 9223372036854775808.0;
+    if (!std::isfinite(units) || units >= limit || units < -limit)
         throwOverflow();
-    const Decimal r = roundAt(fifteenDigits(v), 4, Tie::ToEven);
-    const std::string units = unitsText(r, 4);
-    std::uint64_t magnitude = 0;
-    const auto res = std::from_chars(units.data(), units.data() + units.size(), magnitude);
-    if (res.ec != std::errc())
-        throwOverflow();
-    constexpr std::uint64_t maxUnits = std::numeric_limits<std::int64_t>::max();
-    if (magnitude > maxUnits + (r.negative ? 1 : 0))
-        throwOverflow();
-    if (!r.negative)
-        return Currency(static_cast<std::int64_t>(magnitude));
-    if (magnitude == maxUnits + 1)
-        return Currency(std::numeric_limits<std::int64_t>::min());
-    return Currency(-static_cast<std::int64_t>(magnitude));
+    return Currency(static_cast<std::int64_t>(units));
 }
 
 Nullable operator/(Nullable a, Nullable b) {

@@ -24,8 +24,8 @@ public:
 // The leading number of a text: blanks are skipped, digits with at most one point (and an
 // optional sign) are read, anything after ends the number. "1.2.3" is 1.2, "12a" is 12,
 // "" and "abc" are 0.
-// As Val does, blanks (space, tab, CR, LF) are skipped inside the number too: " 1 2.5" is 12.5,
-// "- 5" is -5. Plain decimal only: "1e5" is 1, "&H10" is 0. The result is the double nearest to
+// Blanks (space, tab, CR, LF) are skipped inside the number too, as typed figures have always
+// been read: " 1 2.5" is 12.5, "- 5" is -5. Plain decimal only: "1e5" is 1, "&H10" is 0. The result is the double nearest to
 // the digits read, never -0. A whole part beyond the double range throws tw::Error("Overflow").
 double leadingNumber(QStringView text);
 
@@ -36,28 +36,29 @@ double leadingNumber(QStringView text);
 // nor is a number beyond the double range. Never -0.
 std::optional<double> strictNumber(QStringView text);
 
+// Every rounding below works on the double as computed, never on how it prints: the value is
+// scaled, rounded to the nearest integer and scaled back. A figure that sits just below a half
+// in binary (1.015 is 1.01499999...) goes down, as it did on every bill already issued.
+
 // A 16-bit integer: the nearest whole number, a half going to the even one (11.5 -> 12,
 // 12.5 -> 12). Throws tw::Error("Overflow") outside -32768..32767 (32767.5 overflows,
-// -32768.5 is -32768), and for NaN and infinities. As round2, the half is decided on the
-// value's 15 significant digits.
+// -32768.5 is -32768), and for NaN and infinities.
 qint16 toInt16(double v);
 
-// Rounds to two decimals, a half going to the even digit (2.125 -> 2.12, 0.375 -> 0.38).
-// The decision is taken on the value's 15 significant digits, the way it prints, so that
-// 1.015 is a half and not the binary 1.01499999...
+// Two decimals: multiply by 100, round to the nearest integer with an exact half going to the
+// even one, divide by 100. 2.125 -> 2.12, 0.375 -> 0.38, 1.015 -> 1.01,
+// 0.005000000000000001 -> 0.01.
 double round2(double v);
 
-// Rounds to n decimals (0..15), a half going to the even digit, on 15 significant digits.
-// The result is the double nearest to the rounded decimal, so it prints as that decimal;
-// magnitudes of 10^15 and more keep their 15 significant digits. Never -0 (round2(-0.001) is 0).
-// NaN and infinities come back unchanged.
+// The same steps with 10^decimals. Never -0 (round2(-0.001) is 0); NaN and infinities, and
+// values too large to scale, come back unchanged.
 double roundHalfEven(double v, int decimals);
 
 // "##.##" and "#.##": at most two decimals, a half away from zero, nothing padded, the point
 // always printed: 46.875 -> "46.88", 12.5 -> "12.5", 75 -> "75.", 0.5 -> ".5", 0 -> ".".
-// The half is decided on 15 significant digits (1.005 -> "1.01"). A negative value has a
-// leading "-" ("-.5"); one that rounds to zero prints "." with no sign. No digit grouping.
-// NaN and infinities print as doubleText does.
+// The half is that of v x 100 as computed. A negative value has a leading "-" ("-.5"); one
+// that rounds to zero prints "." with no sign. No digit grouping. NaN and infinities print as
+// doubleText does.
 QString formatHash2(double v);
 
 // "#####.00" and "####.00": exactly two decimals, a half away from zero, no leading zero:
@@ -67,7 +68,7 @@ QString formatFixed2(double v);
 // The text of a double printed with no format: 15 significant digits, no trailing zeros,
 // a leading zero before the point (0.1 * 3 -> "0.3", 12.0 -> "12", 0.5 -> "0.5").
 // When the first significant digit stands at 10^15 or above, or below 10^-4, the text takes
-// VB's exponent form: "1E+15", "1.5E-07", "1E+100". -0 is "0"; NaN and infinities are "NaN",
+// the exponent form "1E+15", "1.5E-07", "1E+100". -0 is "0"; NaN and infinities are "NaN",
 // "Inf" and "-Inf". Independent of the C locale, as every function here.
 QString doubleText(double v);
 
@@ -78,8 +79,8 @@ QString dateText(const QDate& d);
 QDate dateFromText(QStringView text);
 
 // Money with four decimals held as a 64-bit integer of ten-thousandths. Every value that
-// passes through it is rounded to that grain, a half to the even digit (decided on the
-// value's 15 significant digits, so 0.1 is 1000 units and ten of them make 1).
+// passes through it is brought to that grain by the steps of round2 with 10,000: 0.1 is 1000
+// units and ten of them make 1.
 // A result beyond the int64 range throws tw::Error("Overflow"), as do NaN and infinities.
 class Currency {
 public:

@@ -1,5 +1,5 @@
 #include "cli.h"
-#include "support/fixtures.h"
+#include "support/core_fixtures.h"
 
 #include <QDir>
 #include <QFile>
@@ -53,14 +53,18 @@ TEST(Cli, ErrorsGoToStderrWithANonZeroExit) {
         EXPECT_TRUE(r.err.startsWith(QString::fromLatin1(c.err))) << r.err.toStdString();
         EXPECT_TRUE(r.out.isEmpty());
     }
-    // A file that is not ours is refused, and left alone.
+    // A file that is not ours is refused, named, and left byte for byte as it was.
     QFile foreign(dir.filePath(QStringLiteral("Tallywright.db")));
     ASSERT_TRUE(foreign.open(QIODevice::WriteOnly));
-    foreign.write("not a database at all, just some text that is long enough............");
+    const QByteArray bytes(4096, 'x');
+    foreign.write(bytes);
     foreign.close();
     const auto r = run({QStringLiteral("--folder"), dir.path(), QStringLiteral("init")});
     EXPECT_EQ(r.code, 1);
-    EXPECT_TRUE(r.err.startsWith(QStringLiteral("tallywright-cli: "))) << r.err.toStdString();
+    EXPECT_TRUE(r.err.startsWith(QStringLiteral("Tallywright: ") + foreign.fileName()))
+        << r.err.toStdString();
+    ASSERT_TRUE(foreign.open(QIODevice::ReadOnly));
+    EXPECT_EQ(foreign.readAll(), bytes);
 }
 
 TEST(Cli, HelpAndVersion) {
@@ -70,4 +74,36 @@ TEST(Cli, HelpAndVersion) {
     r = run({QStringLiteral("--version")});
     EXPECT_EQ(r.code, 0);
     EXPECT_EQ(r.out, QStringLiteral("tallywright-cli %1\n").arg(QStringLiteral(TW_VERSION)));
+}
+
+TEST(Cli, BackupListAndRestore) {
+    QTemporaryDir dir;
+    const QString folder = dir.path();
+    ASSERT_EQ(run({QStringLiteral("--folder"), folder, QStringLiteral("init")}).code, 0);
+    auto r = run({QStringLiteral("--folder"), folder, QStringLiteral("backup")});
+    EXPECT_EQ(r.code, 0);
+    const QString made = r.out.trimmed();
+    EXPECT_TRUE(made.startsWith(folder + QStringLiteral("/backups/Tallywright-")))
+        << made.toStdString();
+    r = run({QStringLiteral("--folder"), folder, QStringLiteral("backups")});
+    EXPECT_EQ(r.code, 0);
+    EXPECT_TRUE(r.out.contains(QStringLiteral("  ok  ") + made)) << r.out.toStdString();
+    const QString copy = dir.filePath(QStringLiteral("copy.db"));
+    EXPECT_EQ(run({QStringLiteral("--folder"), folder, QStringLiteral("backup"),
+                   QStringLiteral("--to"), copy})
+                  .out,
+              copy + QLatin1Char('\n'));
+
+    QFile junk(dir.filePath(QStringLiteral("junk.db")));
+    ASSERT_TRUE(junk.open(QIODevice::WriteOnly));
+    junk.write("junk");
+    junk.close();
+    r = run({QStringLiteral("--folder"), folder, QStringLiteral("restore"), junk.fileName()});
+    EXPECT_EQ(r.code, 1);
+    EXPECT_TRUE(r.err.startsWith(QStringLiteral("tallywright-cli: ") + junk.fileName()))
+        << r.err.toStdString();
+    r = run({QStringLiteral("--folder"), folder, QStringLiteral("restore"), copy});
+    EXPECT_EQ(r.code, 0) << r.err.toStdString();
+    EXPECT_TRUE(r.out.startsWith(QStringLiteral("Kept the replaced database as ")));
+    EXPECT_EQ(run({QStringLiteral("--folder"), folder, QStringLiteral("restore")}).code, 2);
 }

@@ -1,643 +1,266 @@
-// The measurements entry screen, driven through its controls by object name.
+// The measurements entry screen, driven through its controls.
 
 #include "measurements/frm_dims.h"
 
-#include "support/fixtures.h"
+#include "screen_texts.h"
 
 #include <QApplication>
 #include <QTest>
 
-#include <memory>
-
 namespace {
 
+using meastest::texts;
 using twtest::messages;
+using twtest::pick;
 
-class DimsTest : public twtest::AppFolderTest {
+class DimsTest : public twtest::ScreenTest<frm_dims> {
 protected:
     void SetUp() override {
-        AppFolderTest::SetUp();
-        project(QStringLiteral("P-1"), QStringLiteral("Ring Road"), QStringLiteral("Feet"));
-        project(QStringLiteral("M-7"), QStringLiteral("Metro Depot"), QStringLiteral("Metre"));
-        project(QStringLiteral("X-9"), QStringLiteral("Odd Units"), QStringLiteral("Yard"));
-        item(QStringLiteral("P-1"), QStringLiteral("1.1"), QStringLiteral("Brick work"),
-             QStringLiteral("BW-1"));
-        item(QStringLiteral("P-1"), QStringLiteral("1.2"), QStringLiteral("Plastering"),
-             QStringLiteral("PL-2"));
-        item(QStringLiteral("M-7"), QStringLiteral("7"), QStringLiteral("Concrete"),
-             QStringLiteral("CC"));
-        item(QStringLiteral("X-9"), QStringLiteral("9"), QStringLiteral("Anything"),
-             QStringLiteral("AN"));
+        ScreenTest::SetUp();
+        for (const auto& [num, name, units] : {std::tuple{"P-1", "Ring Road", "Feet"},
+                                               {"M-7", "Metro Depot", "Metre"},
+                                               {"X-9", "Odd Units", "Yard"}})
+            db().exec("insert into ContractMaster (tw_contract_num, tw_contract_name, tw_units) "
+                      "values (?, ?, ?)",
+                      {num, name, units});
+        for (const auto& [num, sch, category] : {std::tuple{"P-1", "1.1", "BW-1"},
+                                                 {"P-1", "1.2", "PL-2"},
+                                                 {"M-7", "7", "CC"},
+                                                 {"X-9", "9", "AN"}})
+            db().exec("insert into Sch_master (tw_contract_num, tw_sch_num, tw_item_desc, "
+                      "tw_category_name) values (?, ?, ?, ?)",
+                      {num, sch, QStringLiteral("Item ") + sch, category});
+        show();
+    }
+    void show() {
         open();
+        QApplication::setActiveWindow(screen.get());
+        ASSERT_TRUE(QTest::qWaitForWindowActive(screen.get()));
     }
-    void TearDown() override {
-        w.reset();
-        AppFolderTest::TearDown();
+    // The project, a typed bill number and a click on the first (or the named) schedule item.
+    void choose(const QString& project, const QString& bill = "B1", const QString& sch = {}) {
+        pick(screen->cmb_proj_name, project);
+        screen->cmb_bill_num->setEditText(bill);
+        const auto found = screen->Lst_Schd->findItems(sch, Qt::MatchExactly);
+        meastest::clickRow(screen->Lst_Schd,
+                           sch.isEmpty() ? 0
+                                         : screen->Lst_Schd->indexOfTopLevelItem(found.value(0)));
     }
-
-    void project(const QString& num, const QString& name, const QString& units) {
-        db().insert(QStringLiteral("ContractMaster"), {{QStringLiteral("tw_contract_num"), num},
-                                                       {QStringLiteral("tw_contract_name"), name},
-                                                       {QStringLiteral("tw_units"), units}});
-    }
-    void item(const QString& project, const QString& sch, const QString& desc,
-              const QString& category) {
-        db().insert(QStringLiteral("Sch_master"), {{QStringLiteral("tw_contract_num"), project},
-                                                   {QStringLiteral("tw_sch_num"), sch},
-                                                   {QStringLiteral("tw_item_desc"), desc},
-                                                   {QStringLiteral("tw_category_name"), category}});
-    }
-
-    void open() {
-        w.reset(new frm_dims);
-        w->setAttribute(Qt::WA_DeleteOnClose, false);
-        w->show();
-        QApplication::setActiveWindow(w.get());
-        ASSERT_TRUE(QTest::qWaitForWindowActive(w.get()));
-    }
-
-    template <class T> T* c(const char* name) {
-        auto* found = w->findChild<T*>(QString::fromLatin1(name));
-        EXPECT_NE(found, nullptr) << name;
-        return found;
-    }
-    QLineEdit* e(const char* name) { return c<QLineEdit>(name); }
-
-    void pick(QComboBox* combo, const QString& text) {
-        const int i = combo->findText(text);
-        ASSERT_GE(i, 0) << text.toStdString();
-        combo->setCurrentIndex(i);
-        emit combo->activated(i);
-    }
-    void pickProject(const QString& name) { pick(w->cmb_proj_name, name); }
-    void typeBill(const QString& bill) { w->cmb_bill_num->setEditText(bill); }
-    void pickItem(const QString& sch) {
-        const auto found = w->Lst_Schd->findItems(sch, Qt::MatchExactly, 0);
-        ASSERT_EQ(found.size(), 1);
-        const QRect r = w->Lst_Schd->visualItemRect(found.first());
-        QTest::mouseClick(w->Lst_Schd->viewport(), Qt::LeftButton, {}, r.center());
-    }
-    void pickShape(const QString& shape) {
-        w->cmb_shape->setCurrentIndex(w->cmb_shape->findText(shape));
-    }
-    // Types a whole line: narration, the pairs given as "whole-frac" texts, and the quantity.
-    void line(const QString& narration, const QStringList& pairs, const QString& qty) {
-        w->txt_narration->setText(narration);
-        const char* whole[] = {"txtdim1", "txtdim2", "txtdim3", "txtdim4"};
-        const char* frac[] = {"txtdim11", "txtdim22", "txtdim33", "txtdim44"};
+    // Narration, the pairs as "whole-fraction" texts and the quantity, then a click on save.
+    void save(const QString& narration, const QStringList& pairs, const QString& qty) {
+        screen->txt_narration->setText(narration);
         for (int i = 0; i < pairs.size(); ++i) {
-            const auto parts = pairs[i].split(u'-');
-            e(whole[i])->setText(parts[0]);
-            e(frac[i])->setText(parts.value(1));
+            const QByteArray pair = QByteArray::number(i + 1);
+            edit(("txtdim" + pair).constData())->setText(pairs[i].section(u'-', 0, 0));
+            edit(("txtdim" + pair + pair).constData())->setText(pairs[i].section(u'-', 1));
         }
-        w->txt_qty->setText(qty);
+        screen->txt_qty->setText(qty);
+        click("cmd_mes_save");
     }
-    void save() { QTest::mouseClick(w->cmd_mes_save, Qt::LeftButton); }
-
-    tw::Rows lines() {
-        return db().rows(QStringLiteral("select * from BillMaster order by tw_recordkey"));
-    }
-    QStringList listRow(int i) { return twtest::rowCells(w->dimlist, i); }
-    void doubleClickLine(int i) {
-        auto* it = w->dimlist->topLevelItem(i);
-        ASSERT_NE(it, nullptr);
-        w->dimlist->setCurrentItem(it);
-        emit w->dimlist->itemDoubleClicked(it, 0);
-    }
-
-    std::unique_ptr<frm_dims> w;
+    tw::Rows lines() { return db().keyed("BillMaster"); }
 };
 
-TEST_F(DimsTest, OpensWithProjectsShapesAndNoChoiceMade) {
-    EXPECT_EQ(w->windowTitle(), QStringLiteral("Measurements Entry"));
-    ASSERT_EQ(w->cmb_proj_name->count(), 3);
-    EXPECT_EQ(w->cmb_proj_name->itemText(1), QStringLiteral("Metro Depot"));
-    EXPECT_EQ(w->cmb_proj_name->currentIndex(), -1);
-    // The shape list is the table in its order, the first chosen with its labels in place.
-    const auto shapes = db().rows(QStringLiteral("select tw_shape from shapes"));
-    ASSERT_EQ(w->cmb_shape->count(), int(shapes.size()));
-    EXPECT_EQ(w->cmb_shape->itemText(4), shapes[4].text(0));
-    EXPECT_EQ(w->cmb_shape->currentText(), shapes[0].text(0));
-    EXPECT_EQ(w->lbldim1->text(), QStringLiteral("Length"));
-    EXPECT_EQ(w->lbldim2->text(), QStringLiteral("Breadth"));
-    EXPECT_TRUE(w->txtdim2->isEnabled());
-    EXPECT_FALSE(w->txtdim3->isEnabled());
-    EXPECT_FALSE(w->txtdim44->isEnabled());
-    EXPECT_EQ(w->cmbbillded->currentText(), QStringLiteral("No"));
-    EXPECT_FALSE(w->cmd_delete->isEnabled());
-}
-
 TEST_F(DimsTest, ProjectSetsUnitCaptionsBillsAndSchedule) {
-    db().insert(QStringLiteral("BillMaster"), {{QStringLiteral("tw_contract_num"), "P-1"},
-                                               {QStringLiteral("tw_bill_num"), "B1"}});
-    db().insert(QStringLiteral("BillMaster"), {{QStringLiteral("tw_contract_num"), "P-1"},
-                                               {QStringLiteral("tw_bill_num"), "B1"}});
-    db().insert(QStringLiteral("BillMaster"), {{QStringLiteral("tw_contract_num"), "P-1"},
-                                               {QStringLiteral("tw_bill_num"), "B2"}});
-    db().insert(QStringLiteral("BillMaster"), {{QStringLiteral("tw_contract_num"), "M-7"},
-                                               {QStringLiteral("tw_bill_num"), "M1"}});
-    struct Case {
-        const char* project;
-        const char* whole;
-        const char* frac;
-        QStringList bills;
-        int items;
-    };
-    const Case cases[] = {{"Ring Road", "Feet", "Inches", {"B1", "B2"}, 2},
-                          {"Metro Depot", "Metres", "CMs", {"M1"}, 1},
-                          {"Odd Units", "Feet", "Inches", {}, 1}};
-    for (const auto& k : cases) {
-        SCOPED_TRACE(k.project);
-        pickProject(QString::fromLatin1(k.project));
-        for (auto* l : {w->Label89, w->Label90, w->Label91, w->Label92})
-            EXPECT_EQ(l->text(), QString::fromLatin1(k.whole));
-        for (auto* l : {w->Label93, w->Label94, w->Label95, w->Label96})
-            EXPECT_EQ(l->text(), QString::fromLatin1(k.frac));
-        QStringList bills;
-        for (int i = 0; i < w->cmb_bill_num->count(); ++i)
-            bills << w->cmb_bill_num->itemText(i);
-        EXPECT_EQ(bills, k.bills);
-        EXPECT_EQ(w->cmb_bill_num->currentText(), QString());
-        EXPECT_EQ(w->Lst_Schd->topLevelItemCount(), k.items);
+    EXPECT_EQ(screen->cmb_proj_name->currentIndex(), -1);
+    for (const auto& [num, bill] : {std::pair{"P-1", "B2"}, {"P-1", "B1"}, {"P-1", "B2"}})
+        db().insert("BillMaster", {{"tw_contract_num", num}, {"tw_bill_num", bill}});
+    screen->txt_narration->setText("half typed");
+    const std::tuple<const char*, QStringList, QStringList, int> cases[] = {
+        {"Ring Road", {"Feet", "Feet", "Inches", "Inches"}, {"B2", "B1"}, 2},
+        {"Metro Depot", {"Metres", "Metres", "CMs", "CMs"}, {}, 1},
+        {"Odd Units", {"Feet", "Feet", "Inches", "Inches"}, {}, 1}};
+    for (const auto& [project, captions, bills, items] : cases) {
+        SCOPED_TRACE(project);
+        pick(screen->cmb_proj_name, project);
+        EXPECT_EQ(texts(*screen, {"Label89", "Label92", "Label93", "Label96"}), captions);
+        EXPECT_EQ(meastest::items(screen->cmb_bill_num), bills);
+        EXPECT_EQ(screen->cmb_bill_num->currentText(), QString());
+        EXPECT_EQ(screen->Lst_Schd->topLevelItemCount(), items);
     }
+    EXPECT_EQ(screen->txt_narration->text(), "half typed"); // a half typed line survives
 }
 
-TEST_F(DimsTest, ShapeLabelsSwitchPairsOnAndOff) {
-    w->txtdim3->setText(QStringLiteral("7"));
-    pickShape(QStringLiteral("cuboid_volume"));
-    EXPECT_EQ(w->lbldim3->text(), QStringLiteral("Height"));
-    EXPECT_TRUE(w->txtdim33->isEnabled());
-    EXPECT_EQ(w->txtdim3->text(), QStringLiteral("7")); // an enabled pair keeps its text
-    w->txtdim1->setText(QStringLiteral("5"));
-    w->txtdim11->setText(QStringLiteral("3"));
-    pickShape(QStringLiteral("Count"));
-    EXPECT_EQ(w->lbldim1->text(), QStringLiteral("Number"));
-    EXPECT_EQ(w->lbldim2->text(), QString());
-    EXPECT_EQ(w->txtdim1->text(), QStringLiteral("5"));
-    for (auto* f : {w->txtdim2, w->txtdim22, w->txtdim3, w->txtdim33, w->txtdim4, w->txtdim44}) {
-        EXPECT_FALSE(f->isEnabled()) << f->objectName().toStdString();
-        EXPECT_TRUE(f->text().isEmpty()) << f->objectName().toStdString();
-    }
-    pickShape(QStringLiteral("trapezium_volume"));
-    EXPECT_EQ(w->lbldim4->text(), QStringLiteral("Depth"));
-    EXPECT_TRUE(w->txtdim44->isEnabled());
-    pickShape(QStringLiteral("regular_polygon_area"));
-    EXPECT_FALSE(w->txtdim1->isEnabled());
-}
-
-// Each check of a save stops it with its own message and focus; a later check never runs
-// before an earlier one, and nothing is written.
+// The first failing check shows its message, focuses its field and writes nothing.
 TEST_F(DimsTest, SaveChecksRunInOrder) {
-    struct Case {
-        const char* name;
-        const char* project;
-        bool bill, item;
-        const char* narration;
-        QStringList pairs;
-        const char* qty;
-        const char* message;
-        const char* focus;
-        int flags;
+    const std::array<const char*, 3> cases[] = {
+        // project, bill, item picked (+), narration, pairs, quantity; message; field
+        {"Ring Road,,-,,1-0 2-12,", "Inches can not be equal to or greater than 12", "txtdim22"},
+        {"Ring Road,,-,,1-0 2-11,", "Please Enter the Bill Number", "cmb_bill_num"},
+        {"Metro Depot,,+,n,1-999 2-50,1", "Please Enter the Bill Number", "cmb_bill_num"},
+        {"Ring Road,B1,-,,,", "Please Select the Schedule Item ", "rt_sch_item"},
+        {"Ring Road,B1,+,,,", "Please Enter the Narration", "txt_narration"},
+        {"Ring Road,B1,+,wall,,", "Please Enter the Qty", "txt_qty"},
+        {"Ring Road,B1,+,wall,-6 3-0,2", "Please Enter the Length feet", "txtdim1"},
+        // A blank fraction is filled with 00 as its pair passes, though a later pair fails.
+        {"Metro Depot,B1,+,wall,3- -4,2", "Please Enter the Breadth feet", "txtdim2"},
     };
-    const Case cases[] = {
-        {"inches first",
-         "Ring Road",
-         false,
-         false,
-         "",
-         {"1-0", "2-12"},
-         "",
-         "Inches can not be equal to or greater than 12",
-         "txtdim22",
-         ui::Information},
-        {"bill",
-         "Ring Road",
-         false,
-         false,
-         "",
-         {"1-0", "2-11"},
-         "",
-         "Please Enter the Bill Number",
-         "cmb_bill_num",
-         ui::Ok},
-        {"metre fraction has no limit",
-         "Metro Depot",
-         false,
-         true,
-         "n",
-         {"1-999", "2-50"},
-         "1",
-         "Please Enter the Bill Number",
-         "cmb_bill_num",
-         ui::Ok},
-        {"item",
-         "Ring Road",
-         true,
-         false,
-         "",
-         {},
-         "",
-         "Please Select the Schedule Item ",
-         "rt_sch_item",
-         ui::Ok},
-        {"narration",
-         "Ring Road",
-         true,
-         true,
-         "",
-         {},
-         "",
-         "Please Enter the Narration",
-         "txt_narration",
-         ui::Ok},
-        {"qty", "Ring Road", true, true, "wall", {}, "", "Please Enter the Qty", "txt_qty", ui::Ok},
-        {"first pair",
-         "Ring Road",
-         true,
-         true,
-         "wall",
-         {"-6", "3-0"},
-         "2",
-         "Please Enter the Length feet",
-         "txtdim1",
-         ui::Ok},
-        {"second pair, in metres too",
-         "Metro Depot",
-         true,
-         true,
-         "wall",
-         {"3-", "-4"},
-         "2",
-         "Please Enter the Breadth feet",
-         "txtdim2",
-         ui::Ok},
-    };
-    for (const auto& k : cases) {
-        SCOPED_TRACE(k.name);
-        open();
-        pickProject(QString::fromLatin1(k.project));
-        if (k.bill)
-            typeBill(QStringLiteral("B1"));
-        if (k.item)
-            pickItem(w->Lst_Schd->topLevelItem(0)->text(0));
-        line(QString::fromLatin1(k.narration), k.pairs, QString::fromLatin1(k.qty));
-        w->cmd_mes_save->setFocus();
+    for (const auto& [line, message, focus] : cases) {
+        SCOPED_TRACE(message);
+        const QStringList f = QString::fromLatin1(line).split(u',');
+        show();
+        choose(f[0], f[1]);
+        if (f[2] == "-")
+            screen->rt_sch_item->clear();
         messages().clear();
-        save();
-        ASSERT_EQ(messages().shown.size(), 1u);
-        EXPECT_EQ(messages().shown[0].text, QString::fromLatin1(k.message));
-        EXPECT_EQ(messages().shown[0].flags, k.flags);
-        EXPECT_EQ(messages().shown[0].title, QStringLiteral("Tallywright"));
-        ASSERT_NE(QApplication::focusWidget(), nullptr);
-        EXPECT_EQ(QApplication::focusWidget()->objectName(), QString::fromLatin1(k.focus));
+        save(f[3], f[4].split(u' ', Qt::SkipEmptyParts), f[5]);
+        ASSERT_EQ(messages().texts(), std::vector<QString>{message});
+        EXPECT_EQ(messages().shown[0].flags,
+                  QString(message).startsWith("Inches") ? ui::Information : ui::Ok);
+        EXPECT_EQ(messages().shown[0].title, "Tallywright");
+        EXPECT_TRUE(twtest::hasFocus(field(focus)));
         EXPECT_TRUE(lines().empty());
     }
+    EXPECT_EQ(screen->txtdim11->text(), "00");
 }
 
-TEST_F(DimsTest, BlankFractionIsFilledWithDoubleZeroEvenWhenALaterPairFails) {
-    pickProject(QStringLiteral("Ring Road"));
-    typeBill(QStringLiteral("B1"));
-    pickItem(QStringLiteral("1.1"));
-    pickShape(QStringLiteral("cuboid_volume"));
-    line(QStringLiteral("footing"), {"4-", "3-", "-"}, QStringLiteral("1"));
-    save();
-    EXPECT_EQ(messages().texts(), std::vector<QString>{"Please Enter the Height feet"});
-    EXPECT_EQ(w->txtdim11->text(), QStringLiteral("00"));
-    EXPECT_EQ(w->txtdim22->text(), QStringLiteral("00"));
-    EXPECT_EQ(w->txtdim33->text(), QString());
-    EXPECT_TRUE(lines().empty());
-}
-
-TEST_F(DimsTest, SaveStoresTheLineAndKeepsBillAndDeduction) {
-    pickProject(QStringLiteral("Ring Road"));
-    typeBill(QStringLiteral("B1"));
-    pickItem(QStringLiteral("1.2"));
-    EXPECT_EQ(w->rt_sch_item->toPlainText(), QStringLiteral("Plastering"));
-    w->cmbbillded->setCurrentIndex(1);
-    line(QStringLiteral("north wall"), {"10-6", "8-3"}, QStringLiteral("2"));
-    save();
-    EXPECT_TRUE(messages().shown.empty()) << messages().shown[0].text.toStdString();
-
-    const auto rows = lines();
-    ASSERT_EQ(rows.size(), 1u);
-    const auto& r = rows[0];
-    EXPECT_EQ(r.text("tw_contract_num"), QStringLiteral("P-1"));
-    EXPECT_EQ(r.text("tw_bill_num"), QStringLiteral("B1"));
-    EXPECT_EQ(r.text("tw_sch_num"), QStringLiteral("1.2"));
-    EXPECT_EQ(r.text("tw_item_narration"), QStringLiteral("north wall"));
-    EXPECT_EQ(r.number("tw_dim1"), 10);
-    EXPECT_EQ(r.number("tw_dim1_inches"), 6);
-    EXPECT_EQ(r.number("tw_dim2"), 8);
-    EXPECT_EQ(r.number("tw_dim2_inches"), 3);
-    EXPECT_EQ(r.number("tw_dim3"), 0);
-    EXPECT_EQ(r.number("tw_dim4_inches"), 0);
-    EXPECT_DOUBLE_EQ(r.number("tw_cal_Area"), 173.25);
-    EXPECT_EQ(r.text("tw_Shape"), QStringLiteral("rectangle_area"));
-    EXPECT_EQ(r.number("tw_deduction"), 1);
-    EXPECT_EQ(r.text("tw_category_name"), QStringLiteral("PL-2"));
-    EXPECT_EQ(r.number("tw_quantity"), 2);
-
-    // The line is cleared for the next one; bill and deduction choice stay.
-    for (auto* f : {w->txt_narration, w->txt_qty, w->txtdim1, w->txtdim11, w->txtdim2, w->txtdim22})
-        EXPECT_TRUE(f->text().isEmpty()) << f->objectName().toStdString();
-    EXPECT_TRUE(w->rt_sch_item->toPlainText().isEmpty());
-    EXPECT_EQ(w->cmb_bill_num->currentText(), QStringLiteral("B1"));
-    EXPECT_EQ(w->cmbbillded->currentText(), QStringLiteral("Yes"));
-    EXPECT_EQ(w->cmb_shape->currentIndex(), 0);
-    EXPECT_EQ(listRow(0), (QStringList{"1.2", "north wall", "rectangle_area", "10-6", "8-3", "0-0",
-                                       "0-0", "2", "YES"}));
-
-    // The item has to be picked again for the next line.
-    line(QStringLiteral("south wall"), {"1-0", "1-0"}, QStringLiteral("1"));
-    save();
+// A save writes the line, clears it for the next one but for the bill and the deduction choice;
+// a double click brings it back, and saving it again overwrites it unless the narration changed.
+TEST_F(DimsTest, SaveWritesALineThatADoubleClickBringsBack) {
+    const QString quoted = "Ram's \"raft\"";
+    choose("Metro Depot", "M1");
+    pick(screen->cmb_shape, "cuboid_volume");
+    pick(screen->cmbbillded, "Yes");
+    save(quoted, {"2-5", "3-25", "1-0"}, "1.5");
+    ASSERT_TRUE(messages().shown.empty()) << messages().shown[0].text.toStdString();
+    EXPECT_EQ(texts(*screen, {"txt_narration", "txt_qty", "txtdim1", "txtdim22", "rt_sch_item",
+                              "cmb_shape", "cmb_bill_num", "cmbbillded"}),
+              (QStringList{"", "", "", "", "", "rectangle_area", "M1", "Yes"}));
+    save("next", {"1-0", "1-0"}, "1"); // the item has to be picked again
     EXPECT_EQ(messages().texts(), std::vector<QString>{"Please Select the Schedule Item "});
-}
 
-// Fractional fields are 16-bit whole numbers, a half going to the even one; only in feet is
-// 12 or more refused, and only before rounding.
-TEST_F(DimsTest, FractionalFieldsRoundHalfToEven) {
-    struct Case {
-        const char* project;
-        const char* frac;
-        int stored;
+    pick(screen->cmbbillded, "No");
+    auto doubleClick = [&] {
+        screen->dimlist->setCurrentItem(screen->dimlist->topLevelItem(0));
+        emit screen->dimlist->itemDoubleClicked(screen->dimlist->topLevelItem(0), 0);
     };
-    const Case cases[] = {
-        {"Ring Road", "5.5", 6},   {"Ring Road", "4.5", 4},     {"Ring Road", "11.5", 12},
-        {"Ring Road", "11.9", 12}, {"Metro Depot", "5", 50},    {"Metro Depot", "05", 50},
-        {"Metro Depot", "0", 0},   {"Metro Depot", "125", 125},
-    };
-    int n = 0;
-    for (const auto& k : cases) {
-        SCOPED_TRACE(std::string(k.project) + " " + k.frac);
-        pickProject(QString::fromLatin1(k.project));
-        typeBill(QStringLiteral("B1"));
-        pickItem(w->Lst_Schd->topLevelItem(0)->text(0));
-        const QString narration = QStringLiteral("line %1").arg(++n);
-        line(narration, {"2-0", "1-0"}, QStringLiteral("1"));
-        w->txtdim11->setText(QString::fromLatin1(k.frac)); // as the edit would put it back
-        save();
-        ASSERT_TRUE(messages().shown.empty()) << messages().shown[0].text.toStdString();
-        const auto r = db().first(
-            QStringLiteral("select * from BillMaster where tw_item_narration=?"), {narration});
-        ASSERT_TRUE(r);
-        EXPECT_EQ(r->number("tw_dim1_inches"), k.stored);
-    }
-    // 2 ft 12 in is 3 ft: the rounded inches count in the area.
-    const auto r = db().first(
-        QStringLiteral("select tw_cal_Area from BillMaster where tw_item_narration='line 3'"));
-    EXPECT_DOUBLE_EQ(r->value(0).toDouble(), 3.0);
-}
-
-TEST_F(DimsTest, SameNarrationOverwritesOtherwiseAdds) {
-    pickProject(QStringLiteral("Ring Road"));
-    typeBill(QStringLiteral("B1"));
-    auto enter = [&](const char* sch, const QString& narration, const char* d1) {
-        pickItem(QString::fromLatin1(sch));
-        line(narration, {QString::fromLatin1(d1), "1-0"}, QStringLiteral("1"));
-        save();
-        ASSERT_TRUE(messages().shown.empty()) << messages().shown[0].text.toStdString();
-    };
-    const QString quoted = QStringLiteral("Ram's \"porch\"");
-    enter("1.1", quoted, "2-0");
-    enter("1.1", quoted, "5-0"); // same item and narration: overwritten
-    enter("1.2", quoted, "7-0"); // another item: a line of its own
-    enter("1.1", QStringLiteral("Ram's porch 2"), "9-0");
-    typeBill(QStringLiteral("B'2"));
-    enter("1.1", quoted, "4-0"); // another bill
-    const auto rows = lines();
-    ASSERT_EQ(rows.size(), 4u);
-    EXPECT_EQ(rows[0].text("tw_item_narration"), quoted);
-    EXPECT_EQ(rows[0].number("tw_dim1"), 5);
-    EXPECT_EQ(rows[0].number("tw_cal_Area"), 5);
-    EXPECT_EQ(rows[1].text("tw_sch_num"), QStringLiteral("1.2"));
-    EXPECT_EQ(rows[3].text("tw_bill_num"), QStringLiteral("B'2"));
-    EXPECT_EQ(w->dimlist->topLevelItemCount(), 1);
-}
-
-TEST_F(DimsTest, CategoryIsReadAtSaving) {
-    pickProject(QStringLiteral("Ring Road"));
-    typeBill(QStringLiteral("B1"));
-    pickItem(QStringLiteral("1.1"));
-    db().exec(QStringLiteral("update Sch_master set tw_category_name='BW-9' where tw_sch_num=?"),
-              {QStringLiteral("1.1")});
-    line(QStringLiteral("wall"), {"1-0", "1-0"}, QStringLiteral("1"));
-    save();
+    doubleClick();
+    EXPECT_EQ(texts(*screen, {"rt_sch_item", "txt_narration", "cmb_shape", "lbldim3", "txt_qty",
+                              "cmbbillded", "txtdim1", "txtdim11", "txtdim22", "txtdim4"}),
+              (QStringList{"Item 7", quoted, "cuboid_volume", "Height", "1.5", "Yes", "2", "50",
+                           "25", "0"}));
+    EXPECT_FALSE(screen->txtdim4->isEnabled()); // a dimension the shape doesn't ask for
+    EXPECT_TRUE(screen->cmd_delete->isEnabled());
+    db().exec("update Sch_master set tw_category_name=? where tw_sch_num=?", {"CC-9", "7"});
+    click("cmd_mes_save");
     ASSERT_EQ(lines().size(), 1u);
-    EXPECT_EQ(lines()[0].text("tw_category_name"), QStringLiteral("BW-9"));
+    const QVariantList expected{
+        "M-7", "M1", "7",   quoted,          2, 3,      1,  0, 50, 25,
+        0,     0,    12.19, "cuboid_volume", 1, "CC-9", 1.5}; // 2.5 x 3.25 x 1.5
+    for (int i = 0; i < expected.size(); ++i) // by the table's positions, behind tw_recordkey
+        EXPECT_EQ(lines()[0][i + 1].toString(), expected[i].toString()) << i;
+    EXPECT_EQ(
+        twtest::rowCells(screen->dimlist, 0),
+        (QStringList{"7", quoted, "cuboid_volume", "2-50", "3-25", "1-0", "0-0", "1.5", "YES"}));
+    meastest::expectColumnsFit(screen->dimlist);
+    meastest::expectColumnsFit(screen->Lst_Schd);
+
+    doubleClick();
+    screen->txt_narration->setText("raft 2");
+    click("cmd_mes_save"); // a renamed line is a line of its own
+    choose("Metro Depot", "M'2");
+    save(quoted, {"1-0", "1-0"}, "1"); // and so is the same narration in another bill
+    EXPECT_EQ(lines().size(), 3u);
 }
 
-TEST_F(DimsTest, CalculationFailuresShowCriticallyAndStoreNothing) {
-    struct Case {
-        const char* project;
-        const char* shape;
-        QStringList pairs;
-        const char* qty;
-        const char* message;
-    };
-    const Case cases[] = {
-        {"Odd Units", "rectangle_area", {"1-0", "1-0"}, "1", "Division by zero"},
-        {"Ring Road",
-         "triangle_area",
-         {"1-0", "1-0", "5-0"},
-         "1",
-         "Invalid procedure call or argument"},
-        {"Ring Road", "rectangle_area", {"1-0", "1-0"}, "2 nos", "Type mismatch"},
-    };
-    for (const auto& k : cases) {
-        SCOPED_TRACE(k.message);
-        pickProject(QString::fromLatin1(k.project));
-        typeBill(QStringLiteral("B1"));
-        pickItem(w->Lst_Schd->topLevelItem(0)->text(0));
-        pickShape(QString::fromLatin1(k.shape));
-        line(QStringLiteral("bad"), k.pairs, QString::fromLatin1(k.qty));
-        messages().clear();
-        save();
-        ASSERT_EQ(messages().shown.size(), 1u);
-        EXPECT_EQ(messages().shown[0].text, QString::fromLatin1(k.message));
-        EXPECT_EQ(messages().shown[0].flags, ui::Critical);
-        EXPECT_TRUE(lines().empty());
-        EXPECT_EQ(w->txt_narration->text(), QStringLiteral("bad")); // nothing cleared
+// A fractional field is a 16-bit whole number, a half going to the even one; only in feet is
+// 12 or more refused, and only before rounding.
+TEST_F(DimsTest, FractionalFieldsAreStoredRounded) {
+    const std::tuple<const char*, const char*, int, double> cases[] = {
+        {"Ring Road", "5.5", 6, 2.5},   {"Ring Road", "4.5", 4, 2.33},
+        {"Ring Road", "11.9", 12, 3},   {"Metro Depot", "5", 50, 2.5},
+        {"Metro Depot", "05", 50, 2.5}, {"Metro Depot", "125", 125, 2.12}};
+    for (const auto& [project, frac, stored, area] : cases) {
+        SCOPED_TRACE(std::string(project) + " " + frac);
+        choose(project);
+        save(frac, {QStringLiteral("2-") + frac, "1-0"}, "1");
+        const auto r = db().find("BillMaster", "tw_item_narration=?", {frac});
+        ASSERT_TRUE(r);
+        EXPECT_EQ(r->number("tw_dim1_inches"), stored);
+        EXPECT_DOUBLE_EQ(r->number("tw_cal_Area"), area);
     }
-    // Shapes without a divisor still work in an unknown measure system.
-    pickProject(QStringLiteral("Odd Units"));
-    typeBill(QStringLiteral("B1"));
-    pickItem(QStringLiteral("9"));
-    pickShape(QStringLiteral("lumpsum"));
-    line(QStringLiteral("sum"), {"1500-6"}, QStringLiteral("2"));
-    messages().clear();
-    save();
+}
+
+// A calculation that fails shows its error and stores nothing; a shape without a divisor
+// (and with one dimension) works whatever the measure system.
+TEST_F(DimsTest, CalculationFailuresShowAndStoreNothing) {
+    const std::pair<const char*, const char*> cases[] = {
+        // project, shape, pairs, quantity; error
+        {"Odd Units,rectangle_area,1-0 1-0,1", "Division by zero"},
+        {"Ring Road,triangle_area,1-0 1-0 5-0,1", "Invalid procedure call or argument"},
+        {"Ring Road,rectangle_area,1-0 1-0,2 nos", "Type mismatch"},
+        {"Odd Units,lumpsum,1500-6,2", nullptr}};
+    for (const auto& [line, failure] : cases) {
+        SCOPED_TRACE(line);
+        const QStringList f = QString::fromLatin1(line).split(u',');
+        choose(f[0]);
+        pick(screen->cmb_shape, f[1]);
+        if (!failure) { // a pair the shape doesn't ask for is switched off and blanked
+            EXPECT_EQ(texts(*screen, {"lbldim1", "lbldim2", "txtdim2"}),
+                      (QStringList{"Amount", "", ""}));
+            EXPECT_FALSE(screen->txtdim22->isEnabled());
+        }
+        messages().clear();
+        save("bad", f[2].split(u' '), f[3]);
+        if (failure) {
+            EXPECT_EQ(messages().texts(), std::vector<QString>{failure});
+            EXPECT_EQ(messages().shown[0].flags, ui::Critical);
+            EXPECT_EQ(screen->txt_narration->text(), "bad"); // nothing cleared
+        }
+    }
     ASSERT_EQ(lines().size(), 1u);
     EXPECT_EQ(lines()[0].number("tw_cal_Area"), 3000);
 }
 
-TEST_F(DimsTest, DoubleClickPutsTheLineBackForEditing) {
-    pickProject(QStringLiteral("Metro Depot"));
-    typeBill(QStringLiteral("M1"));
-    pickItem(QStringLiteral("7"));
-    pickShape(QStringLiteral("cuboid_volume"));
-    w->cmbbillded->setCurrentIndex(1);
-    line(QStringLiteral("raft"), {"2-5", "3-25", "1-0"}, QStringLiteral("1.5"));
-    save();
-    pickShape(QStringLiteral("linear"));
-    w->cmbbillded->setCurrentIndex(0);
-    EXPECT_EQ(listRow(0), (QStringList{"7", "raft", "cuboid_volume", "2-50", "3-25", "1-0", "0-0",
-                                       "1.5", "YES"}));
-    EXPECT_FALSE(w->cmd_delete->isEnabled());
-
-    doubleClickLine(0);
-    EXPECT_TRUE(w->cmd_delete->isEnabled());
-    EXPECT_EQ(w->rt_sch_item->toPlainText(), QStringLiteral("Concrete"));
-    EXPECT_EQ(w->txt_narration->text(), QStringLiteral("raft"));
-    EXPECT_EQ(w->cmb_shape->currentText(), QStringLiteral("cuboid_volume"));
-    EXPECT_EQ(w->lbldim3->text(), QStringLiteral("Height"));
-    EXPECT_EQ(w->txt_qty->text(), QStringLiteral("1.5"));
-    EXPECT_EQ(w->cmbbillded->currentText(), QStringLiteral("Yes"));
-    EXPECT_EQ(w->txtdim1->text(), QStringLiteral("2"));
-    EXPECT_EQ(w->txtdim11->text(), QStringLiteral("50"));
-    EXPECT_EQ(w->txtdim22->text(), QStringLiteral("25"));
-    EXPECT_EQ(w->txtdim4->text(), QStringLiteral("0")); // a dimension the shape doesn't ask for
-    EXPECT_FALSE(w->txtdim4->isEnabled());
-
-    // Saved unchanged, the line is found and keeps its 50; a new narration adds a line.
-    save();
-    ASSERT_EQ(lines().size(), 1u);
-    EXPECT_EQ(lines()[0].number("tw_dim1_inches"), 50);
-    EXPECT_DOUBLE_EQ(lines()[0].number("tw_cal_Area"), 12.19); // 2.5 x 3.25 x 1 x 1.5 = 12.1875
-    doubleClickLine(0);
-    w->txt_narration->setText(QStringLiteral("raft 2"));
-    save();
-    EXPECT_EQ(lines().size(), 2u);
-}
-
-TEST_F(DimsTest, DoubleClickOnAnUnknownShapeKeepsTheShapeShown) {
-    db().insert(QStringLiteral("BillMaster"), {{QStringLiteral("tw_contract_num"), "P-1"},
-                                               {QStringLiteral("tw_bill_num"), "B1"},
-                                               {QStringLiteral("tw_sch_num"), "1.1"},
-                                               {QStringLiteral("tw_item_narration"), "old"},
-                                               {QStringLiteral("tw_Shape"), "RECTANGLE_AREA"},
-                                               {QStringLiteral("tw_dim1"), 3},
-                                               {QStringLiteral("tw_dim1_inches"), 4},
-                                               {QStringLiteral("tw_quantity"), 1},
-                                               {QStringLiteral("tw_deduction"), 0}});
-    pickProject(QStringLiteral("Ring Road"));
-    pick(w->cmb_bill_num, QStringLiteral("B1"));
-    pickShape(QStringLiteral("linear"));
-    doubleClickLine(0);
-    EXPECT_EQ(w->cmb_shape->currentText(), QStringLiteral("linear"));
-    EXPECT_EQ(w->txtdim1->text(), QStringLiteral("3"));
-    EXPECT_EQ(w->txtdim11->text(), QStringLiteral("4"));
-    EXPECT_EQ(w->cmbbillded->currentText(), QStringLiteral("No"));
-}
-
-TEST_F(DimsTest, DeleteAsksAndRemovesTheLine) {
-    pickProject(QStringLiteral("Ring Road"));
-    typeBill(QStringLiteral("B1"));
-    for (const char* n : {"first", "second"}) {
-        pickItem(QStringLiteral("1.1"));
-        line(QString::fromLatin1(n), {"1-0", "1-0"}, QStringLiteral("1"));
-        save();
+// The question goes through the real message box: Cancel keeps the line, OK deletes it.
+TEST_F(DimsTest, DeleteAsksOnTheRealBox) {
+    for (const auto& [bill, narration] :
+         {std::pair{"B2", "other bill"}, {"B1", "first"}, {"B1", "second"}}) {
+        choose("Ring Road", bill);
+        save(narration, {"1-0", "1-0"}, "1");
     }
-    ASSERT_EQ(w->dimlist->topLevelItemCount(), 2);
+    pick(screen->cmb_proj_name, "Ring Road");
+    pick(screen->cmb_bill_num, "B1");
+    ASSERT_EQ(screen->dimlist->topLevelItemCount(), 2);
+    EXPECT_FALSE(screen->cmd_delete->isEnabled());
+    for (const char* answer : {"Cancel", "OK"}) {
+        meastest::clickRow(screen->dimlist, 1);
+        EXPECT_TRUE(screen->cmd_delete->isEnabled());
+        EXPECT_EQ(twtest::withRealBoxes({answer}, [&] { click("cmd_delete"); }),
+                  QStringList{"You are Deleting : second"});
+        EXPECT_FALSE(screen->cmd_delete->isEnabled());
+    }
+    ASSERT_EQ(lines().size(), 2u);
+    EXPECT_EQ(lines()[1].text("tw_item_narration"), "first");
+    EXPECT_EQ(twtest::rowCells(screen->dimlist, 0).value(1), "first");
+    EXPECT_EQ(screen->dimlist->topLevelItemCount(), 1);
 
-    auto clickLine = [&](int i) {
-        const QRect r = w->dimlist->visualItemRect(w->dimlist->topLevelItem(i));
-        QTest::mouseClick(w->dimlist->viewport(), Qt::LeftButton, {}, r.center());
-    };
-    clickLine(1);
-    EXPECT_TRUE(w->cmd_delete->isEnabled());
-    messages().answers.push_back(ui::Answer::Cancel);
-    QTest::mouseClick(w->cmd_delete, Qt::LeftButton);
-    ASSERT_EQ(messages().shown.size(), 1u);
-    EXPECT_EQ(messages().shown[0].text, QStringLiteral("You are Deleting : second"));
-    EXPECT_EQ(messages().shown[0].flags & 0x7, ui::OkCancel);
-    EXPECT_EQ(lines().size(), 2u);
-    EXPECT_FALSE(w->cmd_delete->isEnabled());
-
-    clickLine(1);
+    screen->dimlist->clear();
+    screen->cmd_delete->setEnabled(true);
     messages().clear();
-    QTest::mouseClick(w->cmd_delete, Qt::LeftButton);
-    ASSERT_EQ(lines().size(), 1u);
-    EXPECT_EQ(lines()[0].text("tw_item_narration"), QStringLiteral("first"));
-    EXPECT_EQ(w->dimlist->topLevelItemCount(), 1);
-    EXPECT_FALSE(w->cmd_delete->isEnabled());
-
-    // The bill's last line gone, the bill leaves the drop-down when the project is picked again.
-    clickLine(0);
-    QTest::mouseClick(w->cmd_delete, Qt::LeftButton);
-    EXPECT_TRUE(lines().empty());
-    pickProject(QStringLiteral("Ring Road"));
-    EXPECT_EQ(w->cmb_bill_num->count(), 0);
-
-    // With nothing listed the button only says so.
-    w->cmd_delete->setEnabled(true);
-    messages().clear();
-    QTest::mouseClick(w->cmd_delete, Qt::LeftButton);
+    click("cmd_delete");
     EXPECT_EQ(messages().texts(), std::vector<QString>{"No item selected"});
-    EXPECT_EQ(messages().shown[0].flags, ui::Information);
-    EXPECT_FALSE(w->cmd_delete->isEnabled());
-}
-
-TEST_F(DimsTest, PickingABillListsItsLinesAndDisablesDelete) {
-    pickProject(QStringLiteral("Ring Road"));
-    typeBill(QStringLiteral("B1"));
-    pickItem(QStringLiteral("1.1"));
-    line(QStringLiteral("one"), {"1-0", "1-0"}, QStringLiteral("1"));
-    save();
-    typeBill(QStringLiteral("B2"));
-    pickItem(QStringLiteral("1.1"));
-    line(QStringLiteral("two"), {"1-0", "1-0"}, QStringLiteral("1"));
-    save();
-    // A typed new bill shows in the list only after the project is picked again.
-    EXPECT_EQ(w->cmb_bill_num->count(), 0);
-    pickProject(QStringLiteral("Ring Road"));
-    ASSERT_EQ(w->cmb_bill_num->count(), 2);
-    w->cmd_delete->setEnabled(true);
-    pick(w->cmb_bill_num, QStringLiteral("B1"));
-    ASSERT_EQ(w->dimlist->topLevelItemCount(), 1);
-    EXPECT_EQ(w->dimlist->topLevelItem(0)->text(1), QStringLiteral("one"));
-    EXPECT_FALSE(w->cmd_delete->isEnabled());
-}
-
-TEST_F(DimsTest, ChangingProjectKeepsTheHalfTypedLine) {
-    pickProject(QStringLiteral("Ring Road"));
-    line(QStringLiteral("half"), {"3-4"}, QStringLiteral("2"));
-    pickProject(QStringLiteral("Metro Depot"));
-    EXPECT_EQ(w->txt_narration->text(), QStringLiteral("half"));
-    EXPECT_EQ(w->txtdim1->text(), QStringLiteral("3"));
-    EXPECT_EQ(w->txt_qty->text(), QStringLiteral("2"));
-    EXPECT_EQ(w->dimlist->topLevelItemCount(), 0);
+    EXPECT_FALSE(screen->cmd_delete->isEnabled());
 }
 
 TEST_F(DimsTest, KeyRules) {
-    pickProject(QStringLiteral("Ring Road"));
-    pickShape(QStringLiteral("trapezium_volume"));
-    // The whole part takes digits; a point jumps to the pair's fractional field.
-    w->txtdim2->setFocus();
-    QTest::keyClicks(w->txtdim2, QStringLiteral("1a2-3"));
-    EXPECT_EQ(w->txtdim2->text(), QStringLiteral("123"));
-    QTest::keyClicks(w->txtdim2, QStringLiteral("."));
-    EXPECT_EQ(w->txtdim2->text(), QStringLiteral("123"));
-    EXPECT_EQ(QApplication::focusWidget(), w->txtdim22);
+    pick(screen->cmb_shape, "trapezium_volume");
+    // The whole part takes four digits; a point jumps to the pair's fractional field.
+    screen->txtdim2->setFocus();
     QCoreApplication::processEvents();
-    w->txtdim2->end(false);
-    QTest::keyClicks(w->txtdim2, QStringLiteral("456"));
-    EXPECT_EQ(w->txtdim2->text(), QStringLiteral("1234")); // four digits at most
-    QTest::keyClick(w->txtdim2, Qt::Key_Backspace);
-    EXPECT_EQ(w->txtdim2->text(), QStringLiteral("123"));
-
-    // Every fractional field is allowed a point only while txtdim11 holds none.
-    QTest::keyClicks(w->txtdim22, QStringLiteral(".x."));
-    EXPECT_EQ(w->txtdim22->text(), QStringLiteral(".."));
-    QTest::keyClicks(w->txtdim11, QStringLiteral("1.5.9"));
-    EXPECT_EQ(w->txtdim11->text(), QStringLiteral("1.5"));
-    QTest::keyClicks(w->txtdim33, QStringLiteral("7.5"));
-    EXPECT_EQ(w->txtdim33->text(), QStringLiteral("75"));
-    QTest::keyClicks(w->txtdim44, QStringLiteral("1234"));
-    EXPECT_EQ(w->txtdim44->text(), QStringLiteral("123"));
-
-    // Quantity and narration take anything.
-    QTest::keyClicks(w->txt_qty, QStringLiteral("2.5 nos"));
-    EXPECT_EQ(w->txt_qty->text(), QStringLiteral("2.5 nos"));
+    QTest::keyClicks(screen->txtdim2, "1a2-3.");
+    EXPECT_TRUE(twtest::hasFocus(screen->txtdim22));
+    QCoreApplication::processEvents();
+    screen->txtdim2->end(false);
+    QTest::keyClicks(screen->txtdim2, "456");
+    // A fractional field takes three characters, and a point only while txtdim11 holds none.
+    QTest::keyClicks(screen->txtdim22, ".x.");
+    QTest::keyClicks(screen->txtdim11, "1.5.9");
+    QTest::keyClicks(screen->txtdim33, "7.5");
+    QTest::keyClicks(screen->txtdim44, "1234");
+    QTest::keyClicks(screen->txt_qty, "2.5 nos"); // no rule
+    EXPECT_EQ(
+        texts(*screen, {"txtdim2", "txtdim22", "txtdim11", "txtdim33", "txtdim44", "txt_qty"}),
+        (QStringList{"1234", "..", "1.5", "75", "123", "2.5 nos"}));
 }
 
 } // namespace

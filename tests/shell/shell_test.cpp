@@ -2,55 +2,42 @@
 #include "shell/frmsplash.h"
 #include "shell/loginform.h"
 #include "shell/tallyframe.h"
+#include "store/backup.h"
 #include "support/fixtures.h"
 
 #include <QAction>
+#include <QDialog>
+#include <QDialogButtonBox>
 #include <QDir>
 #include <QFile>
 #include <QMdiSubWindow>
-#include <QMenuBar>
+#include <QScreen>
 #include <QSignalSpy>
 #include <QTest>
 #include <QTextBrowser>
+#include <QTimer>
 
 using twtest::AppFolderTest;
 using twtest::messages;
 
-namespace {
-
-struct LoginCase {
-    const char* name;
-    const char* user;
-    const char* pass;
-    bool withConfig;
-    // What the user sees, in order; an empty text means the login went through.
-    const char* message;
-    const char* title;
-    int icon;
-    const char* focus;
-};
-
-} // namespace
-
 class LoginTest : public AppFolderTest {};
 
 TEST_F(LoginTest, ChecksRunInOrderWithTheirMessages) {
-    const LoginCase cases[] = {
-        {"empty user", "", "x", true, "Enter User ID", "Information", ui::Information, "txtuserid"},
-        {"blank user", "   ", "x", true, "Enter User ID", "Information", ui::Information,
-         "txtuserid"},
-        {"blank password", "admin", "   ", true, "Enter Password", "Information", ui::Information,
-         "txtpass"},
-        {"no config", "admin", "Secret", false, nullptr, nullptr, 0, nullptr},
-        {"wrong user", "someone", "Secret", true, "Invalid User Name", "Tallywright",
-         ui::Information, "txtuserid"},
-        {"wrong case password", "admin", "secret", true, "Invalid PassWord ", "Tallywright",
-         ui::Information, "txtpass"},
-        {"user in other case", "ADMIN", "Secret", true, "", nullptr, 0, nullptr},
-        {"blanks around", "  Admin ", " Secret  ", true, "", nullptr, 0, nullptr},
+    const struct {
+        const char *user, *pass;
+        bool withConfig;
+        const char* shown; // text|title|focus; empty: logged in; null: nothing at all happens
+    } cases[] = {
+        {"", "x", true, "Enter User ID|Information|txtuserid"},
+        {"admin", "   ", true, "Enter Password|Information|txtpass"},
+        {"admin", "Secret", false, nullptr},
+        {"someone", "Secret", true, "Invalid User Name|Tallywright|txtuserid"},
+        {"admin", "secret", true, "Invalid PassWord |Tallywright|txtpass"},
+        {"ADMIN", "Secret", true, ""},
+        {"  Admin ", " Secret  ", true, ""},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
+        SCOPED_TRACE(std::string(c.user) + "/" + c.pass);
         QFile::remove(folder() + QStringLiteral("/twk.cfg"));
         if (c.withConfig)
             writeConfig(QStringLiteral("Admin"), QStringLiteral("Secret"));
@@ -61,235 +48,223 @@ TEST_F(LoginTest, ChecksRunInOrderWithTheirMessages) {
         form.txtuserid->setText(QString::fromLatin1(c.user));
         form.txtpass->setText(QString::fromLatin1(c.pass));
         form.cmdLogin_clicked();
-        if (!c.message) { // nothing at all happens
-            EXPECT_TRUE(messages().shown.empty());
-            EXPECT_EQ(ok.count(), 0);
-            continue;
+        EXPECT_EQ(ok.count(), c.shown && !*c.shown ? 1 : 0);
+        ASSERT_EQ(messages().shown.size(), c.shown && *c.shown ? 1u : 0u);
+        for (const auto& m : messages().shown) {
+            EXPECT_EQ(m.flags, ui::Information);
+            EXPECT_EQ(m.text + u'|' + m.title + u'|' + form.focusWidget()->objectName(),
+                      QString::fromLatin1(c.shown));
         }
-        if (!*c.message) {
-            EXPECT_TRUE(messages().shown.empty());
-            EXPECT_EQ(ok.count(), 1);
-            continue;
-        }
-        ASSERT_EQ(messages().shown.size(), 1u);
-        EXPECT_EQ(messages().shown[0].text, QString::fromLatin1(c.message));
-        EXPECT_EQ(messages().shown[0].title, QString::fromLatin1(c.title));
-        EXPECT_EQ(messages().shown[0].flags, c.icon);
-        EXPECT_EQ(ok.count(), 0);
-        ASSERT_TRUE(form.focusWidget());
-        EXPECT_EQ(form.focusWidget()->objectName(), QString::fromLatin1(c.focus));
     }
 }
 
-TEST_F(LoginTest, WrongUserEmptiesThePasswordAndWrongPasswordSelectsIt) {
+TEST_F(LoginTest, AfterTheRealBoxTheTypedIdStaysAndThePasswordIsSelected) {
     writeConfig(QStringLiteral("Admin"), QStringLiteral("Secret"));
     LoginForm form;
     form.show();
+    QApplication::setActiveWindow(&form);
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&form));
+    EXPECT_EQ(form.txtuserid->text(), QStringLiteral("Admin"));
     form.txtuserid->setText(QStringLiteral("other"));
     form.txtpass->setText(QStringLiteral("Secret"));
-    form.cmdLogin_clicked();
+    // The box takes the activation; once it is closed the window system hands it back.
+    auto boxThenBack = [&] {
+        const auto shown = twtest::withRealBoxes({"OK"}, [&] { form.cmdLogin->click(); });
+        form.activateWindow();
+        EXPECT_TRUE(QTest::qWaitForWindowActive(&form));
+        return shown;
+    };
+    EXPECT_EQ(boxThenBack(), QStringList{"Invalid User Name"});
+    EXPECT_EQ(form.txtuserid->text(), QStringLiteral("other"));
     EXPECT_TRUE(form.txtpass->text().isEmpty());
+    EXPECT_TRUE(twtest::hasFocus(form.txtuserid));
+
     form.txtuserid->setText(QStringLiteral("admin"));
     form.txtpass->setText(QStringLiteral("wrong"));
-    form.cmdLogin_clicked();
+    EXPECT_EQ(boxThenBack(), QStringList{"Invalid PassWord "});
     EXPECT_EQ(form.txtpass->selectedText(), QStringLiteral("wrong"));
-}
+    EXPECT_TRUE(twtest::hasFocus(form.txtpass));
 
-TEST_F(LoginTest, UserIdFieldDropsKeysOutsideItsSet) {
-    LoginForm form;
-    form.show();
-    form.txtuserid->setFocus();
-    QTest::keyClicks(form.txtuserid, QStringLiteral("ab C-1./_x'\"@#9"));
-    QTest::keyClick(form.txtuserid, Qt::Key_Return);
-    EXPECT_EQ(form.txtuserid->text(), QStringLiteral("ab C-1./_x9"));
-    QTest::keyClick(form.txtuserid, Qt::Key_Backspace);
-    EXPECT_EQ(form.txtuserid->text(), QStringLiteral("ab C-1./_x"));
-    QTest::keyClicks(form.txtuserid, QStringLiteral("0123456789abc"));
-    EXPECT_EQ(form.txtuserid->text().size(), 20);
-}
-
-TEST_F(LoginTest, EnterInThePasswordLogsIn) {
-    writeConfig(QStringLiteral("Admin"), QStringLiteral("Secret"));
-    LoginForm form;
-    form.show();
+    // Enter logs in from the password, and presses a focused button.
     QSignalSpy ok(&form, &LoginForm::loggedIn);
-    form.txtuserid->setText(QStringLiteral("admin"));
+    QSignalSpy cancelled(&form, &LoginForm::cancelled);
     form.txtpass->setText(QStringLiteral("Secret"));
     QTest::keyClick(form.txtpass, Qt::Key_Return);
+    form.cmdCancel->setFocus();
+    QTest::keyClick(form.cmdCancel, Qt::Key_Return);
     EXPECT_EQ(ok.count(), 1);
+    EXPECT_EQ(cancelled.count(), 1);
 }
 
-TEST_F(LoginTest, ComingBackFillsTheUserAndClearsThePassword) {
-    writeConfig(QStringLiteral("Admin"), QStringLiteral("Secret"));
+TEST_F(LoginTest, ADamagedConfigIsToldOnceThenWrittenAnew) {
+    QFile cfg(folder() + QStringLiteral("/twk.cfg"));
+    ASSERT_TRUE(cfg.open(QIODevice::WriteOnly));
+    cfg.write("\"localhost\",\"admin\"\n"); // no password
+    cfg.close();
     LoginForm form;
-    form.txtpass->setText(QStringLiteral("typed"));
-    QEvent activate(QEvent::WindowActivate);
-    QApplication::sendEvent(&form, &activate);
-    EXPECT_EQ(form.txtuserid->text(), QStringLiteral("Admin"));
-    EXPECT_TRUE(form.txtpass->text().isEmpty());
+    form.show();
+    QApplication::setActiveWindow(&form);
+    form.hide(); // and back, as after any box
+    form.show();
+    QApplication::setActiveWindow(&form);
+    ASSERT_EQ(messages().shown.size(), 1u);
+    EXPECT_TRUE(messages().shown[0].text.contains(QDir::toNativeSeparators(cfg.fileName())));
+
+    messages().clear();
+    QTimer::singleShot(0, [] {
+        auto* dlg = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+        ASSERT_TRUE(dlg && dlg->objectName() == QStringLiteral("FirstRun"));
+        for (const char* name : {"txtuserid", "txtpass", "txtpass2"})
+            dlg->findChild<QLineEdit*>(QString::fromLatin1(name))->setText(QStringLiteral("Chief"));
+        auto* ok = dlg->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok);
+        ok->setFocus();
+        QTest::keyClick(ok, Qt::Key_Return);
+    });
+    EXPECT_TRUE(prepareLoginConfig());
+    EXPECT_EQ(messages().shown.size(), 1u);
+    const auto written = tw::readLoginConfig(cfg.fileName()).value_or(tw::LoginConfig{});
+    EXPECT_EQ(written.userid + written.password, QStringLiteral("ChiefChief"));
 }
 
-class SplashTest : public AppFolderTest {};
-
-TEST_F(SplashTest, StepsThroughEveryFileOfTheFolderThenFinishes) {
-    for (const char* n : {"a.txt", "b.txt"}) {
-        QFile f(QDir(folder()).filePath(QString::fromLatin1(n)));
-        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+TEST_F(LoginTest, OnlyALiveCopyHoldsTheLock) {
+    const QString lockFile = folder() + QStringLiteral("/Tallywright.lock");
+    {
+        tw::AppLock other(folder()); // a copy that runs
+        EXPECT_EQ(other.state(), tw::AppLock::State::Held);
+        EXPECT_EQ(claimSingleInstance(), Claim::Running);
+        EXPECT_EQ(messages().texts(), std::vector<QString>{"Apllication already Running"});
     }
+    QFile(lockFile).open(QIODevice::WriteOnly | QIODevice::Truncate); // left empty by one that died
+    messages().clear();
+    EXPECT_EQ(claimSingleInstance(), Claim::Only);
+    EXPECT_TRUE(messages().shown.empty());
+    EXPECT_EQ(QFile::permissions(lockFile) & 0x0077, 0); // nobody's but the owner's
+
+    const QString nowhere = folder() + QStringLiteral("/Tallywright.db/sub");
+    tw::AppFolder::set(nowhere);
+    EXPECT_EQ(claimSingleInstance(), Claim::Failed);
+    tw::AppFolder::set(folder());
+    ASSERT_EQ(messages().shown.size(), 1u);
+    EXPECT_TRUE(messages().shown[0].text.contains(nowhere))
+        << messages().shown[0].text.toStdString();
+}
+
+TEST_F(AppFolderTest, SplashStepsThroughEveryFileOfTheFolderThenFinishes) {
+    QFile(folder() + QStringLiteral("/a.txt")).open(QIODevice::WriteOnly);
     frmSplash splash;
     QSignalSpy done(&splash, &frmSplash::finished);
-    const int files = splash.File1->count();
-    EXPECT_EQ(files, int(QDir(folder()).entryList(QDir::Files).size()));
     QStringList seen;
-    for (int i = 0; i < files; ++i) {
+    for (int tick = 0; done.isEmpty() && tick <= splash.File1->count(); ++tick) {
         splash.Timer1_timeout();
         seen << splash.Label1->text();
     }
-    EXPECT_EQ(done.count(), 0);
+    EXPECT_EQ(seen.size(), splash.File1->count() + 1); // every file, then the frame
     EXPECT_TRUE(seen.contains(folder() + QStringLiteral("/a.txt")));
-    splash.Timer1_timeout();
-    EXPECT_EQ(done.count(), 1);
-    EXPECT_FALSE(splash.Timer1->isActive());
 }
 
 class FrameTest : public AppFolderTest {
 protected:
-    void SetUp() override {
-        AppFolderTest::SetUp();
-        // A plain child stands in for a screen, so the frame's rules are tried on their own.
-        TallyFrame::factories()[QStringLiteral("frm_proj")] = [] { return new QWidget; };
-        TallyFrame::factories()[QStringLiteral("frm_dims")] = [] { return new QWidget; };
+    static int count(TallyFrame& f, const char* name) {
+        int n = 0;
+        for (auto* s : f.mdi->subWindowList())
+            n += s->widget() && s->widget()->objectName() == QLatin1String(name);
+        return n;
     }
-    void TearDown() override {
-        TallyFrame::factories().erase(QStringLiteral("frm_proj"));
-        TallyFrame::factories().erase(QStringLiteral("frm_dims"));
-        AppFolderTest::TearDown();
-    }
-    static int children(TallyFrame& f) { return int(f.mdi->subWindowList().size()); }
     static QString active(TallyFrame& f) {
         auto* s = f.mdi->activeSubWindow();
         return s && s->widget() ? s->widget()->objectName() : QString();
     }
+    static void settle() { QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); }
 };
 
-TEST_F(FrameTest, OpensWithTheBoardAndEveryMenuEntry) {
-    TallyFrame frame;
-    frame.show();
-    EXPECT_EQ(frame.windowTitle(), QStringLiteral(" Tallywright Main Screen"));
-    EXPECT_EQ(active(frame), QStringLiteral("frm_ContractInfo"));
-    EXPECT_TRUE(tw::Tallywrightmod::boardopen);
-    const std::pair<const char*, const char*> entries[] = {
-        {"msnuprojs", "Define / Modify projects"},
-        {"schenter", "Enter Schedule Items"},
-        {"copysch", "Copy Schedule Items from One Project to Another"},
-        {"dimentry", "Measurements Entry"},
-        {"mnurnfrc", "Re&inforcement"},
-        {"Report_Generation", "&Reports"},
-        {"mnuexit", "E&xit"},
-        {"mnupayment", "Payments"},
-        {"rtanal", "Rate Analysis for a Project"},
-        {"analcats", "Rate Analysis for standard Categories"},
-        {"materials", "Maintain Materials"},
-        {"import", "Import"},
-        {"setup", "Set Up"},
-        {"mnuUsrGd", "User Guide"},
-        {"mnuAbtUs", "About Us"},
-        {"mnurtedt", "Edit"},
-    };
-    for (const auto& [name, caption] : entries) {
-        auto* a = frame.findChild<QAction*>(QString::fromLatin1(name));
-        ASSERT_TRUE(a) << name;
-        EXPECT_EQ(a->text(), QString::fromLatin1(caption)) << name;
-    }
-    // A screen with a maker is open to the user; one without stays greyed.
-    EXPECT_TRUE(frame.findChild<QAction*>(QStringLiteral("msnuprojs"))->isEnabled());
-    EXPECT_FALSE(frame.findChild<QAction*>(QStringLiteral("mnupayment"))->isEnabled());
-    QStringList menus;
-    for (QAction* a : frame.menuBar()->actions())
-        menus << a->text();
-    EXPECT_EQ(menus, (QStringList{"&File", "&Tools", "&Window", "Help"}));
-    EXPECT_FALSE(frame.mnurtanl->menuAction()->isVisible() &&
-                 frame.menuBar()->actions().contains(frame.mnurtanl->menuAction()));
-}
-
-TEST_F(FrameTest, OneInstanceOfAScreenAndExitClosesOneChildAtATime) {
+TEST_F(FrameTest, OpensOnTheDisplayWithOneInstanceOfAScreenAndExitClosesOneAtATime) {
     auto* frame = new TallyFrame;
     frame->setAttribute(Qt::WA_DeleteOnClose);
     QPointer<TallyFrame> alive(frame);
     frame->show();
+    EXPECT_TRUE(frame->screen()->availableGeometry().contains(frame->frameGeometry()));
     frame->openChild(QStringLiteral("frm_proj"));
     frame->openChild(QStringLiteral("frm_dims"));
     frame->openChild(QStringLiteral("frm_proj"));
-    EXPECT_EQ(children(*frame), 3); // board, projects, measurements
+    EXPECT_EQ(frame->mdi->subWindowList().size(), 3); // board, projects, measurements
     EXPECT_EQ(active(*frame), QStringLiteral("frm_proj"));
-
-    for (int left = 2; left >= 0; --left) {
+    for (int left = 2; left >= -1; --left) { // with none left, Exit ends the frame
         frame->findChild<QAction*>(QStringLiteral("mnuexit"))->trigger();
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        ASSERT_TRUE(alive);
-        EXPECT_EQ(children(*frame), left);
+        settle();
+        EXPECT_EQ(alive ? int(frame->mdi->subWindowList().size()) : -1, left);
     }
-    EXPECT_FALSE(tw::Tallywrightmod::boardopen);
-    // With no child open, Exit ends the frame.
-    frame->findChild<QAction*>(QStringLiteral("mnuexit"))->trigger();
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    EXPECT_FALSE(alive);
 }
 
-TEST_F(FrameTest, BackgroundDoubleClickBringsTheBoardBackOnlyOnce) {
+TEST_F(FrameTest, TheBoardComesBackOnceAndOpensTheChosenScreenOrSaysItIsNotThere) {
     TallyFrame frame;
     frame.show();
-    auto board = [&] {
-        int n = 0;
-        for (auto* s : frame.mdi->subWindowList())
-            n += s->widget() && s->widget()->objectName() == QLatin1String("frm_ContractInfo");
-        return n;
-    };
+    TallyFrame::factories().erase(QStringLiteral("Frm_Reports"));
     QTest::mouseDClick(frame.mdi->viewport(), Qt::LeftButton, {}, QPoint(5, 5));
-    EXPECT_EQ(board(), 1); // the board is up already
-
+    EXPECT_EQ(count(frame, "frm_ContractInfo"), 1); // the board is up already
     auto* info = frame.findChild<frm_ContractInfo*>();
-    info->cmdCancel_clicked();
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    EXPECT_EQ(board(), 0);
-    EXPECT_FALSE(tw::Tallywrightmod::boardopen);
-    QTest::mouseDClick(frame.mdi->viewport(), Qt::LeftButton, {}, QPoint(5, 5));
-    EXPECT_EQ(board(), 1);
-}
-
-TEST_F(FrameTest, BoardOpensTheFirstChosenScreenAndGoes) {
-    TallyFrame frame;
-    frame.show();
-    auto* info = frame.findChild<frm_ContractInfo*>();
-    info->cmdok_clicked(); // nothing chosen: the board stays
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    ASSERT_TRUE(frame.findChild<frm_ContractInfo*>());
+    info->Option5->setChecked(true);
+    info->cmdok->click();
+    settle();
+    ASSERT_EQ(messages().texts(),
+              std::vector<QString>{"\"Reports\" is not part of this version yet."});
+    EXPECT_EQ(messages().shown[0].flags, ui::Information);
+    EXPECT_EQ(count(frame, "frm_ContractInfo"), 1);
     info->Option1->setChecked(true);
-    info->cmdok_clicked();
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    EXPECT_FALSE(frame.findChild<frm_ContractInfo*>());
+    info->cmdok->click();
+    settle();
+    EXPECT_EQ(count(frame, "frm_ContractInfo"), 0);
     EXPECT_EQ(active(frame), QStringLiteral("frm_dims"));
+    QTest::mouseDClick(frame.mdi->viewport(), Qt::LeftButton, {}, QPoint(5, 5));
+    EXPECT_EQ(count(frame, "frm_ContractInfo"), 1);
 }
 
 TEST_F(FrameTest, UserGuideOpensInsideTheProgram) {
+    TallyFrame frame;
+    frame.show();
     QDir(folder()).mkdir(QStringLiteral("docs"));
     QFile guide(folder() + QStringLiteral("/docs/user-guide.html"));
     ASSERT_TRUE(guide.open(QIODevice::WriteOnly));
-    guide.write("<html><body><h1>Guide</h1></body></html>");
+    guide.write("<h1>Guide</h1>");
     guide.close();
-    TallyFrame frame;
-    frame.show();
     frame.findChild<QAction*>(QStringLiteral("mnuUsrGd"))->trigger();
     auto* view = frame.findChild<QTextBrowser*>(QStringLiteral("UserGuide"));
     ASSERT_TRUE(view);
     EXPECT_TRUE(view->toPlainText().contains(QStringLiteral("Guide")));
 }
 
-TEST_F(FrameTest, MissingGuideIsAMessageNotAnEnd) {
+TEST_F(FrameTest, EveryScreenFitsA1366x768DisplayAndHasDistinctAccessKeys) {
+    QWidget sample; // the check itself finds a shared key
+    new QPushButton(QStringLiteral("&Add"), &sample);
+    new QPushButton(QStringLiteral("S&ave"), &sample);
+    EXPECT_EQ(ui::duplicateAccessKeys(&sample), QStringList{"Alt+A: &Add, S&ave"});
+
     TallyFrame frame;
+    frame.setWindowState(Qt::WindowNoState);
+    frame.resize(1366, 768 - 30); // a window manager's title bar takes some 30 pixels
     frame.show();
-    frame.findChild<QAction*>(QStringLiteral("mnuUsrGd"))->trigger();
-    ASSERT_EQ(messages().shown.size(), 1u);
-    EXPECT_EQ(messages().shown[0].flags, ui::Critical);
-    EXPECT_TRUE(frame.isVisible());
+    const QRect area = frame.mdi->viewport()->rect();
+    TallyFrame::factories()[QStringLiteral("Oversized")] = [] { // opens cut to the work area
+        auto* w = new QWidget;
+        w->resize(2000, 1500);
+        return w;
+    };
+    QStringList names{QStringLiteral("frm_ContractInfo")}; // the board, there from the start
+    for (const auto& [name, make] : TallyFrame::factories())
+        names << name;
+    for (const QString& name : names) {
+        SCOPED_TRACE(name.toStdString());
+        QWidget* screen = frame.openChild(name);
+        EXPECT_EQ(ui::duplicateAccessKeys(screen), QStringList());
+        for (auto* button : screen->findChildren<QPushButton*>()) // Enter presses it
+            EXPECT_TRUE(button->autoDefault()) << button->objectName().toStdString();
+        auto* sub = qobject_cast<QMdiSubWindow*>(screen->parentWidget());
+        EXPECT_TRUE(area.contains(sub->geometry())) << sub->width() << "x" << sub->height();
+        EXPECT_TRUE(name != QStringLiteral("Oversized") || sub->size() == area.size());
+        EXPECT_TRUE(sub->contentsRect().contains(screen->geometry())); // wholly in its window
+        EXPECT_GE(screen->width(), screen->minimumSizeHint().width());
+        EXPECT_GE(screen->height(), screen->minimumSizeHint().height());
+        sub->close();
+        settle();
+    }
+    TallyFrame::factories().erase(QStringLiteral("Oversized"));
 }

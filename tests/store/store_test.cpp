@@ -1,10 +1,15 @@
+#include "store/backup.h"
 #include "store/schema.h"
 #include "store/store.h"
-#include "support/fixtures.h"
+#include "support/core_fixtures.h"
 
+#include <QCryptographicHash>
+#include <QDir>
 #include <QFile>
 #include <QSqlDatabase>
 #include <QSqlQuery>
+
+#include <set>
 
 using twtest::AppFolderTest;
 
@@ -21,217 +26,239 @@ int count(const tw::ConClass& con, const QString& table) {
     return con.first(QStringLiteral("select count(*) from \"%1\"").arg(table))->value(0).toInt();
 }
 
+QByteArray digest(const QString& path) {
+    QFile f(path);
+    if (!f.open(QIODevice::ReadOnly))
+        return {};
+    return QCryptographicHash::hash(f.readAll(), QCryptographicHash::Sha256);
+}
+
+// Runs statements on a file through a connection of its own, as another program would.
+void runOn(const QString& path, const QStringList& statements) {
+    {
+        auto other = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("other"));
+        other.setDatabaseName(path);
+        ASSERT_TRUE(other.open());
+        for (const auto& sql : statements)
+            ASSERT_TRUE(QSqlQuery(other).exec(sql)) << sql.toStdString();
+        other.close();
+    }
+    QSqlDatabase::removeDatabase(QStringLiteral("other"));
+}
+
 } // namespace
 
-class StoreTest : public AppFolderTest {};
+class StoreTest : public AppFolderTest {
+protected:
+    QString dbPath() const { return folder() + QStringLiteral("/Tallywright.db"); }
+    // Opens a new connection on the folder's file and gives whether it opened.
+    bool reopen() {
+        db().conclose();
+        tw::ConClass con(twtest::scripted());
+        con.conopen();
+        return con.isOpen();
+    }
+};
 
-TEST_F(StoreTest, NewDatabaseHasEveryTableWithItsColumnsInOrder) {
-    EXPECT_TRUE(QFile::exists(folder() + QStringLiteral("/Tallywright.db")));
+TEST_F(StoreTest, NewFileIsCompleteOwnerOnlyAndReopeningChangesNothing) {
     for (const auto& table : tw::schema::tables()) {
         QStringList expected;
         for (const auto& c : table.columns)
             expected << c.name;
         EXPECT_EQ(columnsOf(db(), table.name), expected) << table.name.toStdString();
     }
-    // Columns that other code reads by position.
-    const auto est = columnsOf(db(), QStringLiteral("dummy_estimation"));
-    EXPECT_EQ(est.count(QStringLiteral("tw_itemrate")), 1);
-    EXPECT_EQ(est.indexOf(QStringLiteral("tw_itemrate")), 6);
-    const std::pair<int, const char*> at[] = {
-        {0, "tw_recordkey"}, {21, "test"},    {22, "Damt"},    {23, "ndamt"},   {24, "netqty"},
-        {28, "net_amt"},     {29, "ewp_amt"}, {30, "wws_amt"}, {31, "ewp_pct"}, {32, "wws_pct"}};
-    for (const auto& [pos, name] : at)
-        EXPECT_EQ(est.value(pos), QString::fromLatin1(name)) << pos;
-    const auto cat = columnsOf(db(), QStringLiteral("CategoryList_Meter"));
-    EXPECT_EQ(cat.indexOf(QStringLiteral("tw_matl1")), 7);
-    EXPECT_EQ(cat.indexOf(QStringLiteral("tw_matl10_rate")), 36);
-    EXPECT_EQ(columnsOf(db(), QStringLiteral("Sch_master")).value(5),
-              QStringLiteral("tw_category_name"));
-    EXPECT_EQ(columnsOf(db(), QStringLiteral("BillMaster")).value(3), QStringLiteral("tw_sch_num"));
-    EXPECT_EQ(columnsOf(db(), QStringLiteral("ContractMaster")).value(0),
-              QStringLiteral("tw_pkey"));
-}
-
-TEST_F(StoreTest, SeedRows) {
-    // The six types of measure with the front part of their unit labels.
-    std::map<QString, QString> labels;
-    for (const auto& r : db().rows(QStringLiteral("select tw_volarea, tw_label from volarea")))
-        labels[r.text(0)] = r.text(1);
-    EXPECT_EQ(labels.size(), 6u);
-    EXPECT_EQ(labels[QStringLiteral("Area")], QStringLiteral("S "));
-    EXPECT_EQ(labels[QStringLiteral("Volume")], QStringLiteral("Cu "));
-    EXPECT_EQ(labels[QStringLiteral("Count")], QStringLiteral("Nos "));
-    EXPECT_EQ(labels[QStringLiteral("Linear")], QStringLiteral("R "));
-    EXPECT_TRUE(labels.count(QStringLiteral("Set")) && labels.count(QStringLiteral("Lumpsum")));
-
-    EXPECT_GT(count(db(), QStringLiteral("units")), 0);
-    EXPECT_GT(count(db(), QStringLiteral("unitlbls")), 0);
-    EXPECT_EQ(count(db(), QStringLiteral("dummy_ded_det")), 1);
-
-    // One row a formula name; each asks for exactly the dimensions its formula uses.
-    const std::map<QString, int> dims{{"CIRCLE_AREA", 1},
-                                      {"CIRCULAR_RING_AREA", 2},
-                                      {"CONE_LATERAL_AREA", 2},
-                                      {"cone_volume", 2},
-                                      {"Count", 1},
-                                      {"cuboid_volume", 3},
-                                      {"cylinder_lateral_area", 2},
-                                      {"cylinder_volume", 2},
-                                      {"cylindrical_ring_volume", 3},
-                                      {"ellipse_area", 2},
-                                      {"ellipse_volume", 3},
-                                      {"hexagon_area", 1},
-                                      {"hexagon_volume", 2},
-                                      {"linear", 1},
-                                      {"lumpsum", 1},
-                                      {"octagon_area", 1},
-                                      {"octagon_volume", 2},
-                                      {"parallelogram_area", 2},
-                                      {"parallelogram_volume", 3},
-                                      {"rectangle_area", 2},
-                                      {"rectangle_volume", 3},
-                                      {"regular_polygon_area", 0},
-                                      {"regular_polygon_volume", 0},
-                                      {"rhombus_ (diamond)_area", 2},
-                                      {"rhombus_ (diamond)_volume", 3},
-                                      {"sphere_area", 1},
-                                      {"sphere_volume", 1},
-                                      {"trapezium_area", 3},
-                                      {"trapezium_volume", 4},
-                                      {"triangle_area", 3}};
-    const auto shapes = db().rows(QStringLiteral("select * from shapes"));
-    ASSERT_EQ(shapes.size(), dims.size());
-    for (const auto& r : shapes) {
-        const QString name = r.text(QStringLiteral("tw_shape"));
-        ASSERT_TRUE(dims.count(name)) << name.toStdString();
-        int asked = 0;
-        for (int i = 1; i <= 4; ++i) {
-            const bool has = !r.text(i).isEmpty();
-            // The dimensions asked for come first: no gap before a later one.
-            EXPECT_EQ(has, i <= dims.at(name)) << name.toStdString() << " dim " << i;
-            asked += has;
-        }
-        EXPECT_FALSE(r.text(QStringLiteral("tw_bill_label")).isEmpty());
-    }
-
-    // Bar weights: d^2/162.2 kg a metre, looked up by the leading number of the text.
-    const auto w = db().first(
-        QStringLiteral("select tw_mt_wt, tw_ft_wt from rnfweights where tw_Diameter like '12%'"));
-    ASSERT_TRUE(w);
-    EXPECT_DOUBLE_EQ(w->number(QStringLiteral("tw_mt_wt")), 0.888);
-    EXPECT_DOUBLE_EQ(w->number(QStringLiteral("tw_ft_wt")), 0.271);
-    EXPECT_EQ(count(db(), QStringLiteral("diameter")), count(db(), QStringLiteral("rnfweights")));
-}
-
-TEST_F(StoreTest, ReopeningChangesNothing) {
+    EXPECT_EQ(QFile::permissions(dbPath()) & ~(QFileDevice::ReadOwner | QFileDevice::WriteOwner |
+                                               QFileDevice::ReadUser | QFileDevice::WriteUser),
+              QFileDevice::Permissions());
+    // Users copy the file itself: every commit must be in it, with no write-ahead file beside.
+    EXPECT_EQ(db().first(QStringLiteral("pragma journal_mode"))->text(0), QStringLiteral("delete"));
+    EXPECT_EQ(db().first(QStringLiteral("pragma synchronous"))->value(0).toInt(), 2);
     db().insert(QStringLiteral("units"), {{QStringLiteral("units"), QStringLiteral("50")}});
-    const int before = count(db(), QStringLiteral("units"));
-    tw::ConClass again;
-    again.conopen();
-    again.conopen(); // opening twice leaves one open connection
-    ASSERT_TRUE(again.isOpen());
-    EXPECT_EQ(count(again, QStringLiteral("units")), before);
-    EXPECT_EQ(count(again, QStringLiteral("shapes")), 30);
-    EXPECT_EQ(again.first(QStringLiteral("pragma user_version"))->value(0).toInt(),
-              tw::schema::currentVersion);
+    EXPECT_FALSE(QFile::exists(dbPath() + QStringLiteral("-wal")));
+    const QByteArray before = digest(dbPath());
+    ASSERT_TRUE(reopen());
+    EXPECT_EQ(digest(dbPath()), before);
 }
 
-TEST_F(StoreTest, NewerFormatIsRefusedWithAMessage) {
-    db().exec(QStringLiteral("pragma user_version = %1").arg(tw::schema::currentVersion + 1));
-    db().conclose();
-    tw::ConClass con;
-    con.conopen();
-    EXPECT_FALSE(con.isOpen());
-    ASSERT_EQ(twtest::messages().shown.size(), 1u);
-    EXPECT_TRUE(twtest::messages().shown[0].text.contains(QStringLiteral("newer version")));
-    EXPECT_EQ(twtest::messages().shown[0].title, QStringLiteral("Tallywright"));
-}
-
-TEST_F(StoreTest, AForeignFileIsNotTakenForADatabase) {
-    db().conclose();
-    QFile::remove(folder() + QStringLiteral("/Tallywright.db"));
-    {
-        auto other =
-            QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("foreign"));
-        other.setDatabaseName(folder() + QStringLiteral("/Tallywright.db"));
-        ASSERT_TRUE(other.open());
-        QSqlQuery(other).exec(QStringLiteral("create table notes (x)"));
-        other.close();
+TEST_F(StoreTest, FilesThisProgramDoesNotTakeAreRefusedNamedAndLeftAsTheyWere) {
+    struct Case {
+        const char* name;
+        std::function<void(const QString&)> make;
+        const char* says;
+    } cases[] = {
+        {"newer format",
+         [](const QString& p) {
+             runOn(
+                 p,
+                 {QStringLiteral("pragma user_version = %1").arg(tw::schema::currentVersion + 1)});
+         },
+         "newer version"},
+        {"another program's SQLite file",
+         [](const QString& p) {
+             QFile::remove(p);
+             runOn(p, {QStringLiteral("pragma journal_mode=wal"),
+                       QStringLiteral("create table notes (x)"),
+                       QStringLiteral("insert into notes values ('keep me')")});
+         },
+         "not a Tallywright database"},
+        {"not a database at all",
+         [](const QString& p) {
+             QFile f(p);
+             ASSERT_TRUE(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
+             f.write(QByteArray(4096, 'x'));
+         },
+         ""},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        db().conclose();
+        c.make(dbPath());
+        const QByteArray before = digest(dbPath());
+        twtest::messages().clear();
+        EXPECT_FALSE(reopen());
+        ASSERT_EQ(twtest::messages().shown.size(), 1u);
+        const auto& m = twtest::messages().shown[0];
+        EXPECT_TRUE(m.text.contains(dbPath())) << m.text.toStdString();
+        EXPECT_TRUE(m.text.contains(QString::fromLatin1(c.says))) << m.text.toStdString();
+        EXPECT_EQ(digest(dbPath()), before);
+        QFile::remove(dbPath());
+        QFile::remove(dbPath() + QStringLiteral("-wal"));
+        QFile::remove(dbPath() + QStringLiteral("-shm"));
+        db().conopen();
     }
-    QSqlDatabase::removeDatabase(QStringLiteral("foreign"));
-    tw::ConClass con;
-    con.conopen();
-    EXPECT_FALSE(con.isOpen());
-    EXPECT_EQ(twtest::messages().shown.size(), 1u);
 }
 
-TEST_F(StoreTest, QuotesAndOddCharactersAreStoredAndFoundAsTyped) {
+TEST_F(StoreTest, AFirstFormatFileIsUpgradedKeepingEveryRow) {
+    db().conclose();
+    QFile::remove(dbPath());
+    // The first format: the same tables, text compared by case, lengths in inches as text,
+    // diameters spelt with their unit.
+    QStringList make;
+    for (const auto& table : tw::schema::tables()) {
+        QStringList defs;
+        for (const auto& c : table.columns)
+            defs << QStringLiteral("\"%1\" %2")
+                        .arg(c.name, c.name == QLatin1String("tw_length_inches") ? "TEXT" : c.type);
+        make << QStringLiteral("create table \"%1\" (%2)").arg(table.name, defs.join(u','));
+    }
+    make << QStringLiteral("create table Sch_7 (tw_sch_num TEXT, tw_item_rate REAL)")
+         << QStringLiteral("insert into Sch_7 values ('A-1', 12.5)")
+         << QStringLiteral("insert into contractmaster (tw_contract_num, tw_contract_name) "
+                           "values ('P-1', 'Block A')")
+         << QStringLiteral("insert into reinforcementmaster (tw_narration, tw_length_inches) "
+                           "values ('beam', '6')")
+         << QStringLiteral("insert into diameter values ('8 mm')")
+         << QStringLiteral("pragma user_version = 1");
+    runOn(dbPath(), make);
+    db().conopen();
+    ASSERT_TRUE(db().isOpen());
+    EXPECT_EQ(db().first(QStringLiteral("pragma user_version"))->value(0).toInt(),
+              tw::schema::currentVersion);
+    const auto p = db().find(QStringLiteral("contractmaster"), QStringLiteral("tw_contract_num=?"),
+                             {QStringLiteral("p-1")});
+    ASSERT_TRUE(p);
+    EXPECT_EQ(p->text(QStringLiteral("tw_contract_name")), QStringLiteral("Block A"));
+    EXPECT_EQ(p->id(), 1);
+    EXPECT_TRUE(db().find(QStringLiteral("Sch_7"), QStringLiteral("tw_sch_num='a-1'")));
+    const auto r = db().find(QStringLiteral("reinforcementmaster"), QStringLiteral("1=1"));
+    EXPECT_EQ(r->value(QStringLiteral("tw_length_inches")).typeId(), QMetaType::Double);
+    EXPECT_EQ(db().rows(QStringLiteral("select * from diameter"))[0].text(0), QStringLiteral("8"));
+}
+
+TEST_F(StoreTest, TextMatchesWithoutRegardToCaseAndQuotesAreKept) {
     const QString num = QStringLiteral("P'01 \"x\"; drop table units; --");
     const QString name = QStringLiteral("O'Brien's \\ block");
     db().insert(QStringLiteral("ContractMaster"), {{QStringLiteral("tw_contract_num"), num},
                                                    {QStringLiteral("tw_contract_name"), name}});
-    const auto r =
-        db().first(QStringLiteral("select * from contractmaster where TW_CONTRACT_NUM=?"), {num});
+    const auto r = db().first(QStringLiteral("select * from contractmaster where "
+                                             "TW_CONTRACT_NUM=? and tw_contract_name in (?)"),
+                              {num.toLower(), name.toUpper()});
     ASSERT_TRUE(r);
     EXPECT_EQ(r->text(QStringLiteral("tw_Contract_Name")), name);
     EXPECT_GT(count(db(), QStringLiteral("units")), 0);
     const QString key = tw::FindTableName(db(), QStringLiteral("  ") + num);
     EXPECT_EQ(key, r->text(0));
     EXPECT_EQ(tw::FindContractNo(db(), key), num);
-    EXPECT_EQ(tw::FindTableName(db(), QStringLiteral("nobody")), QString());
     EXPECT_EQ(tw::FindTableName(db(), QStringLiteral(" ") + num, false), QString());
 }
 
-TEST_F(StoreTest, RowsTellNullFromEmptyAndUpdateByRowid) {
-    const qint64 id = db().insert(QStringLiteral("Sch_master"),
-                                  {{QStringLiteral("tw_contract_num"), QStringLiteral("A")},
-                                   {QStringLiteral("tw_sch_num"), QStringLiteral("")}});
-    auto r = db().first(QStringLiteral("select * from sch_master where rowid=?"), {id});
-    EXPECT_FALSE(r->isNull(QStringLiteral("tw_sch_num")));
-    EXPECT_TRUE(r->isNull(QStringLiteral("tw_unit_lable")));
-    EXPECT_TRUE(r->nullable(QStringLiteral("tw_item_rate")).isNull());
+TEST_F(StoreTest, KeyedRowsCarryTheirIdentityApartFromTheTablesPositions) {
+    const qint64 id = db().insert(QStringLiteral("CategoryList_Meter"),
+                                  {{QStringLiteral("tw_category_name"), QStringLiteral("PCC")},
+                                   {QStringLiteral("tw_matl1"), QStringLiteral("Cement")},
+                                   {QStringLiteral("tw_matl10_rate"), 7.5}});
+    const auto r = db().find(QStringLiteral("categorylist_meter"),
+                             QStringLiteral("tw_category_name=?"), {QStringLiteral("pcc")});
+    ASSERT_TRUE(r);
+    EXPECT_EQ(r->id(), id);
+    EXPECT_EQ(r->count(), 37);
+    EXPECT_EQ(r->text(7), QStringLiteral("Cement"));
+    EXPECT_EQ(r->number(36), 7.5);
+    EXPECT_TRUE(r->isNull(8));
     EXPECT_THROW(r->value(QStringLiteral("no_such_column")), tw::Error);
-    db().update(QStringLiteral("Sch_master"), id, {{QStringLiteral("tw_item_rate"), 12.5}});
-    r = db().first(QStringLiteral("select * from sch_master where rowid=?"), {id});
-    EXPECT_EQ(r->nullable(QStringLiteral("tw_item_rate")), tw::Nullable(12.5));
-    db().remove(QStringLiteral("Sch_master"), id);
-    EXPECT_EQ(count(db(), QStringLiteral("Sch_master")), 0);
-    EXPECT_THROW(db().exec(QStringLiteral("select * from no_table")), tw::Error);
+    db().update(QStringLiteral("CategoryList_Meter"), r->id(), {{QStringLiteral("tw_rate"), 3}});
+    EXPECT_EQ(db().keyed(QStringLiteral("CategoryList_Meter"))[0].number(5), 3.0);
+    db().remove(QStringLiteral("CategoryList_Meter"), r->id());
+    EXPECT_TRUE(db().keyed(QStringLiteral("CategoryList_Meter")).empty());
 }
 
-TEST_F(StoreTest, TransactionRollsBackUnlessCommitted) {
+TEST_F(StoreTest, TransactionsNestAndAnActionsWritesStandOrFallTogether) {
+    const auto add = [&](const char* u) {
+        db().insert(QStringLiteral("units"), {{QStringLiteral("units"), QString::fromLatin1(u)}});
+    };
+    const int seeded = count(db(), QStringLiteral("units"));
     {
-        tw::Transaction t(db());
-        db().insert(QStringLiteral("units"), {{QStringLiteral("units"), QStringLiteral("7")}});
+        tw::Transaction action(db());
+        add("a");
+        {
+            tw::Transaction inner(db());
+            add("b");
+        } // the inner routine failed: only its own writes go
+        {
+            tw::Transaction inner(db());
+            add("c");
+            inner.commit();
+        }
+        action.commit();
     }
-    EXPECT_EQ(count(db(), QStringLiteral("units")), 4);
+    EXPECT_EQ(count(db(), QStringLiteral("units")), seeded + 2);
     {
-        tw::Transaction t(db());
-        db().insert(QStringLiteral("units"), {{QStringLiteral("units"), QStringLiteral("7")}});
-        t.commit();
+        tw::Transaction action(db());
+        {
+            tw::Transaction inner(db());
+            add("d");
+            inner.commit();
+        }
+    } // the action failed after the inner routine had committed: nothing of it stays
+    EXPECT_EQ(count(db(), QStringLiteral("units")), seeded + 2);
+    {
+        // A run that closes and re-opens its connection midway keeps the action one.
+        tw::Transaction action(db());
+        add("e");
+        db().conclose();
+        db().conopen();
+        add("f");
+        action.commit();
     }
-    EXPECT_EQ(count(db(), QStringLiteral("units")), 5);
-}
-
-TEST_F(StoreTest, ContractNoListsProjectsInStoreOrder) {
-    for (const char* n : {"B-2", "A-1"})
-        db().insert(QStringLiteral("ContractMaster"),
-                    {{QStringLiteral("tw_contract_num"), QString::fromLatin1(n)}});
-    QStringList list{QStringLiteral("stale")};
-    db().contractno(list, QString());
-    EXPECT_EQ(list, (QStringList{"Add New", "B-2", "A-1"}));
-    db().contractno(list, QStringLiteral("x"));
-    EXPECT_EQ(list, (QStringList{"B-2", "A-1"}));
+    EXPECT_EQ(count(db(), QStringLiteral("units")), seeded + 4);
+    EXPECT_TRUE(db().isOpen());
+    {
+        tw::Transaction action(db());
+        db().conclose(); // closing inside an action waits for its end
+        EXPECT_TRUE(db().isOpen());
+        action.commit();
+    }
+    EXPECT_FALSE(db().isOpen());
 }
 
 TEST_F(StoreTest, MissingProjectTableIsMadeOnlyForTheThreeFamilies) {
     tw::Tallywrightmod::tablename = QStringLiteral("17");
-    EXPECT_FALSE(tw::reporttableerror(QString(), QString()));
+    EXPECT_FALSE(tw::reporttableerror(twtest::scripted(), QString(), QString()));
     EXPECT_TRUE(tw::Tallywrightmod::con().isOpen());
-    EXPECT_FALSE(
-        tw::reporttableerror(QStringLiteral("1"), QStringLiteral("no such table: prev_dummy_x")));
+    EXPECT_FALSE(tw::reporttableerror(twtest::scripted(), QStringLiteral("1"),
+                                      QStringLiteral("no such table: prev_dummy_x")));
     EXPECT_EQ(tw::Tallywrightmod::errdesc, QStringLiteral("no such table: prev_dummy_x"));
-    EXPECT_TRUE(tw::reporttableerror(QStringLiteral("1"),
+    EXPECT_TRUE(tw::reporttableerror(twtest::scripted(), QStringLiteral("1"),
                                      QStringLiteral("no such table: BL_17 Unable to execute")));
     // The table made is the bare key, with the columns of the reinforcement table.
     EXPECT_EQ(columnsOf(db(), QStringLiteral("17")),
@@ -239,13 +266,11 @@ TEST_F(StoreTest, MissingProjectTableIsMadeOnlyForTheThreeFamilies) {
     EXPECT_TRUE(columnsOf(db(), QStringLiteral("Bl_17")).isEmpty());
 }
 
-struct CfgCase {
-    const char* line;
-    QStringList values;
-};
-
 TEST(LoginConfig, FreeFormatInput) {
-    const CfgCase cases[] = {
+    const struct {
+        const char* line;
+        QStringList values;
+    } cases[] = {
         {R"(server,admin,secret)", {"server", "admin", "secret"}},
         {R"("server", "admin" , "se,cret")", {"server", "admin", "se,cret"}},
         {R"( srv ,  Admin  ,  pass word )", {"srv", "Admin", "pass word"}},
@@ -256,7 +281,7 @@ TEST(LoginConfig, FreeFormatInput) {
         EXPECT_EQ(tw::splitFreeFormat(QString::fromLatin1(c.line)), c.values) << c.line;
 }
 
-TEST(LoginConfig, RoundTripAndOwnerOnly) {
+TEST(LoginConfig, OwnerOnlyRoundTripAndDamagedFilesNamed) {
     QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("twk.cfg"));
     EXPECT_FALSE(tw::readLoginConfig(path));
@@ -267,9 +292,106 @@ TEST(LoginConfig, RoundTripAndOwnerOnly) {
     EXPECT_EQ(cfg->userid, QStringLiteral("Admin"));
     EXPECT_EQ(cfg->password, QStringLiteral(" s3,cret"));
     EXPECT_EQ(QFile::permissions(path) & (QFileDevice::ReadGroup | QFileDevice::ReadOther), 0);
-    QFile f(path);
-    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-    f.write("only,two\n");
-    f.close();
-    EXPECT_THROW(tw::readLoginConfig(path), tw::Error);
+    for (const char* content : {"", "only,two\n"}) {
+        QFile f(path);
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        f.write(content);
+        f.close();
+        try {
+            tw::readLoginConfig(path);
+            ADD_FAILURE() << "a damaged file was read: " << content;
+        } catch (const tw::Error& e) {
+            EXPECT_TRUE(e.text().contains(path)) << e.text().toStdString();
+        }
+    }
+}
+
+class BackupTest : public StoreTest {
+protected:
+    QString backupsDir() const { return folder() + QStringLiteral("/backups"); }
+    QStringList backupNames() const {
+        return QDir(backupsDir()).entryList({QStringLiteral("*")}, QDir::Files, QDir::Name);
+    }
+};
+
+TEST_F(BackupTest, BackupsAreCheckedCopiesKeptByTheRetentionRule) {
+    db().insert(QStringLiteral("units"), {{QStringLiteral("units"), QStringLiteral("kept")}});
+    const QString made = tw::backup::makeNow(QDateTime(QDate(2026, 11, 21), QTime(9, 0)));
+    EXPECT_EQ(made, backupsDir() + QStringLiteral("/Tallywright-2026-11-21-090000.db"));
+    EXPECT_EQ(tw::backup::check(made), QStringLiteral("ok"));
+    EXPECT_EQ(QFile::permissions(made) & (QFileDevice::ReadGroup | QFileDevice::ReadOther), 0);
+    EXPECT_TRUE(tw::backup::madeOn(QDate(2026, 11, 21)));
+    EXPECT_FALSE(tw::backup::madeOn(QDate(2026, 11, 22)));
+    // A copy that never finished does not count, and is never listed.
+    QFile part(backupsDir() + QStringLiteral("/Tallywright-2026-11-22-080000.db.part"));
+    ASSERT_TRUE(part.open(QIODevice::WriteOnly));
+    part.close();
+    EXPECT_FALSE(tw::backup::madeOn(QDate(2026, 11, 22)));
+    EXPECT_EQ(tw::backup::list().size(), 1u);
+
+    // Daily backups over fifteen months: the newest ten stay, and the newest of each of the
+    // last twelve months.
+    QDateTime day(QDate(2025, 9, 1), QTime(18, 30));
+    for (int i = 0; i < 450; i += 3, day = day.addDays(3))
+        QFile::copy(made, tw::backup::nameFor(day));
+    tw::backup::prune(day);
+    const auto kept = tw::backup::list();
+    std::set<QString> months;
+    for (const auto& e : kept)
+        months.insert(e.made.toString(QStringLiteral("yyyy-MM")));
+    EXPECT_EQ(kept.size(), 10u + 12u - 2u); // the newest ten fall in the last two months
+    EXPECT_EQ(months.size(), 12u);
+    EXPECT_EQ(*months.begin(), QStringLiteral("2025-12"));
+    EXPECT_EQ(kept.front().made, day.addDays(-3));
+}
+
+TEST_F(BackupTest, RestoreRefusesWhatItMustAndKeepsWhatItReplaces) {
+    const QString good = folder() + QStringLiteral("/good.db");
+    db().insert(QStringLiteral("units"), {{QStringLiteral("units"), QStringLiteral("old")}});
+    tw::backup::copyDatabase(dbPath(), good);
+    db().insert(QStringLiteral("units"), {{QStringLiteral("units"), QStringLiteral("new")}});
+    db().conclose();
+
+    const QString garbage = folder() + QStringLiteral("/garbage.db");
+    QFile g(garbage);
+    ASSERT_TRUE(g.open(QIODevice::WriteOnly));
+    g.write(QByteArray(8192, 'z'));
+    g.close();
+    const QString foreign = folder() + QStringLiteral("/foreign.db");
+    runOn(foreign, {QStringLiteral("create table notes (x)")});
+    const QString newer = folder() + QStringLiteral("/newer.db");
+    tw::backup::copyDatabase(good, newer);
+    runOn(newer, {QStringLiteral("pragma user_version = 99")});
+
+    const QByteArray live = digest(dbPath());
+    for (const QString& bad : {garbage, foreign, newer, folder() + QStringLiteral("/none.db")})
+        EXPECT_THROW(tw::backup::restore(bad), tw::Error) << bad.toStdString();
+    {
+        const tw::AppLock desktop(folder()); // a running desktop program
+        ASSERT_EQ(desktop.state(), tw::AppLock::State::Held);
+        EXPECT_EQ(tw::AppLock(folder()).state(), tw::AppLock::State::Running);
+        EXPECT_THROW(tw::backup::restore(good), tw::Error);
+    }
+    EXPECT_EQ(digest(dbPath()), live);
+    EXPECT_FALSE(QDir(backupsDir()).exists());
+
+    const auto unitsIn = [&](const QString& file) {
+        QFile::copy(file, folder() + QStringLiteral("/look/Tallywright.db"));
+        tw::AppFolder::set(folder() + QStringLiteral("/look"));
+        QStringList out;
+        {
+            tw::ConClass con(twtest::scripted());
+            con.conopen();
+            for (const auto& r : con.rows(QStringLiteral("select units from units where units "
+                                                         "in ('old', 'new')")))
+                out << r.text(0);
+        }
+        QFile::remove(folder() + QStringLiteral("/look/Tallywright.db"));
+        tw::AppFolder::set(folder());
+        return out;
+    };
+    QDir(folder()).mkdir(QStringLiteral("look"));
+    const QString kept = tw::backup::restore(good);
+    EXPECT_EQ(unitsIn(kept), (QStringList{"old", "new"}));
+    EXPECT_EQ(unitsIn(dbPath()), QStringList{"old"});
 }

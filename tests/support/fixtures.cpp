@@ -1,20 +1,10 @@
 #include "fixtures.h"
 
-#include <QFile>
+#include <QApplication>
+#include <QMessageBox>
+#include <QTimer>
 
 namespace twtest {
-
-Messages& messages() {
-    static Messages m;
-    return m;
-}
-
-std::vector<QString> Messages::texts() const {
-    std::vector<QString> out;
-    for (const auto& m : shown)
-        out.push_back(m.text);
-    return out;
-}
 
 QStringList rowCells(const QTreeWidget* list, int row) {
     QStringList cells;
@@ -25,36 +15,45 @@ QStringList rowCells(const QTreeWidget* list, int row) {
 }
 
 void installScriptedMessages() {
-    ui::setMessageHandler([](const ui::ShownMessage& m) {
-        auto& s = messages();
-        s.shown.push_back(m);
-        if (!s.answers.empty()) {
-            const ui::Answer a = s.answers.front();
-            s.answers.pop_front();
-            return a;
+    ui::setMessageHandler([](const ui::ShownMessage& m) { return messages().answer(m); });
+}
+
+bool hasFocus(const QWidget* w) {
+    const QWidget* f = QApplication::focusWidget();
+    return f && (f == w || w->isAncestorOf(f) || f->focusProxy() == w);
+}
+
+void pick(QComboBox* list, const QString& text) {
+    const int i = list->findText(text);
+    ASSERT_GE(i, 0) << text.toStdString();
+    list->setCurrentIndex(i);
+    emit list->activated(i);
+}
+
+QStringList withRealBoxes(const QStringList& buttons, const std::function<void()>& action) {
+    QStringList shown;
+    qsizetype next = 0;
+    QTimer timer;
+    timer.setInterval(10);
+    QObject::connect(&timer, &QTimer::timeout, [&] {
+        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        if (!box || !box->isVisible() || next >= buttons.size())
+            return;
+        for (auto* b : box->buttons()) {
+            if (b->text() == buttons[next]) {
+                shown << box->text();
+                ++next;
+                b->click();
+                return;
+            }
         }
-        return (m.flags & 0x7) == ui::YesNo ? ui::Answer::Yes : ui::Answer::Ok;
     });
-    ui::installMessageSink();
-}
-
-void AppFolderTest::SetUp() {
-    ASSERT_TRUE(dir_.isValid());
-    tw::AppFolder::set(dir_.path());
-    messages().clear();
-    tw::Tallywrightmod::boardopen = false;
-    con_.conopen();
-    ASSERT_TRUE(con_.isOpen());
-}
-
-void AppFolderTest::TearDown() {
-    con_.conclose();
-    tw::Tallywrightmod::con().conclose();
-}
-
-void AppFolderTest::writeConfig(const QString& user, const QString& password) {
-    tw::writeLoginConfig(dir_.filePath(QStringLiteral("twk.cfg")),
-                         {QStringLiteral("localhost"), user, password});
+    ui::setMessageHandler({});
+    timer.start();
+    action();
+    timer.stop();
+    installScriptedMessages();
+    return shown;
 }
 
 } // namespace twtest

@@ -1,59 +1,60 @@
 #pragma once
-// What the tests share: a fresh application folder with its own database for each test, and
-// message boxes that answer from a script and remember what they showed.
+// What screen tests share: the core fixtures, message boxes answered from the same script, a
+// fixture that opens one screen on the test's database, and the real message box driven by a
+// timer for the tests that must go through it.
 
-#include "store/store.h"
+#include "support/core_fixtures.h"
 #include "ui/kit.h"
 
-#include <QTemporaryDir>
+#include <QAbstractButton>
+#include <QComboBox>
+#include <QLineEdit>
 #include <QTreeWidget>
-#include <gtest/gtest.h>
+#include <QWidget>
 
-#include <deque>
-#include <vector>
-
-#include <ostream>
-
-// Readable QStrings in failure messages.
-inline void PrintTo(const QString& s, std::ostream* os) {
-    *os << '"' << s.toStdString() << '"';
-}
+#include <functional>
+#include <memory>
 
 namespace twtest {
 
 // Replaces the real message box for the whole test run.
 void installScriptedMessages();
 
-// What was shown since the last clear, and the answers to give next (after those run out,
-// every box answers with its first button: Ok or Yes).
-struct Messages {
-    std::vector<ui::ShownMessage> shown;
-    std::deque<ui::Answer> answers;
-    void clear() {
-        shown.clear();
-        answers.clear();
-    }
-    // The texts shown, in order.
-    std::vector<QString> texts() const;
-};
-Messages& messages();
-
 // The texts of row `row` of a report list, column by column; empty past the last row.
 QStringList rowCells(const QTreeWidget* list, int row);
 
-// A new, empty application folder with a new database in it; twk.cfg is not written.
-class AppFolderTest : public ::testing::Test {
-protected:
-    void SetUp() override;
-    void TearDown() override;
-    QString folder() const { return dir_.path(); }
-    tw::ConClass& db() { return con_; }
-    // Writes twk.cfg in the folder.
-    void writeConfig(const QString& user, const QString& password);
+// True when the focus is in w (or in a child of it, as in a combo box's editor).
+bool hasFocus(const QWidget* w);
 
-private:
-    QTemporaryDir dir_;
-    tw::ConClass con_;
+// Picks `text` in a list as a user would: selects it and sends activated().
+void pick(QComboBox* list, const QString& text);
+
+// Runs `action` with the real message box: each box that shows is answered by clicking the
+// button with the given text in turn ("OK", "Cancel", "&Yes", "&No"), and its text is kept.
+// Gives the texts of the boxes shown.
+QStringList withRealBoxes(const QStringList& buttons, const std::function<void()>& action);
+
+// One screen of class S opened on the test's database (rows put in before it opens are there).
+template <class S> class ScreenTest : public AppFolderTest {
+protected:
+    S& open() {
+        screen = std::make_unique<S>();
+        screen->setAttribute(Qt::WA_DeleteOnClose, false);
+        screen->show();
+        return *screen;
+    }
+    template <class W = QWidget> W* field(const char* name) const {
+        auto* w = screen->template findChild<W*>(QString::fromLatin1(name));
+        EXPECT_NE(w, nullptr) << name;
+        return w;
+    }
+    QLineEdit* edit(const char* name) const { return field<QLineEdit>(name); }
+    void click(const char* button) const { field<QAbstractButton>(button)->click(); }
+    void TearDown() override {
+        screen.reset();
+        AppFolderTest::TearDown();
+    }
+    std::unique_ptr<S> screen;
 };
 
 } // namespace twtest

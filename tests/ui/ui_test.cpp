@@ -1,103 +1,190 @@
 #include "support/fixtures.h"
 #include "ui/kit.h"
 
-#include <QLineEdit>
+#include <QApplication>
+#include <QCalendarWidget>
+#include <QClipboard>
+#include <QMenu>
+#include <QMessageBox>
+#include <QMimeData>
 #include <QTest>
+#include <QTimer>
 
 using twtest::messages;
 
 namespace {
-QString typed(QLineEdit& f, const QString& keys) {
-    f.clear();
-    QTest::keyClicks(&f, keys);
-    return f.text();
+// What the real message boxes showed: title, icon, text.
+struct BoxSpy : QObject {
+    QStringList seen;
+    BoxSpy() { qApp->installEventFilter(this); }
+    bool eventFilter(QObject* o, QEvent* e) override {
+        if (auto* b = qobject_cast<QMessageBox*>(o); b && e->type() == QEvent::Show)
+            seen << b->windowTitle() + u'|' + QString::number(b->icon()) + u'|' + b->text();
+        return false;
+    }
+};
+
+// Text offered to `field` by one way of pasting; gives the field's text afterwards.
+QString pasted(QLineEdit& field, const QString& text, const char* how) {
+    QGuiApplication::clipboard()->setText(text);
+    const std::string way = how;
+    if (way == "ctrl+v") {
+        QTest::keyClick(&field, Qt::Key_V, Qt::ControlModifier);
+    } else if (way == "shift+insert") {
+        QTest::keyClick(&field, Qt::Key_Insert, Qt::ShiftModifier);
+    } else if (way == "menu") {
+        QTimer::singleShot(0, [] {
+            auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+            ASSERT_TRUE(menu);
+            for (QAction* a : menu->actions())
+                if (a->text().startsWith(QStringLiteral("&Paste")))
+                    a->trigger();
+            menu->close();
+        });
+        QContextMenuEvent ev(QContextMenuEvent::Mouse, QPoint(2, 2),
+                             field.mapToGlobal(QPoint(2, 2)));
+        QApplication::sendEvent(&field, &ev);
+    } else {
+        QMimeData mime;
+        mime.setText(text);
+        const QPoint at(field.width() - 2, 2);
+        QDragEnterEvent enter(at, Qt::CopyAction, &mime, Qt::LeftButton, {});
+        QDropEvent drop(at, Qt::CopyAction, &mime, Qt::LeftButton, {});
+        QApplication::sendEvent(&field, &enter);
+        QApplication::sendEvent(&field, &drop);
+    }
+    return field.text();
 }
 } // namespace
 
-TEST(KeyRules, EachKindOfFieldLetsThroughOnlyItsKeys) {
-    QLineEdit digits, decimal, loose, chars;
+TEST(KeyRules, TypedOrPastedAFieldTakesOnlyWhatItsRulesLetThrough) {
+    QLineEdit digits, decimal, chars, rate;
     ui::digitsRule(&digits);
     ui::decimalRule(&decimal);
-    ui::decimalRule(&loose, false);
     ui::charsRule(&chars, QStringLiteral("-_"), true, false);
+    // Two rules on one field, the second a screen's own: a rate of three characters at most.
+    ui::decimalRule(&rate);
+    new ui::KeyRule(&rate, [](QChar c, const QLineEdit& f) {
+        return c == u'\b' || f.text().size() - f.selectedText().size() < 3;
+    });
     const struct {
         QLineEdit* field;
-        const char* keys;
-        const char* result;
+        const char *typed, *afterTyping, *paste;
+        bool taken;
     } cases[] = {
-        {&digits, "12a.3-4 5", "12345"}, {&decimal, "12.5.6", "12.56"}, {&decimal, "-1,5e2", "152"},
-        {&loose, "1.2.3", "1.2.3"},      {&chars, "ab-_9 Z!", "ab-_Z"},
+        {&digits, "12a.3-4 5", "12345", "12ab", false}, {&digits, "7", "7", "89", true},
+        {&decimal, "12.5.6", "12.56", "1.5", false}, // a second point
+        {&decimal, "-1,5e2", "152", ".25", true},       {&chars, "ab-_9 Z!", "ab-_Z", "x y", false},
+        {&rate, "9..55", "9.5", "12.5", false},         {&rate, "", "", "2.5", true},
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(typed(*c.field, QString::fromLatin1(c.keys)), QString::fromLatin1(c.result))
-            << c.keys;
-    // A point typed over a selection that holds the old point is not a second point.
+    for (const char* how : {"ctrl+v", "shift+insert", "menu", "drop"}) {
+        for (const auto& c : cases) {
+            SCOPED_TRACE(std::string(how) + " " + c.typed + " " + c.paste);
+            c.field->show();
+            c.field->clear();
+            QTest::keyClicks(c.field, QString::fromLatin1(c.typed));
+            const QString was = c.field->text();
+            EXPECT_EQ(was, QString::fromLatin1(c.afterTyping));
+            const QString paste = QString::fromLatin1(c.paste);
+            EXPECT_EQ(pasted(*c.field, paste, how), c.taken ? was + paste : was);
+        }
+    }
+    // A point typed over a selection that holds the first point is not a second point.
     decimal.setText(QStringLiteral("12.5"));
     decimal.selectAll();
     QTest::keyClicks(&decimal, QStringLiteral("."));
     EXPECT_EQ(decimal.text(), QStringLiteral("."));
-    // Backspace always works in these fields.
-    digits.setText(QStringLiteral("123"));
-    digits.end(false);
-    QTest::keyClick(&digits, Qt::Key_Backspace);
-    EXPECT_EQ(digits.text(), QStringLiteral("12"));
+    QTest::keyClick(&decimal, Qt::Key_Backspace); // backspace always works
+    EXPECT_EQ(decimal.text(), QString());
 }
 
-TEST(DateEdit, HoldsADateOrNothing) {
-    ui::DateEdit d;
-    d.setValueText(QStringLiteral("05-03-2024"));
-    EXPECT_FALSE(d.isEmpty());
-    EXPECT_EQ(d.valueText(), QStringLiteral("05-03-2024"));
-    EXPECT_EQ(d.value(), QDate(2024, 3, 5));
-    d.setValueText(QStringLiteral(" "));
-    EXPECT_TRUE(d.isEmpty());
-    EXPECT_EQ(d.valueText(), QStringLiteral(" "));
-    EXPECT_FALSE(d.value().isValid());
-    d.setValue(QDate(2023, 12, 31));
-    d.show();
-    d.setFocus();
-    d.selectAll();
-    QTest::keyClick(&d, Qt::Key_Delete);
-    EXPECT_TRUE(d.isEmpty());
+TEST(DateEdit, TypedDatesAreTakenWholeOrRefused) {
+    QWidget form;
+    auto* date = new ui::DateEdit(&form);
+    auto* next = new QLineEdit(&form);
+    form.show();
+    QApplication::setActiveWindow(&form);
+    const struct {
+        const char *before, *typed, *after; // one blank: empty
+    } cases[] = {
+        {" ", "15032024", "15-03-2024"},
+        {" ", "15-03-2024", "15-03-2024"},
+        {" ", "5-3-2024", "05-03-2024"},
+        {"10-01-2024", "29022024", "29-02-2024"},
+        {" ", "31022024", " "},
+        {"10-01-2024", "31022024", "10-01-2024"},
+        {"10-01-2024", "1503", "10-01-2024"},
+        {"10-01-2024", "32ab1/3", "10-01-2024"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.typed);
+        date->setValueText(QString::fromLatin1(c.before));
+        date->setFocus(Qt::TabFocusReason); // entering by Tab selects the whole date
+        QTest::keyClicks(date, QString::fromLatin1(c.typed));
+        QTest::keyClick(date, Qt::Key_Tab);
+        EXPECT_EQ(date->valueText(), QString::fromLatin1(c.after));
+        EXPECT_TRUE(next->hasFocus());
+    }
+    // Delete empties a date; one Tab then leaves the empty field.
+    date->setValue(QDate(2024, 3, 15));
+    date->setFocus(Qt::TabFocusReason);
+    QTest::keyClick(date, Qt::Key_Delete);
+    QTest::keyClick(date, Qt::Key_Tab);
+    EXPECT_FALSE(date->value().isValid());
+    EXPECT_TRUE(next->hasFocus());
+    date->showCalendar(); // or a day picked in the calendar
+    auto* calendar = form.findChild<QCalendarWidget*>();
+    ASSERT_TRUE(calendar);
+    emit calendar->activated(QDate(2024, 6, 1));
+    EXPECT_EQ(date->valueText(), QStringLiteral("01-06-2024"));
 }
 
-TEST(MessageBoxes, DefaultTitleAndTheErrorBoundary) {
-    messages().clear();
-    ui::MsgBox(QStringLiteral("Saved"));
-    ui::MsgBox(QStringLiteral("Sure?"), ui::YesNo | ui::Question, QStringLiteral("Delete"));
-    ASSERT_EQ(messages().shown.size(), 2u);
-    EXPECT_EQ(messages().shown[0].title, QStringLiteral("Tallywright"));
-    EXPECT_EQ(messages().shown[1].title, QStringLiteral("Delete"));
-
-    messages().clear();
-    bool after = false;
-    EXPECT_FALSE(ui::guard([] { throw tw::Error(QStringLiteral("disk I/O error")); }));
-    EXPECT_TRUE(ui::guard([&] { after = true; }));
-    EXPECT_TRUE(after);
-    ASSERT_EQ(messages().shown.size(), 1u);
-    EXPECT_EQ(messages().shown[0].text, QStringLiteral("disk I/O error"));
-    EXPECT_EQ(messages().shown[0].flags, ui::Critical);
-
-    // A slot wrapped by guarded() swallows the failure after showing it.
-    messages().clear();
-    auto slot = ui::guarded([] { throw std::runtime_error("bad"); });
-    slot(true);
-    EXPECT_EQ(messages().texts(), std::vector<QString>{QStringLiteral("bad")});
+TEST(MessageBoxes, TheRealBoxAnswersWithTheButtonClicked) {
+    const struct {
+        int flags;
+        const char *title, *click;
+        ui::Answer answer;
+        const char* shown; // title|icon|text
+    } cases[] = {
+        {ui::Ok, "", "OK", ui::Answer::Ok, "Tallywright|0|m"},
+        {ui::OkCancel | ui::Question, "Delete", "OK", ui::Answer::Ok, "Delete|4|m"},
+        {ui::OkCancel | ui::Exclamation, "", "Cancel", ui::Answer::Cancel, "Tallywright|2|m"},
+        {ui::YesNo | ui::Critical, "", "&Yes", ui::Answer::Yes, "Tallywright|3|m"},
+        {ui::YesNo | ui::Information, "Freeze", "&No", ui::Answer::No, "Freeze|1|m"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.shown);
+        BoxSpy spy;
+        ui::Answer answer{};
+        twtest::withRealBoxes({QString::fromLatin1(c.click)}, [&] {
+            answer = ui::MsgBox(QStringLiteral("m"), c.flags, QString::fromLatin1(c.title));
+        });
+        EXPECT_EQ(answer, c.answer);
+        EXPECT_EQ(spy.seen, QStringList{QString::fromLatin1(c.shown)});
+    }
 }
 
 TEST(SelectAll, EnteringAFieldSelectsItsText) {
     QWidget w;
     auto* a = new QLineEdit(QStringLiteral("first"), &w);
-    auto* b = new QLineEdit(QStringLiteral("second"), &w);
     auto* keep = new QLineEdit(QStringLiteral("kept"), &w);
     ui::selectAllOnFocusBelow(&w, {keep});
     w.show();
     QApplication::setActiveWindow(&w);
     a->setFocus();
-    b->setFocus();
     keep->setFocus();
     QCoreApplication::processEvents();
     EXPECT_EQ(a->selectedText(), QStringLiteral("first"));
-    EXPECT_EQ(b->selectedText(), QStringLiteral("second"));
     EXPECT_TRUE(keep->selectedText().isEmpty());
+}
+
+TEST(ListView, ColumnsWidenToTheirContents) {
+    QTreeWidget list;
+    ui::setupListView(&list,
+                      {QStringLiteral("No"), QStringLiteral("Narration"), QStringLiteral("Qty")});
+    const QString longest = QStringLiteral("Brickwork in cement mortar 1:6 in superstructure");
+    ui::addListRow(&list, {QStringLiteral("1"), longest, QStringLiteral("12.50")});
+    list.show();
+    QCoreApplication::processEvents();
+    EXPECT_GT(list.columnWidth(1), list.fontMetrics().horizontalAdvance(longest));
 }

@@ -1,0 +1,55 @@
+#pragma once
+// How code without widgets tells the user something or asks a question: the desktop shows a
+// message box, the command-line companion writes to stderr and takes a default answer, and
+// tests answer from a script. Whoever runs the code hands it the messenger to use.
+
+#include <QString>
+
+namespace tw {
+
+// Buttons and icons of a message; add one of each: OkCancel | Question.
+enum MsgFlag : int {
+    Ok = 0,
+    OkCancel = 1,
+    YesNo = 4,
+    Critical = 16,
+    Question = 32,
+    Exclamation = 48,
+    Information = 64,
+};
+constexpr int buttonsOf(int flags) {
+    return flags & 0x7;
+}
+constexpr int iconOf(int flags) {
+    return flags & 0x70;
+}
+enum class Answer { Ok, Cancel, Yes, No };
+
+// The title a message takes when it has none of its own.
+const QString& defaultTitle();
+
+struct Message {
+    QString text;
+    int flags = Ok;
+    QString title; // as shown: defaultTitle() when the caller gave none
+};
+
+class Messenger {
+public:
+    virtual ~Messenger() = default;
+    // Shows the message and gives the button chosen.
+    Answer say(const QString& text, int flags = Ok, const QString& title = {});
+
+protected:
+    virtual Answer show(const Message& m) = 0;
+};
+
+// Writes "title: text" to stderr and answers with the first button (Ok or Yes).
+class ConsoleMessenger : public Messenger {
+protected:
+    Answer show(const Message& m) override;
+};
+// The one console messenger of the process, for code run without a screen.
+Messenger& console();
+
+} // namespace tw
