@@ -11,9 +11,11 @@ namespace {
 std::vector<std::unique_ptr<Command>> commands() {
     std::vector<std::unique_ptr<Command>> all;
     all.push_back(makeInit());
+    all.push_back(makeDemo());
     all.push_back(makeBackup());
     all.push_back(makeBackups());
     all.push_back(makeRestore());
+    all.push_back(makeReport());
     return all;
 }
 

@@ -42,8 +42,10 @@ public:
 
 // Every command, in the order the usage lists them. Each is made in its own file.
 std::unique_ptr<Command> makeInit();
+std::unique_ptr<Command> makeDemo();
 std::unique_ptr<Command> makeBackup();
 std::unique_ptr<Command> makeBackups();
 std::unique_ptr<Command> makeRestore();
+std::unique_ptr<Command> makeReport();
 
 } // namespace cli

@@ -4,6 +4,7 @@
 #include "measurements/frm_reinforcement.h"
 #include "projects/frm_proj.h"
 #include "projects/frm_schentry.h"
+#include "reports/frm_reports.h"
 #include "shell/tallyframe.h"
 
 // Every screen the frame can open, by the class name its menu entries and the board use.
@@ -13,4 +14,5 @@ void registerScreens() {
     f[QStringLiteral("frm_schentry")] = [] { return new frm_schentry; };
     f[QStringLiteral("frm_dims")] = [] { return new frm_dims; };
     f[QStringLiteral("Frm_Reinforcement")] = [] { return new Frm_Reinforcement; };
+    f[QStringLiteral("Frm_Reports")] = [] { return new Frm_Reports; };
 }

@@ -1,0 +1,82 @@
+#include "reports/fill/fill_support.h"
+
+#include <QFile>
+#include <QTextStream>
+
+namespace tw::reports {
+
+void readProject(ReportRun& run, const ConClass& con) {
+    if (run.projectName.isEmpty())
+        return; // nothing chosen: the run works on what the last one left
+    const Row project = projectByName(con, run.projectName);
+    run.units_text = project.text(QStringLiteral("tw_units"));
+    run.contract_num = project.text(QStringLiteral("tw_contract_num"));
+    run.tax_rate = project.number(QStringLiteral("tw_tax_rate"));
+}
+
+void readReportOrgName(ReportRun& run) {
+    QFile file(AppFolder::file(QStringLiteral("Tallywright.cfg")));
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
+        return;
+    QTextStream in(&file);
+    QString line;
+    while (in.readLineInto(&line)) {
+        if (line.isEmpty())
+            continue;
+        const qsizetype eq = line.indexOf(u'=');
+        run.ReportOrgName = (eq < 0 ? line : line.mid(eq + 1)).trimmed();
+        return;
+    }
+}
+
+namespace {
+using Step = void (*)(ReportRun&, const ConClass&, Messenger&);
+
+std::vector<Step> stepsOf(const QString& caption) {
+    if (caption == QLatin1String("Detailed Estimate") || caption == QLatin1String("Detailed Bill"))
+        return {BuildEstimateRows};
+    if (caption == QLatin1String("Abstract Estimate"))
+        return {BuildEstimateRows, AddServicePercentages};
+    if (caption == QLatin1String("Tender Schedule"))
+        return {BuildEstimateRows, ComputeNetAmounts};
+    if (caption == QLatin1String("Final Bill - Detailed"))
+        return {BuildFinalBill};
+    if (caption == QLatin1String("Reinforcement Report"))
+        return {BuildReinforcementReport};
+    if (caption == QLatin1String("Contract / Schedule"))
+        return {BuildScheduleReport};
+    return {}; // "Project Info." shows the project's own record
+}
+} // namespace
+
+bool fill(const ReportType& type, ReportRun& run, const ConClass& con, Messenger& messages) {
+    if (type.caption == QLatin1String("Abstract Bill") ||
+        type.caption == QLatin1String("Bills Raised Report")) {
+        messages.say(QStringLiteral("The %1 comes with the running bill; it cannot be made yet.")
+                         .arg(type.caption),
+                     Information);
+        return false;
+    }
+    if (run.ewp.isEmpty())
+        run.ewp = QStringLiteral("0");
+    if (run.wws.isEmpty())
+        run.wws = QStringLiteral("0");
+    try {
+        Transaction tx(con);
+        try {
+            for (Step step : stepsOf(type.caption))
+                step(run, con, messages);
+        } catch (const Error&) {
+            // A run that stops midway leaves what it wrote.
+            tx.commit();
+            throw;
+        }
+        tx.commit();
+        return true;
+    } catch (const Error& e) {
+        messages.say(e.text(), Critical);
+        return false;
+    }
+}
+
+} // namespace tw::reports

@@ -1,0 +1,78 @@
+#pragma once
+// The report screen: pick a type of report, a project and, for most types, an estimate or bill;
+// Generate fills the type's working table and shows its layout in the viewer. The screen keeps
+// one report run while it is open, so group numbers climb from run to run.
+
+#include "reports/fill/report_run.h"
+#include "reports/rptview.h"
+#include "ui/kit.h"
+#include "ui/screen.h"
+
+#include <QComboBox>
+#include <QGroupBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QRadioButton>
+
+class Frm_Reports : public ui::Screen {
+    Q_OBJECT
+public:
+    explicit Frm_Reports(QWidget* parent = nullptr);
+    ~Frm_Reports() override;
+
+    // Choosing: the type, project and bill.
+    QGroupBox* Frame5;
+    QLabel* Picture5;
+    QLabel* Label6;
+    QComboBox* TypeofReport;
+    QLabel* Label49;
+    QComboBox* CmbdetCnum; // projects by name
+    QLabel* Label46;
+    QComboBox* CmbBillnum;
+    QPushButton* Command4; // Generate
+    // The electrical and plumbing shares of an abstract estimate.
+    QGroupBox* Frame10;
+    QLineEdit* txtEWP;
+    QLineEdit* txtWWS;
+    QPushButton* Command3;
+    // The bills raised report: for a project or for a period.
+    QGroupBox* Frame14;
+    QRadioButton* Option1;
+    QRadioButton* Option2;
+    ui::DateEdit* Fromdate;
+    ui::DateEdit* Todate;
+    QPushButton* Command15;
+    // Deductions typed against a running bill.
+    QGroupBox* Frame11;
+    // Viewing.
+    ::RptView* RptView;
+    QPushButton* Cmdrepexit;
+    QPushButton* Command1; // never shown: runs the net pass over the estimate rows
+
+    void TypeofReport_activated();
+    void CmbdetCnum_activated();
+    void CmbBillnum_activated();
+    void Command3_clicked();
+    void Option2_clicked();
+    void Command15_clicked();
+    void Command4_clicked(); // GenerateReport
+    void Cmdrepexit_clicked();
+    void Command1_clicked();
+
+    void FillProjects();
+    void FillBillNumbers();
+    void FillReinforcementBills();
+    void GenerateReport();
+    void ReportShow(const tw::reports::ReportType& type);
+
+    const tw::reports::ReportRun& reportRun() const { return run; }
+
+private:
+    QString type() const { return TypeofReport->currentText(); }
+    bool typeIs(std::initializer_list<const char*> captions) const;
+    void fillBills(const QString& table);
+    void CheckSelections();
+
+    tw::reports::ReportRun run;
+};

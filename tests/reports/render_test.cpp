@@ -1,0 +1,353 @@
+#include "cli.h"
+#include "reports/frm_reports.h"
+#include "reports/render/figures.h"
+#include "reports/render/paged.h"
+#include "reports/render/render.h"
+#include "support/fixtures.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTest>
+
+using namespace tw;
+using namespace tw::reports;
+
+namespace {
+
+// A rendered report as a reader sees it: its text, one trimmed line per paragraph or cell.
+QString readable(const QString& html) {
+    QStringList lines;
+    for (const QString& l : makeDocument(html)->toPlainText().split(u'\n'))
+        if (!l.simplified().isEmpty())
+            lines << l.simplified();
+    return lines.join(u'\n') + u'\n';
+}
+
+QString expected(const QString& name) {
+    QFile f(QStringLiteral(TW_TEST_DATA "/reports/%1.txt").arg(name));
+    EXPECT_TRUE(f.open(QIODevice::ReadOnly)) << f.fileName().toStdString();
+    return QString::fromUtf8(f.readAll());
+}
+
+class Render : public twtest::AppFolderTest {
+protected:
+    void SetUp() override {
+        AppFolderTest::SetUp();
+        run.ReportOrgName = "Shree Ganesh Constructions";
+        run.projectName = "Hill View";
+        run.contract_num = "HV-1";
+        run.units_text = "Feet";
+        run.bill = "RA-1";
+    }
+    // One measurement line of dummy_estimation as the fill leaves it; `net` is the net pass's
+    // netqty, net_amt, ewp_amt, wws_amt (empty for the detailed family), the shares kept as the
+    // "##.##" text they are printed as.
+    void line(int group, const char* sch, const char* desc, double rate, const char* unit,
+              const char* narration, QVariantList dims, double area, bool deduction,
+              QVariantList net = {}) {
+        Values v{{"tw_recordkey", group},
+                 {"tw_sch_num", sch},
+                 {"tw_item_desc", desc},
+                 {"tw_itemrate", rate},
+                 {"tw_unit", unit},
+                 {"tw_quantity", 1},
+                 {"tw_cal_Area", area},
+                 {"tw_units", "Feet"},
+                 {"Shape", "rectangle_area"},
+                 {"units_label", "Sq"},
+                 {"tw_deduction", deduction},
+                 {"test", deduction ? "Deduction" : "NoDeduction"},
+                 {deduction ? "Damt" : "ndamt", area},
+                 {deduction ? "tw_item_narration_d" : "tw_item_narration", narration}};
+        for (int i = 0; i < dims.size(); ++i)
+            v.push_back({QString(i % 2 ? "tw_dim%1_inches" : "tw_dim%1").arg(i / 2 + 1), dims[i]});
+        const char* figures[] = {"netqty", "net_amt", "ewp_amt", "wws_amt"};
+        for (int i = 0; i < net.size(); ++i)
+            v.push_back({figures[i], net[i]});
+        db().insert("dummy_estimation", v);
+    }
+    void estimate(bool withNetPass) {
+        const auto net = [&](QVariantList v) { return withNetPass ? v : QVariantList(); };
+        line(7, "1.1", "Brick work in walls", 250, "10", "North wall", {10, 6, 9, 0}, 94.5, false,
+             net({94.5, 2362.5, "354.38", "354.38"}));
+        line(7, "1.1", "Brick work in walls", 250, "10", "Door D1", {3, 0, 7, 0}, 21, true,
+             net({73.5, 1837.5, "275.63", "275.63"}));
+        line(8, "2.1", "Ceiling plaster", 12.5, "1", "Hall ceiling", {12, 0, 10, 0}, 120, false,
+             net({120, 1500, "225.", "225."}));
+    }
+    QString render(const char* caption) {
+        return readable(renderHtml(*findByCaption(QString::fromLatin1(caption)), run, db()));
+    }
+    ReportRun run;
+};
+
+} // namespace
+
+TEST(Figures, MoneyQuantitiesLengthsAndWords) {
+    const struct {
+        QString got, want;
+    } cases[] = {
+        {money(12345678), "1,23,45,678.00"},
+        {money(100000), "1,00,000.00"},
+        {money(-1234.5), "-1,234.50"},
+        {money(999.994), "999.99"},
+        {money(0), "0.00"},
+        {quantity(12.5), "12.50"},
+        {quantity(-2), "-2.00"},
+        {dimensionText(10, 6, true), "10' 6\""},
+        {dimensionText(10, 5, false), "10.50"},
+        {dimensionText(10, 125, false), "10.125"},
+        {dimensionText(0, 0, true), ""},
+        {barLengthText(10, 50, false), "10.50"},
+        {amountInWords(12345678.5),
+         "Rupees One Crore Twenty Three Lakh Forty Five Thousand Six Hundred Seventy Eight and "
+         "Paise Fifty Only"},
+        {amountInWords(1000000000), "Rupees One Hundred Crore Only"},
+        {amountInWords(0.07), "Rupees Zero and Paise Seven Only"},
+        {amountInWords(-15), "Rupees Minus Fifteen Only"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(c.got, c.want);
+}
+
+// Each family of layouts on a small working table, as a reader would read the page.
+TEST_F(Render, LayoutsShowTheWorkingTable) {
+    estimate(false);
+    EXPECT_EQ(render("Detailed Estimate"), expected("detailed"));
+    db().exec("delete from dummy_estimation");
+    estimate(true);
+    run.ewp = "15";
+    run.wws = "15";
+    EXPECT_EQ(render("Abstract Estimate"), expected("abstract"));
+
+    const auto bar = [&](const char* narration, const char* dia, int bars, double ft, double in,
+                         double total, double weight) {
+        db().insert("dummy_reinforcement_report", {{"tw_narration", narration},
+                                                   {"tw_diameter", dia},
+                                                   {"tw_length_qty", bars},
+                                                   {"tw_length_ft", ft},
+                                                   {"tw_length_inches", in},
+                                                   {"tw_total_length", total},
+                                                   {"tw_units", "Feet"},
+                                                   {"tw_weight_per_unit", weight}});
+    };
+    bar("Footing bars", "12", 10, 10, 0, 100, 0.271);
+    bar("Column ties", "8", 40, 4, 0, 160, 0.12);
+    bar("Lintel bars", "12", 6, 10, 0, 60, 0.271);
+    EXPECT_EQ(render("Reinforcement Report"), expected("reinforcement"));
+
+    for (const auto& [sch, desc, rate, label] : {std::tuple{"1.1", "Brick work", 2925.0, "Cu ft"},
+                                                 std::tuple{"2.1", "Plaster", 12345678.0, "Sq ft"}})
+        db().insert("dummy_sch_report", {{"tw_contract_num", "HV-1"},
+                                         {"tw_sch_num", sch},
+                                         {"tw_item_desc", desc},
+                                         {"tw_item_rate", rate},
+                                         {"tw_units", "Feet"},
+                                         {"tw_unit_lable", label}});
+    EXPECT_EQ(render("Contract / Schedule"), expected("schedule"));
+}
+
+TEST_F(Render, AMissingOrBrokenLayoutIsNamed) {
+    const QString dir = QDir(folder()).filePath("layouts");
+    QDir().mkpath(dir);
+    QFile broken(dir + "/Broken.html");
+    ASSERT_TRUE(broken.open(QIODevice::WriteOnly));
+    broken.write("<p>{{#rows}}never closed</p>");
+    broken.close();
+    QFile usesPartial(dir + "/UsesPartial.html");
+    ASSERT_TRUE(usesPartial.open(QIODevice::WriteOnly));
+    usesPartial.write("{{> _nowhere}}");
+    usesPartial.close();
+    const struct {
+        const char* layout;
+        QString named;
+    } cases[] = {{"NoSuchLayout", dir + "/NoSuchLayout.html"},
+                 {"Broken", dir + "/Broken.html"},
+                 {"UsesPartial", dir + "/_nowhere.html"}};
+    for (const auto& c : cases) {
+        try {
+            renderHtml({c.layout, "dummy_estimation", {}, &run}, db());
+            ADD_FAILURE() << c.layout;
+        } catch (const Error& e) {
+            EXPECT_TRUE(e.text().contains(QDir::toNativeSeparators(c.named))) << e.what();
+        }
+    }
+}
+
+namespace {
+
+// The report screen on a project with one measured bill and one of steel.
+class Screen : public twtest::ScreenTest<Frm_Reports> {
+protected:
+    void SetUp() override {
+        ScreenTest::SetUp();
+        db().insert(
+            "ContractMaster",
+            {{"tw_contract_num", "HV-1"}, {"tw_contract_name", "Hill View"}, {"tw_units", "Feet"}});
+        db().insert("ContractMaster", {{"tw_contract_num", "EM-2"},
+                                       {"tw_contract_name", "Empty Plot"},
+                                       {"tw_units", "Metre"}});
+        db().insert("Sch_master", {{"tw_contract_num", "HV-1"},
+                                   {"tw_sch_num", "1.1"},
+                                   {"tw_item_desc", "Brick work"},
+                                   {"tw_item_rate", 250},
+                                   {"tw_unit", "10"},
+                                   {"tw_category_name", "Brick"}});
+        db().insert("CategoryList_Feet",
+                    {{"tw_category_name", "Brick"}, {"tw_unit_lable", "Cu ft"}});
+        db().insert("BillMaster", {{"tw_contract_num", "HV-1"},
+                                   {"tw_bill_num", "RA-1"},
+                                   {"tw_sch_num", "1.1"},
+                                   {"tw_item_narration", "North wall"},
+                                   {"tw_dim1", 10},
+                                   {"tw_dim2", 9},
+                                   {"tw_cal_Area", 90},
+                                   {"tw_Shape", "rectangle_area"},
+                                   {"tw_deduction", 0},
+                                   {"tw_quantity", 1}});
+        open();
+        screen->activateWindow();
+        ASSERT_TRUE(QTest::qWaitForWindowActive(screen.get()));
+    }
+    void choose(const char* type, const char* project = nullptr, const char* bill = nullptr) {
+        twtest::pick(screen->TypeofReport, type);
+        if (project)
+            twtest::pick(screen->CmbdetCnum, project);
+        if (bill)
+            twtest::pick(screen->CmbBillnum, bill);
+    }
+    bool shown(QWidget* w) const { return w->isVisibleTo(screen.get()); }
+};
+
+} // namespace
+
+TEST_F(Screen, EachTypeAsksForWhatItNeeds) {
+    choose("Project Info.", "Hill View");
+    EXPECT_FALSE(shown(screen->CmbBillnum));
+    EXPECT_TRUE(screen->Command4->isEnabled());
+
+    choose("Bills Raised Report");
+    EXPECT_TRUE(shown(screen->Frame14));
+    screen->Todate->setValue(QDate(2020, 1, 31));
+    click("Command15");
+    EXPECT_FALSE(shown(screen->Frame14));
+    EXPECT_EQ(screen->Todate->value(), QDate::currentDate());
+
+    choose("Abstract Estimate", "Hill View", "RA-1");
+    EXPECT_FALSE(shown(screen->Frame14));
+    EXPECT_TRUE(shown(screen->Frame10));
+    EXPECT_EQ(screen->txtEWP->text(), "15");
+    EXPECT_EQ(screen->txtWWS->text(), "15");
+    EXPECT_TRUE(twtest::hasFocus(screen->txtEWP));
+    screen->txtWWS->clear();
+    click("Command3");
+    EXPECT_FALSE(shown(screen->Frame10));
+    EXPECT_EQ(screen->txtWWS->text(), "0");
+
+    // A project without bills keeps the bills of the one before, through the real box.
+    choose("Detailed Estimate");
+    const QStringList boxes =
+        twtest::withRealBoxes({"OK"}, [&] { twtest::pick(screen->CmbdetCnum, "Empty Plot"); });
+    EXPECT_EQ(boxes, QStringList{"No bills in this contract. Select another Contract"});
+    EXPECT_EQ(screen->CmbBillnum->count(), 1);
+}
+
+// The checks before a report warn and go on: the report is made from what the last choice left.
+TEST_F(Screen, MissingChoicesWarnAndTheReportIsMadeAnyway) {
+    choose("Contract / Schedule", "Hill View");
+    click("Command4");
+    EXPECT_EQ(twtest::messages().texts(), std::vector<QString>{});
+    ASSERT_TRUE(shown(screen->RptView));
+    click("Cmdrepexit");
+    EXPECT_TRUE(shown(screen->Frame5));
+    EXPECT_FALSE(shown(screen->RptView));
+    EXPECT_EQ(screen->TypeofReport->currentIndex(), 0);
+
+    choose("Contract / Schedule");
+    click("Command4");
+    EXPECT_EQ(twtest::messages().texts(), std::vector<QString>{"Select Contract Name"});
+    ASSERT_TRUE(shown(screen->RptView));
+    EXPECT_TRUE(screen->RptView->document()->toPlainText().contains("Brick work"));
+    click("Cmdrepexit");
+
+    // A bill chosen, then the project again: its bills are listed anew with none chosen.
+    choose("Detailed Estimate", "Hill View", "RA-1");
+    twtest::pick(screen->CmbdetCnum, "Hill View");
+    twtest::messages().clear();
+    click("Command4");
+    const auto texts = twtest::messages().texts();
+    ASSERT_FALSE(texts.empty());
+    EXPECT_EQ(texts.front(), "Select Bill Number");
+    // The run went on to its fill, which found no lines for an empty bill.
+    EXPECT_GT(texts.size(), 1u);
+}
+
+TEST_F(Screen, SaveAsPdfProposesProjectBillAndType) {
+    choose("Detailed Estimate", "Hill View", "RA-1");
+    click("Command4");
+    ASSERT_TRUE(shown(screen->RptView));
+    const QString file = QDir(folder()).filePath("saved.pdf");
+    QString proposed;
+    RptView::setFileChooser([&](QWidget*, const QString& p) {
+        proposed = p;
+        return file;
+    });
+    screen->RptView->cmdSavePdf->click();
+    RptView::setFileChooser({});
+    EXPECT_EQ(QFileInfo(proposed).fileName(), "Hill View RA-1 Detailed Estimate.pdf");
+    QFile pdf(file);
+    ASSERT_TRUE(pdf.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(pdf.read(5).startsWith("%PDF"));
+    EXPECT_EQ(reportFileName("A/B", "", "Contract / Schedule"), "A-B Contract - Schedule.pdf");
+}
+
+TEST_F(Screen, CommandLineReportRunsTheSameFill) {
+    const auto cli = [&](QStringList args) {
+        QString out, err;
+        QTextStream o(&out), e(&err);
+        const int code = cli::run(QStringList{"--folder", folder(), "report"} + args, o, e);
+        o.flush();
+        e.flush();
+        return std::tuple{code, out, err};
+    };
+    const QString pdf = QDir(folder()).filePath("de.pdf");
+    const struct {
+        QStringList args;
+        int code;
+        QString out, err;
+    } cases[] = {
+        {{}, 2, "", "tallywright-cli: report needs a TYPE: one of "},
+        {{"estimate"}, 2, "", "tallywright-cli: unknown report type estimate (one of "},
+        {{"detailed-estimate", "--project", "Hill View", "--out", pdf},
+         2,
+         "",
+         "tallywright-cli: detailed-estimate needs --bill ID\n"},
+        {{"schedule", "--project", "Hill View", "--out", "x.doc"},
+         2,
+         "",
+         "tallywright-cli: report needs --out FILE.pdf or FILE.html\n"},
+        {{"schedule", "--project", "Nowhere", "--out", pdf},
+         1,
+         "",
+         "tallywright-cli: No project is named Nowhere.\n"},
+        {{"detailed-estimate", "--project", "Hill View", "--bill", "RA-9", "--out", pdf},
+         1,
+         "",
+         "tallywright-cli: Project Hill View has no bill RA-9.\n"},
+        {{"detailed-estimate", "--project", "Hill View", "--bill", "RA-1", "--out", pdf},
+         0,
+         "Written: " + QDir::toNativeSeparators(pdf) + " (1 page)\n",
+         ""},
+    };
+    for (const auto& c : cases) {
+        const auto [code, out, err] = cli(c.args);
+        EXPECT_EQ(code, c.code) << c.args.join(' ').toStdString();
+        EXPECT_EQ(out, c.out);
+        EXPECT_TRUE(c.err.isEmpty() ? err.isEmpty() : err.startsWith(c.err)) << err.toStdString();
+    }
+    QFile file(pdf);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(file.read(5).startsWith("%PDF"));
+    // The working table stays filled, as after the screen's run.
+    EXPECT_EQ(db().keyed("dummy_estimation").size(), 1u);
+}
