@@ -1,5 +1,6 @@
 // The desktop program: running-copy test, first run, login, splash, then the frame.
 
+#include "shell/frm_backup.h"
 #include "shell/frmsplash.h"
 #include "shell/loginform.h"
 #include "shell/tallyframe.h"
@@ -7,6 +8,7 @@
 #include "ui/kit.h"
 
 #include <QApplication>
+#include <QTimer>
 
 #include <memory>
 
@@ -33,25 +35,33 @@ int main(int argc, char** argv) {
     auto* login = new LoginForm;
     login->setAttribute(Qt::WA_DeleteOnClose);
     auto loggedIn = std::make_shared<bool>(false);
+    auto frameUp = std::make_shared<bool>(false);
     QObject::connect(login, &LoginForm::cancelled, &app, &QApplication::quit);
     QObject::connect(login, &QObject::destroyed, &app, [loggedIn] {
         if (!*loggedIn) // closed by its close box
             QApplication::quit();
     });
-    QObject::connect(login, &LoginForm::loggedIn, login, [login, loggedIn] {
+    QObject::connect(login, &LoginForm::loggedIn, login, [login, loggedIn, frameUp] {
         *loggedIn = true;
         auto* splash = new frmSplash;
         splash->setAttribute(Qt::WA_DeleteOnClose);
         QObject::connect(splash, &frmSplash::cancelled, qApp, &QApplication::quit);
-        QObject::connect(splash, &frmSplash::finished, splash, [] {
+        QObject::connect(splash, &frmSplash::finished, splash, [frameUp] {
             auto* frame = new TallyFrame;
             frame->setAttribute(Qt::WA_DeleteOnClose);
             QObject::connect(frame, &QObject::destroyed, qApp, &QApplication::quit);
             frame->show();
+            *frameUp = true;
+            // The day's first backup, once the frame stands to carry a message about it.
+            QTimer::singleShot(0, frame, [] { dailyBackup(ui::boxes()); });
         });
         splash->show();
         login->close();
     });
     login->show();
-    return app.exec();
+    const int code = app.exec();
+    // Every connection is closed by now; the day's work goes into a backup as the program ends.
+    if (*frameUp)
+        closingBackup();
+    return code;
 }

@@ -332,24 +332,8 @@ void frm_proj::cmdcontractsave_clicked() {
         if (!shownDate.isEmpty() && !tw::dateFromText(shownDate).isValid())
             return ui::refuse(date, tr(text), ui::Information, info);
     }
-    const QString email = txtclientemail->text().trimmed();
-    if (!email.isEmpty()) {
-        const QString upper = email.toUpper();
-        bool domain = false;
-        for (const char* fragment : {"COM", "ORG", "NET", "GOV", "EDU", "MIL", "AC.", "CO."}) {
-            if (upper.contains(QLatin1String(fragment))) {
-                domain = true;
-                break;
-            }
-        }
-        if (!email.contains(u'@'))
-            return ui::refuse(txtclientemail,
-                              tr("Email id format is wrong, please retype the Email-id"),
-                              ui::Information, tr("Retype email id"));
-        if (!domain)
-            return ui::refuse(txtclientemail, tr("Please enter the correct domain"),
-                              ui::Information, tr("Enter correct domain"));
-    }
+    if (ui::refuseBadEmail(txtclientemail))
+        return;
 
     QVariant tax = 0;
     if (const QString t = txttaxrate->text().trimmed(); !t.isEmpty()) {

@@ -1,12 +1,17 @@
 #include "reports/frm_reports.h"
 
+#include "reports/fill/running_bill.h"
 #include "reports/render/paged.h"
 #include "reports/render/render.h"
 
+#include <QApplication>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QStyle>
 #include <QVBoxLayout>
+
+#include <memory>
+#include <utility>
 
 using tw::reports::ReportType;
 using ui::named;
@@ -20,6 +25,17 @@ const char* const finalBill = "Final Bill - Detailed";
 const char* const reinforcement = "Reinforcement Report";
 const char* const schedule = "Contract / Schedule";
 const char* const billsRaised = "Bills Raised Report";
+
+// The grid of deductions, by column.
+enum DeductionColumn { dNo, dDescription, dQuantity, dUnits, dRate, dAmount };
+
+// The sum of one column of the deductions grid, each cell read as the number it starts with.
+double columnSum(const QTreeWidget* grid, int column) {
+    double sum = 0;
+    for (int i = 0; i < grid->topLevelItemCount(); ++i)
+        sum += tw::leadingNumber(grid->topLevelItem(i)->text(column));
+    return sum;
+}
 } // namespace
 
 Frm_Reports::Frm_Reports(QWidget* parent) : ui::Screen(parent) {
@@ -56,8 +72,36 @@ Frm_Reports::Frm_Reports(QWidget* parent) : ui::Screen(parent) {
     Command15 = named(new QPushButton(tr("OK"), Frame14), "Command15");
 
     Frame11 = named(new QGroupBox(tr("Deductions if any..."), this), "Frame11");
+    txtdedDec = named(new QLineEdit(Frame11), "txtdedDec");
+    txtdedQty = named(new QLineEdit(Frame11), "txtdedQty");
+    txtdedQty->setMaxLength(6);
+    cmb_lbl = named(new QComboBox(Frame11), "cmb_lbl");
+    cmb_lbl->setEditable(true);
+    // A typed label is kept as typed (and learnt); the list only offers.
+    cmb_lbl->setInsertPolicy(QComboBox::NoInsert);
+    cmb_lbl->setCompleter(nullptr);
+    txtdedRate = named(new QLineEdit(Frame11), "txtdedRate");
+    txtdedRate->setMaxLength(13);
+    CmdAdToGrd = named(new QPushButton(Frame11), "CmdAdToGrd");
+    CmdAdToGrd->setIcon(style()->standardIcon(QStyle::SP_ArrowDown));
+    CmdAdToGrd->setToolTip(tr("Add to the list, or change the row of this description"));
+    CmdDlFmGrd = named(new QPushButton(Frame11), "CmdDlFmGrd");
+    CmdDlFmGrd->setIcon(style()->standardIcon(QStyle::SP_TrashIcon));
+    CmdDlFmGrd->setToolTip(tr("Delete the clicked row"));
+    LstVwDd = named(new QTreeWidget(Frame11), "LstVwDd");
+    ui::setupListView(LstVwDd, {tr("No"), tr("Description"), tr("Quantity"), tr("Units"),
+                                tr("Rate"), tr("Amount")});
+    Text7 = named(new QLineEdit(Frame11), "Text7");
+    Text7->setReadOnly(true);
+    Text7->setAlignment(Qt::AlignRight);
+    Command5 = named(new QPushButton(tr("&Save "), Frame11), "Command5");
+    Command6 = named(new QPushButton(tr("&Exit"), Frame11), "Command6");
+    Label3 = named(new QLabel(tr("This bill is frozen"), Frame11), "Label3");
+    Label3->setStyleSheet(QStringLiteral("color: #b00000; font-weight: bold;"));
 
     RptView = named(new ::RptView(this), "RptView");
+    // The deductions' "&Save " holds Alt+S on this screen, so the viewer saves with Alt+V.
+    RptView->cmdSavePdf->setText(tr("Sa&ve as PDF..."));
     Cmdrepexit = named(new QPushButton(tr("Exit"), this), "Cmdrepexit");
     Command1 = named(new QPushButton(tr("Command1"), this), "Command1");
     Command1->hide();
@@ -94,6 +138,28 @@ Frm_Reports::Frm_Reports(QWidget* parent) : ui::Screen(parent) {
     period->addWidget(Todate, 2, 3);
     period->addWidget(Command15, 3, 3, Qt::AlignRight);
 
+    auto* deductions = new QGridLayout(Frame11);
+    deductions->addWidget(new QLabel(tr("Description of Deduction"), Frame11), 0, 0);
+    deductions->addWidget(new QLabel(tr("QTY."), Frame11), 0, 1);
+    deductions->addWidget(new QLabel(tr("Rate"), Frame11), 0, 3);
+    deductions->addWidget(txtdedDec, 1, 0);
+    deductions->addWidget(txtdedQty, 1, 1);
+    deductions->addWidget(cmb_lbl, 1, 2);
+    deductions->addWidget(txtdedRate, 1, 3);
+    deductions->addWidget(CmdAdToGrd, 1, 4);
+    deductions->addWidget(CmdDlFmGrd, 1, 5);
+    deductions->addWidget(LstVwDd, 2, 0, 1, 6);
+    auto* dedFoot = new QHBoxLayout;
+    dedFoot->addWidget(Label3);
+    dedFoot->addStretch();
+    dedFoot->addWidget(new QLabel(tr("Total Amount"), Frame11));
+    dedFoot->addWidget(Text7);
+    dedFoot->addWidget(Command5);
+    dedFoot->addWidget(Command6);
+    deductions->addLayout(dedFoot, 3, 0, 1, 6);
+    deductions->setColumnStretch(0, 1);
+    LstVwDd->setMinimumHeight(fontMetrics().height() * 6);
+
     auto* exitRow = new QHBoxLayout;
     exitRow->addStretch();
     exitRow->addWidget(Command1);
@@ -108,8 +174,10 @@ Frm_Reports::Frm_Reports(QWidget* parent) : ui::Screen(parent) {
     box->addStretch();
     box->addLayout(exitRow);
 
-    ui::tabOrder({TypeofReport, CmbdetCnum, CmbBillnum, Command4, txtEWP, txtWWS, Command3, Option1,
-                  Option2, Fromdate, Todate, Command15, RptView, Cmdrepexit});
+    ui::tabOrder({TypeofReport, CmbdetCnum, CmbBillnum, Command4,   txtEWP,     txtWWS,
+                  Command3,     Option1,    Option2,    Fromdate,   Todate,     Command15,
+                  txtdedDec,    txtdedQty,  cmb_lbl,    txtdedRate, CmdAdToGrd, CmdDlFmGrd,
+                  LstVwDd,      Command5,   Command6,   RptView,    Cmdrepexit});
     resize(900, 680);
 
     // ---- events ----
@@ -125,6 +193,16 @@ Frm_Reports::Frm_Reports(QWidget* parent) : ui::Screen(parent) {
     connect(Command4, &QPushButton::clicked, this, ui::guarded([this] { Command4_clicked(); }));
     connect(Cmdrepexit, &QPushButton::clicked, this, ui::guarded([this] { Cmdrepexit_clicked(); }));
     connect(Command1, &QPushButton::clicked, this, ui::guarded([this] { Command1_clicked(); }));
+    connect(txtdedDec, &QLineEdit::textEdited, this,
+            ui::guarded([this] { txtdedDec_textEdited(); }));
+    connect(CmdAdToGrd, &QPushButton::clicked, this, ui::guarded([this] { CmdAdToGrd_clicked(); }));
+    connect(CmdDlFmGrd, &QPushButton::clicked, this, ui::guarded([this] { CmdDlFmGrd_clicked(); }));
+    connect(LstVwDd, &QTreeWidget::itemClicked, this,
+            ui::guarded([this] { LstVwDd_itemClicked(); }));
+    connect(LstVwDd, &QTreeWidget::itemDoubleClicked, this,
+            ui::guarded([this] { LstVwDd_itemDoubleClicked(); }));
+    connect(Command5, &QPushButton::clicked, this, ui::guarded([this] { Command5_clicked(); }));
+    connect(Command6, &QPushButton::clicked, this, ui::guarded([this] { Command6_clicked(); }));
 
     // ---- opening: choosing, with nothing chosen ----
     Frame10->hide();
@@ -144,6 +222,7 @@ Frm_Reports::Frm_Reports(QWidget* parent) : ui::Screen(parent) {
 }
 
 Frm_Reports::~Frm_Reports() {
+    restoreCursor();
     con.conclose();
 }
 
@@ -178,6 +257,8 @@ void Frm_Reports::TypeofReport_activated() {
             Frame10->hide();
         if (!typeIs({abstractBill}))
             Frame11->hide();
+        else
+            Text7->clear();
         Frame14->hide();
         if (typeIs({projectInfo}))
             CmbBillnum->hide();
@@ -238,13 +319,15 @@ void Frm_Reports::CmbBillnum_activated() {
         txtWWS->setText(QStringLiteral("15"));
         txtEWP->setFocus();
     }
-    // An abstract bill opens its deductions here once the running bill comes.
+    if (typeIs({abstractBill}))
+        OpenBill();
 }
 
 void Frm_Reports::Command3_clicked() {
     Frame10->hide();
     CmbBillnum->show();
     CmbBillnum->setFocus();
+    restoreCursor();
     for (auto* f : {txtEWP, txtWWS})
         if (f->text().trimmed().isEmpty())
             f->setText(QStringLiteral("0"));
@@ -316,15 +399,15 @@ void Frm_Reports::GenerateReport() {
         ui::MsgBox(tr("Select Type of Report from list"), ui::Information, tr("Information"));
         Command4->setEnabled(true);
         TypeofReport->setFocus();
-    } else if (const QString later = tw::reports::notYetAvailable(*t); !later.isEmpty()) {
-        ui::MsgBox(later, ui::Information);
-        Command4->setEnabled(true);
     } else if (tw::reports::fill(*t, run, con, ui::boxes())) {
+        if (typeIs({abstractBill}))
+            Frame11->hide();
         ReportShow(*t);
     } else {
         Command4->setEnabled(true);
     }
     CmbdetCnum->setCurrentIndex(-1);
+    restoreCursor();
 }
 
 void Frm_Reports::ReportShow(const ReportType& t) {
@@ -353,6 +436,12 @@ void Frm_Reports::ReportShow(const ReportType& t) {
 }
 
 void Frm_Reports::Cmdrepexit_clicked() {
+    // A bill once frozen is reprinted as it stands and never asked about again.
+    if (typeIs({abstractBill}) && !run.frozen_flag &&
+        ui::MsgBox(tr("Do you wish to freeze this bill? "), ui::YesNo) == ui::Answer::Yes) {
+        run.bill = CmbBillnum->currentText();
+        tw::reports::FreezeBill(run, con);
+    }
     TypeofReport->setCurrentIndex(0);
     TypeofReport_activated();
     RptView->clear();
@@ -362,4 +451,193 @@ void Frm_Reports::Cmdrepexit_clicked() {
     Frame5->show();
     Picture5->show();
     TypeofReport->setFocus();
+}
+
+void Frm_Reports::OpenBill() {
+    LoadDeductions();
+    Frame11->show();
+    Command5->setEnabled(!run.frozen_flag);
+    Label3->setVisible(run.frozen_flag);
+    if (!run.frozen_flag)
+        txtdedDec->setFocus();
+}
+
+void Frm_Reports::LoadDeductions() {
+    cmb_lbl->clear();
+    cmb_lbl->addItems(tw::reports::UnitLabels(con));
+    cmb_lbl->setCurrentIndex(-1);
+    run.projectName = CmbdetCnum->currentText();
+    run.bill = CmbBillnum->currentText();
+    const auto list = tw::reports::LoadDeductions(run, con);
+    LstVwDd->clear();
+    selected_row = 0;
+    double total = 0;
+    for (const auto& d : list) {
+        ui::addListRow(LstVwDd, {QString::number(LstVwDd->topLevelItemCount() + 1), d.description,
+                                 tw::doubleText(d.quantity), d.unit, tw::doubleText(d.rate),
+                                 tw::doubleText(d.amount)});
+        total += d.amount;
+    }
+    Text7->setText(tw::doubleText(total));
+}
+
+void Frm_Reports::txtdedDec_textEdited() {
+    CmdAdToGrd->setEnabled(true);
+}
+
+void Frm_Reports::CmdAdToGrd_clicked() {
+    const QString details = tr("Details");
+    // A blank quantity or rate is no number either, so the blank checks after these never
+    // speak for those two; they stay in their place all the same.
+    if (!tw::strictNumber(txtdedQty->text()))
+        return ui::refuse(txtdedQty, tr("Fill in numbers only"), ui::Information, details);
+    if (!tw::strictNumber(txtdedRate->text()))
+        return ui::refuse(txtdedRate, tr("Fill in numbers only"), ui::Information, details);
+    if (txtdedDec->text().trimmed().isEmpty())
+        return ui::refuse(txtdedDec, tr("Please Fill Deductions Details"), ui::Information,
+                          details);
+    if (txtdedQty->text().trimmed().isEmpty())
+        return ui::refuse(txtdedQty, tr("Please Fill Quantity Details"), ui::Information, details);
+    if (txtdedRate->text().trimmed().isEmpty())
+        return ui::refuse(txtdedRate, tr("Please Fill Rate Details"), ui::Information, details);
+
+    const QString description = txtdedDec->text();
+    const QString amount = tw::doubleText(tw::leadingNumber(txtdedRate->text()) *
+                                          tw::leadingNumber(txtdedQty->text()));
+    // One row a description: typing a description again changes its row.
+    QTreeWidgetItem* row = nullptr;
+    for (int i = 0; i < LstVwDd->topLevelItemCount() && !row; ++i)
+        if (LstVwDd->topLevelItem(i)->text(dDescription) == description)
+            row = LstVwDd->topLevelItem(i);
+    if (!row)
+        row = ui::addListRow(
+            LstVwDd,
+            {QString::number(LstVwDd->topLevelItemCount() + 1), description, {}, {}, {}, {}});
+    row->setText(dQuantity, txtdedQty->text());
+    row->setText(dUnits, cmb_lbl->currentText());
+    row->setText(dRate, txtdedRate->text());
+    row->setText(dAmount, amount);
+    ui::fitColumns(LstVwDd);
+    Text7->setText(tw::doubleText(columnSum(LstVwDd, dAmount)));
+
+    txtdedDec->selectAll();
+    txtdedDec->setFocus();
+    txtdedQty->clear();
+    txtdedRate->clear();
+    if (LstVwDd->topLevelItemCount() > 0) {
+        CmdDlFmGrd->setEnabled(true);
+        Command5->setEnabled(true);
+    }
+    // A label typed here is offered for the next deduction; an empty one offers nothing.
+    if (!cmb_lbl->currentText().trimmed().isEmpty()) {
+        tw::Transaction tx(con);
+        tw::reports::LearnUnitLabel(con, cmb_lbl->currentText());
+        tx.commit();
+    }
+}
+
+void Frm_Reports::CmdDlFmGrd_clicked() {
+    if (LstVwDd->topLevelItemCount() == 0)
+        return;
+    // The stored deduction goes at once, whether or not the grid is saved afterwards.
+    if (const int current = ui::selectedRow(LstVwDd); current >= 0) {
+        tw::Transaction tx(con);
+        tw::reports::DeleteDeduction(run, con, LstVwDd->topLevelItem(current)->text(dDescription));
+        tx.commit();
+    }
+    if (selected_row == 0 || LstVwDd->topLevelItemCount() < selected_row)
+        return;
+    std::unique_ptr<QTreeWidgetItem> removed(LstVwDd->takeTopLevelItem(selected_row - 1));
+    const QString description = removed->text(dDescription);
+    // Until the next addition the total shown is that of the rates left in the grid.
+    const double rates = columnSum(LstVwDd, dRate);
+    selected_row = 0;
+    Text7->setText(tw::doubleText(rates));
+
+    // The summary of a bill's deductions forgets the removed one, in the first of its five
+    // places that holds it.
+    const auto summary =
+        con.find(QStringLiteral("dummy_ded_det"), QStringLiteral("tw_bill_num=?"), {run.bill});
+    if (!summary)
+        return;
+    tw::Values values{{summary->columnName(4), rates}};
+    for (int place = 5; place <= 17; place += 3) {
+        if (summary->text(place) == description) {
+            values.emplace_back(summary->columnName(place), QStringLiteral(" "));
+            values.emplace_back(summary->columnName(place + 1), 0);
+            values.emplace_back(summary->columnName(place + 2), 0);
+            break;
+        }
+    }
+    tw::Transaction tx(con);
+    con.update(QStringLiteral("dummy_ded_det"), summary->id(), values);
+    tx.commit();
+}
+
+void Frm_Reports::LstVwDd_itemClicked() {
+    selected_row = static_cast<qint16>(ui::selectedRow(LstVwDd) + 1);
+}
+
+void Frm_Reports::LstVwDd_itemDoubleClicked() {
+    const int row = ui::selectedRow(LstVwDd);
+    if (LstVwDd->topLevelItemCount() == 0 || row < 0)
+        return;
+    const QTreeWidgetItem* item = LstVwDd->topLevelItem(row);
+    txtdedDec->setText(item->text(dDescription));
+    txtdedQty->setText(item->text(dQuantity));
+    cmb_lbl->setEditText(item->text(dUnits));
+    txtdedRate->setText(item->text(dRate));
+}
+
+void Frm_Reports::Command5_clicked() {
+    // The hourglass stays on after a save of an empty grid, until the next action puts the
+    // pointer back: the user sees that nothing was written.
+    if (!hourglass_) {
+        QApplication::setOverrideCursor(Qt::WaitCursor);
+        hourglass_ = true;
+    }
+    if (LstVwDd->topLevelItemCount() == 0)
+        return;
+    // After a report the project list is cleared; the deductions stay with the project read
+    // at the bill's opening.
+    if (CmbdetCnum->currentIndex() >= 0)
+        run.projectName = CmbdetCnum->currentText();
+    if (const auto p = con.first(
+            QStringLiteral("select tw_contract_num from contractmaster where tw_contract_name=?"),
+            {run.projectName}))
+        run.contract_num = p->text(0);
+    run.bill = CmbBillnum->currentText();
+    std::vector<tw::reports::Deduction> list;
+    for (int i = 0; i < LstVwDd->topLevelItemCount(); ++i) {
+        const QTreeWidgetItem* item = LstVwDd->topLevelItem(i);
+        tw::reports::Deduction d;
+        d.description = item->text(dDescription);
+        d.quantity = tw::leadingNumber(item->text(dQuantity));
+        d.unit = item->text(dUnits);
+        d.rate = tw::leadingNumber(item->text(dRate));
+        list.push_back(d);
+    }
+    tw::reports::SaveDeductions(run, con, list);
+    restoreCursor();
+}
+
+void Frm_Reports::Command6_clicked() {
+    if (LstVwDd->topLevelItemCount() == 0) {
+        if (ui::MsgBox(tr("Do you want to Exit without any Data ? "), ui::YesNo | ui::Question) ==
+            ui::Answer::Yes) {
+            LstVwDd->clear();
+            Frame11->hide();
+            for (auto* f : {txtdedDec, txtdedQty, txtdedRate})
+                f->clear();
+        } else {
+            txtdedDec->setFocus();
+        }
+    }
+    CmdAdToGrd->setEnabled(false);
+    CmdDlFmGrd->setEnabled(false);
+}
+
+void Frm_Reports::restoreCursor() {
+    if (std::exchange(hourglass_, false))
+        QApplication::restoreOverrideCursor();
 }

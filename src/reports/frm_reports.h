@@ -14,6 +14,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QTreeWidget>
 
 class Frm_Reports : public ui::Screen {
     Q_OBJECT
@@ -45,6 +46,17 @@ public:
     QPushButton* Command15;
     // Deductions typed against a running bill.
     QGroupBox* Frame11;
+    QLineEdit* txtdedDec;
+    QLineEdit* txtdedQty;
+    QComboBox* cmb_lbl; // the unit label, picked or typed
+    QLineEdit* txtdedRate;
+    QPushButton* CmdAdToGrd;
+    QPushButton* CmdDlFmGrd;
+    QTreeWidget* LstVwDd;
+    QLineEdit* Text7; // the total of the grid
+    QPushButton* Command5;
+    QPushButton* Command6;
+    QLabel* Label3;
     // Viewing.
     ::RptView* RptView;
     QPushButton* Cmdrepexit;
@@ -59,12 +71,23 @@ public:
     void Command4_clicked(); // GenerateReport
     void Cmdrepexit_clicked();
     void Command1_clicked();
+    // The deductions entry of an abstract bill.
+    void txtdedDec_textEdited();
+    void CmdAdToGrd_clicked();
+    void CmdDlFmGrd_clicked();
+    void LstVwDd_itemClicked();
+    void LstVwDd_itemDoubleClicked();
+    void Command5_clicked();
+    void Command6_clicked();
 
     void FillProjects();
     void FillBillNumbers();
     void FillReinforcementBills();
     void GenerateReport();
     void ReportShow(const tw::reports::ReportType& type);
+    // The picked bill of an abstract bill: its deductions, and whether it is frozen.
+    void OpenBill();
+    void LoadDeductions();
 
     const tw::reports::ReportRun& reportRun() const { return run; }
 
@@ -74,5 +97,11 @@ private:
     void fillBills(const QString& table);
     void CheckSelections();
 
+    // Takes the hourglass off, if a save of the deductions left it on.
+    void restoreCursor();
+
     tw::reports::ReportRun run;
+    // The row of LstVwDd last clicked, counted from 1; 0 when none.
+    qint16 selected_row = 0;
+    bool hourglass_ = false;
 };

@@ -2,9 +2,13 @@
 
 #include "measurements/frm_dims.h"
 #include "measurements/frm_reinforcement.h"
+#include "payments/frm_payment.h"
 #include "projects/frm_proj.h"
 #include "projects/frm_schentry.h"
 #include "reports/frm_reports.h"
+#include "shell/frm_backup.h"
+#include "shell/frm_customize.h"
+#include "shell/frm_setup.h"
 #include "shell/tallyframe.h"
 
 // Every screen the frame can open, by the class name its menu entries and the board use.
@@ -15,4 +19,8 @@ void registerScreens() {
     f[QStringLiteral("frm_dims")] = [] { return new frm_dims; };
     f[QStringLiteral("Frm_Reinforcement")] = [] { return new Frm_Reinforcement; };
     f[QStringLiteral("Frm_Reports")] = [] { return new Frm_Reports; };
+    f[QStringLiteral("frm_payment")] = [] { return new frm_payment; };
+    f[QStringLiteral("frm_setup")] = [] { return new frm_setup; };
+    f[QStringLiteral("frm_backup")] = [] { return new frm_backup; };
+    f[QStringLiteral("Frm_Customize")] = [] { return new Frm_Customize; };
 }

@@ -182,6 +182,18 @@ void TallyFrame::openBoard() {
     addChild(new frm_ContractInfo);
 }
 
+QWidget* TallyFrame::openBackup() {
+    return openChild(QStringLiteral("frm_backup"));
+}
+
+QWidget* TallyFrame::openCustomize() {
+    return openChild(QStringLiteral("Frm_Customize"));
+}
+
+QWidget* TallyFrame::openSetup() {
+    return openChild(QStringLiteral("frm_setup"));
+}
+
 void TallyFrame::mnuexit_triggered() {
     QMdiSubWindow* sub = mdi->activeSubWindow();
     if (!sub)
@@ -193,9 +205,9 @@ void TallyFrame::mnuexit_triggered() {
 }
 
 void TallyFrame::mnuUsrGd_triggered() {
-    const QString guide = tw::AppFolder::file(QStringLiteral("docs/user-guide.html"));
-    if (!QFile::exists(guide))
-        throw tw::Error(tr("Cannot find the user guide %1").arg(guide));
+    const QString guide = tw::AppFolder::resource(QStringLiteral("docs/user-guide.html"));
+    if (guide.isEmpty())
+        throw tw::Error(tr("Cannot find the user guide docs/user-guide.html beside the program."));
     for (QMdiSubWindow* sub : mdi->subWindowList()) {
         if (sub->widget() && sub->widget()->objectName() == QLatin1String("UserGuide")) {
             mdi->setActiveSubWindow(sub);

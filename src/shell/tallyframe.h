@@ -30,6 +30,12 @@ public:
     // The board, unless it is up already.
     void openBoard();
 
+    // The screens no menu entry reaches (Set Up has its entry too): the frame still offers
+    // their operations.
+    QWidget* openBackup();
+    QWidget* openCustomize();
+    QWidget* openSetup();
+
     void mnuexit_triggered();
     void mnuUsrGd_triggered();
     void mnuAbtUs_triggered();

@@ -220,6 +220,12 @@ QString makeNow(const QDateTime& now) {
         throw Error(QStringLiteral("%1 cannot be made.").arg(native(folder())));
     QFile::setPermissions(folder(),
                           QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+    // A copy cut short (the program killed midway) never took a name; clear its remains once
+    // they are plainly not a copy in progress.
+    for (const QFileInfo& f :
+         QDir(folder()).entryInfoList({QStringLiteral("*.db.part")}, QDir::Files))
+        if (f.lastModified().secsTo(QDateTime::currentDateTime()) > 600)
+            QFile::remove(f.filePath());
     QDateTime when = now;
     while (QFileInfo::exists(nameFor(when)))
         when = when.addSecs(1);

@@ -9,6 +9,7 @@
 #include <QSqlError>
 #include <QSqlField>
 #include <QSqlQuery>
+#include <QStandardPaths>
 #include <QTextStream>
 
 #include <atomic>
@@ -27,10 +28,37 @@ QString& folderOverride() {
 }
 } // namespace
 
+QString AppFolder::choose(const QString& programDir, bool programDirWritable,
+                          const QString& userDataDir) {
+    return programDirWritable ? programDir : userDataDir;
+}
+
 QString AppFolder::path() {
     if (!folderOverride().isEmpty())
         return folderOverride();
-    return QCoreApplication::applicationDirPath();
+    static const QString chosen = [] {
+        const QString program = QCoreApplication::applicationDirPath();
+        const QString user =
+            QDir(QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation))
+                .filePath(QStringLiteral("Tallywright"));
+        const QString dir = choose(program, QFileInfo(program).isWritable(), user);
+        if (dir == user && !QFileInfo::exists(user) && QDir().mkpath(user))
+            QFile::setPermissions(user, QFileDevice::ReadOwner | QFileDevice::WriteOwner |
+                                            QFileDevice::ExeOwner);
+        return dir;
+    }();
+    return chosen;
+}
+
+QString AppFolder::resource(const QString& relative) {
+    const QDir program(QCoreApplication::applicationDirPath());
+    for (const QString& candidate :
+         {program.filePath(relative),
+          program.filePath(QStringLiteral("../share/tallywright/") + relative)}) {
+        if (QFileInfo::exists(candidate))
+            return QDir::cleanPath(candidate);
+    }
+    return {};
 }
 void AppFolder::set(const QString& dir) {
     folderOverride() = QDir(dir).absolutePath();

@@ -20,13 +20,22 @@
 
 namespace tw {
 
-// The folder of the running program. Only the CLI's --folder and tests set it.
+// The application folder: where Tallywright.db, twk.cfg, Tallywright.cfg and backups/ live.
+// It is the folder of the running program when that folder can be written (a build folder, a
+// copied folder); an installed copy that cannot write there keeps its data in the user's data
+// folder (~/.local/share/Tallywright), made owner-only. The CLI's --folder and tests set it.
 class AppFolder {
 public:
     static QString path();
     static void set(const QString& dir);
     static QString file(const QString& name); // path() + "/" + name
     static QString databasePath();            // the Tallywright.db there
+    // The rule itself: `programDir` when it can be written, else `userDataDir`.
+    static QString choose(const QString& programDir, bool programDirWritable,
+                          const QString& userDataDir);
+    // A file shipped with the program (layouts/..., docs/...): beside the program first, then
+    // in ../share/tallywright/ of an installed copy. Empty when neither holds it.
+    static QString resource(const QString& relative);
 };
 
 // One row of a result. Columns are found by name without regard to case, or by position:

@@ -102,6 +102,27 @@ void refuse(QWidget* field, const QString& text, int flags, const QString& title
     field->setFocus();
 }
 
+bool refuseBadEmail(QLineEdit* field) {
+    const QString email = field->text().trimmed();
+    if (email.isEmpty())
+        return false;
+    const QString upper = email.toUpper();
+    bool domain = false;
+    for (const char* fragment : {"COM", "ORG", "NET", "GOV", "EDU", "MIL", "AC.", "CO."})
+        domain = domain || upper.contains(QLatin1String(fragment));
+    if (!email.contains(u'@')) {
+        refuse(field, QObject::tr("Email id format is wrong, please retype the Email-id"),
+               Information, QObject::tr("Retype email id"));
+        return true;
+    }
+    if (!domain) {
+        refuse(field, QObject::tr("Please enter the correct domain"), Information,
+               QObject::tr("Enter correct domain"));
+        return true;
+    }
+    return false;
+}
+
 void beep() {
     QApplication::beep();
 }

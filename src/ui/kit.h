@@ -42,6 +42,11 @@ tw::Messenger& boxes();
 void refuse(QWidget* field, const QString& text, int flags = Information,
             const QString& title = {});
 
+// The e-mail check of the organisation and project screens: a filled address must hold "@" and
+// one of the domain words (COM, ORG, NET, GOV, EDU, MIL, AC., CO.). Refuses the field and gives
+// true when the address fails.
+bool refuseBadEmail(QLineEdit* field);
+
 // The system's beep before a warning.
 void beep();
 

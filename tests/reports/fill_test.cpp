@@ -212,9 +212,6 @@ TEST_F(Fill, AFailureShowsItsTextAndKeepsWhatWasWritten) {
         {"Contract / Schedule", "",
          "The category \"Masonry\" of item 1 is not in the list of categories in Feet.",
          "dummy_sch_report", 0},
-        {"Abstract Bill", "RA-1",
-         "The Abstract Bill comes with the running bill; it cannot be made yet.", "abstractbillrep",
-         0},
     };
     for (const auto& c : cases) {
         twtest::messages().clear();

@@ -100,8 +100,10 @@ TEST(Figures, MoneyQuantitiesLengthsAndWords) {
         {dimensionText(0, 0, true), ""},
         {barLengthText(10, 50, false), "10.50"},
         {amountInWords(12345678.5),
-         "Rupees One Crore Twenty Three Lakh Forty Five Thousand Six Hundred Seventy Eight and "
+         "Rupees One Crore Twenty-Three Lakh Forty-Five Thousand Six Hundred Seventy-Eight and "
          "Paise Fifty Only"},
+        {amountInWords(123456.78), "Rupees One Lakh Twenty-Three Thousand Four Hundred Fifty-Six "
+                                   "and Paise Seventy-Eight Only"},
         {amountInWords(1000000000), "Rupees One Hundred Crore Only"},
         {amountInWords(0.07), "Rupees Zero and Paise Seven Only"},
         {amountInWords(-15), "Rupees Minus Fifteen Only"},

@@ -3,6 +3,7 @@
 #include "store/store.h"
 #include "support/core_fixtures.h"
 
+#include <QCoreApplication>
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
@@ -264,6 +265,18 @@ TEST_F(StoreTest, MissingProjectTableIsMadeOnlyForTheThreeFamilies) {
     EXPECT_EQ(columnsOf(db(), QStringLiteral("17")),
               columnsOf(db(), QStringLiteral("Reinforcementmaster")));
     EXPECT_TRUE(columnsOf(db(), QStringLiteral("Bl_17")).isEmpty());
+}
+
+TEST(AppFolderRule, ProgramFolderWhenWritableElseTheUsersDataFolder) {
+    EXPECT_EQ(tw::AppFolder::choose("/opt/tw/bin", true, "/home/a/.local/share/Tallywright"),
+              QStringLiteral("/opt/tw/bin"));
+    EXPECT_EQ(tw::AppFolder::choose("/usr/bin", false, "/home/a/.local/share/Tallywright"),
+              QStringLiteral("/home/a/.local/share/Tallywright"));
+    // Files shipped with the program are found beside it whatever folder holds the data.
+    tw::AppFolder::set(QDir::tempPath());
+    EXPECT_TRUE(tw::AppFolder::resource(QStringLiteral("layouts/det_estimation.html"))
+                    .startsWith(QCoreApplication::applicationDirPath()));
+    EXPECT_EQ(tw::AppFolder::resource(QStringLiteral("layouts/no_such.html")), QString());
 }
 
 TEST(LoginConfig, FreeFormatInput) {

@@ -1,4 +1,5 @@
 #include "reports/fill/fill_support.h"
+#include "reports/fill/running_bill.h"
 
 #include <QFile>
 #include <QTextStream>
@@ -32,7 +33,7 @@ void readReportOrgName(ReportRun& run) {
 namespace {
 using Step = void (*)(ReportRun&, const ConClass&, Messenger&);
 
-std::vector<Step> stepsOf(const QString& caption) {
+std::vector<Step> stepsOf(const QString& caption, bool forPeriod) {
     if (caption == QLatin1String("Detailed Estimate") || caption == QLatin1String("Detailed Bill"))
         return {BuildEstimateRows};
     if (caption == QLatin1String("Abstract Estimate"))
@@ -45,18 +46,15 @@ std::vector<Step> stepsOf(const QString& caption) {
         return {BuildReinforcementReport};
     if (caption == QLatin1String("Contract / Schedule"))
         return {BuildScheduleReport};
+    if (caption == QLatin1String("Abstract Bill"))
+        return {BuildAbstractBill};
+    if (caption == QLatin1String("Bills Raised Report"))
+        return {forPeriod ? BuildBillsRaisedForPeriod : BuildBillsRaisedForProject};
     return {}; // "Project Info." shows the project's own record
 }
 } // namespace
 
 bool fill(const ReportType& type, ReportRun& run, const ConClass& con, Messenger& messages) {
-    if (type.caption == QLatin1String("Abstract Bill") ||
-        type.caption == QLatin1String("Bills Raised Report")) {
-        messages.say(QStringLiteral("The %1 comes with the running bill; it cannot be made yet.")
-                         .arg(type.caption),
-                     Information);
-        return false;
-    }
     if (run.ewp.isEmpty())
         run.ewp = QStringLiteral("0");
     if (run.wws.isEmpty())
@@ -64,7 +62,7 @@ bool fill(const ReportType& type, ReportRun& run, const ConClass& con, Messenger
     try {
         Transaction tx(con);
         try {
-            for (Step step : stepsOf(type.caption))
+            for (Step step : stepsOf(type.caption, run.forPeriod))
                 step(run, con, messages);
         } catch (const Error&) {
             // A run that stops midway leaves what it wrote.

@@ -54,7 +54,7 @@ QString belowHundred(int n) {
         return QString::fromLatin1(ones[n]);
     QString s = QString::fromLatin1(tens[n / 10]);
     if (n % 10)
-        s += u' ' + QString::fromLatin1(ones[n % 10]);
+        s += u'-' + QString::fromLatin1(ones[n % 10]);
     return s;
 }
 

@@ -1,5 +1,6 @@
 #include "reports/render/render.h"
 
+#include "reports/fill/fill_support.h"
 #include "reports/render/figures.h"
 #include "values/values.h"
 
@@ -7,6 +8,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QHash>
 #include <QMetaType>
 #include <QRegularExpression>
 #include <QSqlField>
@@ -14,6 +16,7 @@
 #include <kainjow/mustache.hpp>
 
 #include <algorithm>
+#include <optional>
 
 namespace tw::reports {
 namespace {
@@ -338,6 +341,116 @@ void addPlainRows(mu::data& ctx, const Rows& rows, const Columns& c) {
     ctx["rows"] = std::move(list);
 }
 
+// ---- the running bill --------------------------------------------------------------------
+
+// The abstract bill's lines in three lists: the items, the deductions and the tax line (the one
+// deduction line without a unit), and the figures a client pays by: this bill's gross amount,
+// less its deductions, less the tax, the net payable and its words.
+void addAbstractBill(mu::data& ctx, const Rows& rows, const Columns& c, const ReportRun& run) {
+    mu::data items{mu::data::type::list}, deductions{mu::data::type::list};
+    mu::data tds{mu::data::type::list};
+    double gross = 0, deducted = 0, tax = 0;
+    int item = 0, deduction = 0;
+    for (const Row& r : rows) {
+        mu::data o = rowObject(r, c);
+        const double now = figure(r.value(QStringLiteral("tw_now_amt")));
+        if (r.text(QStringLiteral("tw_dedn")) != QLatin1String("YES")) {
+            o["serial"] = mu::data(std::to_string(++item));
+            gross += now;
+            items.push_back(o);
+        } else if (r.isNull(QStringLiteral("tw_unit"))) {
+            tax += now;
+            tds.push_back(o);
+        } else {
+            o["serial"] = mu::data(std::to_string(++deduction));
+            deducted += now;
+            deductions.push_back(o);
+        }
+    }
+    ctx["items"] = std::move(items);
+    ctx["deductions"] = std::move(deductions);
+    ctx["has_deductions"] = mu::data(deduction > 0);
+    ctx["tds"] = std::move(tds);
+    mu::data bill;
+    putMoney(bill, "gross", gross);
+    putMoney(bill, "deductions", deducted);
+    putMoney(bill, "tax", tax);
+    putMoney(bill, "net", gross - deducted - tax);
+    ctx["figures"] = std::move(bill);
+    ctx["frozen"] = mu::data(run.frozen_flag);
+}
+
+// What a bill stands at: billed, less deductions and tax, less what was received and recovered.
+struct Standing {
+    double billed = 0, deductions = 0, tds = 0, received = 0, recoveries = 0;
+    void add(const Standing& s) {
+        billed += s.billed;
+        deductions += s.deductions;
+        tds += s.tds;
+        received += s.received;
+        recoveries += s.recoveries;
+    }
+    void put(mu::data& o) const {
+        putFigure(o, "billed", billed);
+        putFigure(o, "deductions", deductions);
+        putFigure(o, "tds", tds);
+        putFigure(o, "received", received);
+        putFigure(o, "recoveries", recoveries);
+        putMoney(o, "outstanding", billed - deductions - tds - received - recoveries);
+    }
+};
+
+// Each bill row with the payment rows beneath it and its standing, and the standing of all. A
+// bill's deductions come from its row in billsraised; the report's own rows do not carry them.
+void addBillsRaised(mu::data& ctx, const Rows& rows, const Columns& c, const ConClass& con) {
+    QHash<QString, double> deducted;
+    for (const Row& b : con.rows(QStringLiteral("select tw_contract_num, tw_bill_num, "
+                                                "tw_dedn_amount from billsraised"))) {
+        const QString key = nocaseKey(b.text(0)) + QChar(0) + nocaseKey(b.text(1));
+        if (!deducted.contains(key))
+            deducted.insert(key, b.number(2));
+    }
+    mu::data bills{mu::data::type::list};
+    Standing all;
+    std::optional<mu::data> bill;
+    mu::data payments{mu::data::type::list};
+    Standing standing;
+    int serial = 0;
+    const auto close = [&] {
+        if (!bill)
+            return;
+        (*bill)["payments"] = std::move(payments);
+        payments = mu::data{mu::data::type::list};
+        standing.put(*bill);
+        all.add(standing);
+        bills.push_back(*bill);
+        bill.reset();
+    };
+    for (const Row& r : rows) {
+        mu::data o = rowObject(r, c);
+        if (r.number(QStringLiteral("tw_pmnt")) == 0) {
+            close();
+            o["serial"] = mu::data(std::to_string(++serial));
+            standing = {};
+            standing.billed = r.number(QStringLiteral("tw_netamt"));
+            standing.tds = r.number(QStringLiteral("tw_tdsamt"));
+            standing.deductions =
+                deducted.value(nocaseKey(r.text(QStringLiteral("tw_contract_num"))) + QChar(0) +
+                               nocaseKey(r.text(QStringLiteral("tw_bill_num"))));
+            bill = std::move(o);
+        } else {
+            standing.received += r.number(QStringLiteral("tw_netamt"));
+            standing.recoveries += r.number(QStringLiteral("tw_recamt"));
+            payments.push_back(o);
+        }
+    }
+    close();
+    ctx["bills"] = std::move(bills);
+    mu::data total;
+    all.put(total);
+    ctx["all"] = std::move(total);
+}
+
 QString parameterText(const QVariant& v) {
     if (v.typeId() == QMetaType::QDate)
         return dateText(v.toDate());
@@ -370,11 +483,11 @@ QString layoutFile(const QString& name) {
     const QString here = QDir(layoutsIn(AppFolder::path())).filePath(fileName);
     if (QFileInfo::exists(here))
         return here;
-    // With --folder the data lies elsewhere, but the layouts still stand beside the program.
-    const QString beside =
-        QDir(layoutsIn(QCoreApplication::applicationDirPath())).filePath(fileName);
-    if (QFileInfo::exists(beside))
-        return beside;
+    // With --folder, or in an installed copy, the data lies elsewhere, but the layouts still
+    // stand beside the program or in its shared folder.
+    if (const QString shipped = AppFolder::resource(QStringLiteral("layouts/") + fileName);
+        !shipped.isEmpty())
+        return shipped;
     throw Error(
         QStringLiteral("The report layout %1 is missing.").arg(QDir::toNativeSeparators(here)));
 }
@@ -439,6 +552,10 @@ QString renderHtml(const ReportInput& in, const ConClass& con) {
         addEstimation(ctx, rows, columns, feet, uses(QStringLiteral("groups")));
     else if (table == QLatin1String("dummy_reinforcement_report"))
         addReinforcement(ctx, rows, columns, feet);
+    else if (table == QLatin1String("abstractbillrep"))
+        addAbstractBill(ctx, rows, columns, run);
+    else if (table == QLatin1String("billsraisedreport"))
+        addBillsRaised(ctx, rows, columns, con);
     else
         addPlainRows(ctx, rows, columns);
     Sums all(columns);
@@ -451,15 +568,12 @@ QString renderHtml(const ReportInput& in, const ConClass& con) {
     return QString::fromStdString(tmpl.render(ctx));
 }
 
-QString notYetAvailable(const ReportType& type) {
-    if (type.workingTable.compare(QLatin1String("abstractbillrep"), Qt::CaseInsensitive) == 0 ||
-        type.workingTable.compare(QLatin1String("billsraisedreport"), Qt::CaseInsensitive) == 0)
-        return QStringLiteral("The %1 comes with the running bill.").arg(type.caption);
-    return {};
-}
-
 QString renderHtml(const ReportType& type, const ReportRun& run, const ConClass& con) {
-    return renderHtml({type.layout, type.workingTable, parameters(type, run), &run}, con);
+    // The bills raised report of a period has a layout of its own.
+    const bool period = run.forPeriod && type.caption == QLatin1String("Bills Raised Report");
+    return renderHtml(
+        {period ? periodLayout() : type.layout, type.workingTable, parameters(type, run), &run},
+        con);
 }
 
 } // namespace tw::reports

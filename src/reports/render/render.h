@@ -24,6 +24,12 @@
 //                         figures (amount, electrical, plumbing, grand, each also _words)
 //   dummy_reinforcement_report  each row also: length (as entered), weight; diameters: the
 //                         bars, length and weight by diameter; total_weight
+//   abstractbillrep       items, deductions (each numbered as `serial`) and tds: the lines
+//                         of the bill by kind; figures: gross, deductions, tax and net (each
+//                         also _words); frozen: the bill is frozen; has_deductions
+//   billsraisedreport     bills: each bill row with its payments beneath and its standing
+//                         (billed, deductions, tds, received, recoveries, outstanding); all:
+//                         the standing of every bill together
 //   no working table      record: the project's own row, by the number in param1
 
 #include "reports/fill/report_run.h"
@@ -43,10 +49,6 @@ struct ReportInput {
     QVariantList parameters;
     const ReportRun* run = nullptr;
 };
-
-// Why a type of the catalogue cannot be made yet ("" when it can): the abstract bill and the
-// bills raised report come with the running bill.
-QString notYetAvailable(const ReportType& type);
 
 // Renders the layout over its working table. Throws tw::Error naming the file for a missing
 // layout or one that is not a valid template.

@@ -1,0 +1,72 @@
+#pragma once
+// The backup screen copies the file Talywright.db of the application folder to a chosen file,
+// and a chosen file back to Talywright.db. The live database, Tallywright.db, is never the one
+// written; the automatic backups (store/backup.h) are what protects it.
+
+#include "store/messages.h"
+#include "ui/screen.h"
+
+#include <QDateTime>
+#include <QLineEdit>
+#include <QPointer>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QTimer>
+
+class frm_changedir;
+
+// The file name both backup screens copy from and to.
+inline constexpr const char* shortName = "Talywright.db";
+
+class frm_backup : public ui::Screen {
+    Q_OBJECT
+public:
+    explicit frm_backup(QWidget* parent = nullptr);
+
+    void cmd_browse_backup_clicked();
+    void cmd_browse_restore_clicked();
+    void cmd_backup_clicked();
+    void cmd_restore_clicked();
+    void Timer_timeout();
+    void Command1_clicked();
+
+    // The picker last opened from this screen, while it is open.
+    frm_changedir* picker() const;
+    // Whether the bar's timer is enabled; it has no interval, so it never ticks.
+    bool timerOn() const { return timerOn_; }
+
+    QLineEdit* txt_destname;
+    QPushButton* cmd_browse_backup;
+    QPushButton* cmd_backup;
+    QLineEdit* txt_restore;
+    QPushButton* cmd_browse_restore;
+    QPushButton* cmd_restore;
+    QProgressBar* prog_save;
+    QTimer* Timer;
+    QPushButton* Command1;
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    void openPicker(bool forRestore);
+    // Shows the bar as the sign that a copy was made. The timer that would move it has no
+    // interval of its own, so the bar stands at its minimum.
+    void showProgress();
+
+    QPointer<frm_changedir> picker_;
+    QStringList look_;
+    int counter_ = 0;
+    bool timerOn_ = false;
+};
+
+// Copies `from` to `to`, replacing `to`. Throws tw::Error with the reason when it fails; `to` is
+// then as it was. A file copied onto itself is left alone.
+void copyReplacing(const QString& from, const QString& to);
+
+// The automatic backup at the first start of a day: made unless one of `now`'s day exists. A
+// failure is told once through `messenger`; the program goes on. Gives the new file, if any.
+QString dailyBackup(tw::Messenger& messenger, const QDateTime& now = QDateTime::currentDateTime());
+// The automatic backup when the program ends; a failure is only written to the error output,
+// since no window is left to show it.
+QString closingBackup(const QDateTime& now = QDateTime::currentDateTime());

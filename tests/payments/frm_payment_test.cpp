@@ -1,0 +1,263 @@
+#include "payments/frm_payment.h"
+
+#include "support/fixtures.h"
+
+#include <QApplication>
+#include <QDate>
+#include <QFocusEvent>
+#include <QTest>
+
+namespace {
+
+using twtest::messages;
+using Texts = std::vector<QString>;
+
+class FrmPaymentTest : public twtest::ScreenTest<frm_payment> {
+protected:
+    void SetUp() override {
+        ScreenTest::SetUp();
+        project("P1", "Tower");
+        project("P2", "Empty Plot");
+        bill("P1", "RA-1", 1000.125);
+        bill("P1", "RA-2", 0.375);
+    }
+    void project(const QString& num, const QString& name) {
+        db().insert("contractmaster", {{"tw_contract_num", num}, {"tw_contract_name", name}});
+    }
+    void bill(const QString& project, const QString& num, double amount) {
+        db().insert(
+            "billsraised",
+            {{"tw_contract_num", project}, {"tw_bill_num", num}, {"tw_bill_amount", amount}});
+    }
+    // Every field a save needs, filled.
+    void fill(const QString& receipt, const QString& amount = "100") {
+        screen->txt_amount->setText(amount);
+        screen->txt_tds->setText("2");
+        screen->txt_recoveries->setText("0");
+        screen->cmb_typofpmnt->setEditText("Cheque");
+        screen->txt_receiptno->setText(receipt);
+        screen->txt_chkno->setText("123456");
+        screen->txt_bank->setText("State Bank");
+        screen->txt_branch->setText("Camp");
+    }
+    void save() { click("cmd_save"); }
+    tw::Rows payments() { return db().keyed("payment_rec"); }
+    bool focused(QWidget* w) const {
+        const QWidget* got = screen->focusWidget();
+        return got && (got == w || w->isAncestorOf(got));
+    }
+};
+
+TEST_F(FrmPaymentTest, FirstBlankFieldOfASaveIsToldFocusedAndNothingIsWritten) {
+    auto& w = open();
+    struct Case {
+        QLineEdit* emptied; // nullptr: the type of payment
+        QString text;
+    } cases[] = {
+        {w.txt_amount, "Payment Amount is blank!!"},
+        {w.txt_tds, "TDS Amount is blank!!"},
+        {w.txt_recoveries, "Recoveries Amount is blank!!"},
+        {nullptr, "Type of Payment is blank!!"},
+        {w.txt_receiptno, "Receipt/Voucher number is blank!!"},
+        {w.txt_chkno, "Cheque/DD number is blank!!"},
+        {w.txt_bank, "Bank Name is blank!!"},
+        {w.txt_branch, "Branch name is blank!!"},
+    };
+    // Each case blanks its field and every field after it, so only the order of the checks
+    // decides which message comes.
+    for (std::size_t i = 0; i < std::size(cases); ++i) {
+        fill("R1");
+        for (std::size_t j = i; j < std::size(cases); ++j) {
+            if (cases[j].emptied)
+                cases[j].emptied->setText(j == i ? "   " : "");
+            else
+                w.cmb_typofpmnt->setEditText("");
+        }
+        messages().clear();
+        save();
+        ASSERT_EQ(messages().texts(), Texts{cases[i].text});
+        EXPECT_EQ(messages().shown[0].flags, ui::Information);
+        EXPECT_EQ(messages().shown[0].title, "Tallywright");
+        QWidget* expected =
+            cases[i].emptied ? static_cast<QWidget*>(cases[i].emptied) : w.cmb_typofpmnt;
+        EXPECT_TRUE(focused(expected)) << cases[i].text.toStdString();
+        EXPECT_TRUE(payments().empty());
+    }
+}
+
+TEST_F(FrmPaymentTest, AReceiptNumberIsUniqueWithinItsBillOnly) {
+    auto& w = open();
+    fill("V-7");
+    save();
+    fill("v-7", "50"); // the same number in another case is the same voucher
+    messages().clear();
+    save();
+    ASSERT_EQ(messages().texts(),
+              Texts{"Details are already exisiting. Enter another Receipt/Voucher Number"});
+    EXPECT_TRUE(focused(w.txt_receiptno));
+    EXPECT_EQ(payments().size(), 1u);
+
+    twtest::pick(w.Cmbpaybillno, "RA-2");
+    messages().clear();
+    save();
+    EXPECT_TRUE(messages().shown.empty());
+    const auto rows = payments();
+    ASSERT_EQ(rows.size(), 2u);
+    EXPECT_EQ(rows[1].text("tw_bill_num"), "RA-2");
+    EXPECT_EQ(rows[1].text("tw_recpt_num"), "v-7");
+}
+
+TEST_F(FrmPaymentTest, SaveReadsAmountsUpToASecondPointListsThemAndTotalsAmountsOnly) {
+    auto& w = open();
+    fill("R1", "1.2.3");
+    w.txt_tds->setText("12.5");
+    w.txt_recoveries->setText("7");
+    w.BillDate->setValue(QDate(2024, 3, 5));
+    save();
+    fill("R2", ".");
+    save();
+    fill("R3", "500.25");
+    save();
+    ASSERT_TRUE(messages().shown.empty());
+
+    const auto rows = payments();
+    ASSERT_EQ(rows.size(), 3u);
+    EXPECT_EQ(rows[0].number("tw_netamt"), 1.2);
+    EXPECT_EQ(rows[0].number("tw_tdsamt"), 12.5);
+    EXPECT_EQ(rows[0].number("tw_recamt"), 7);
+    EXPECT_EQ(rows[0].text("tw_recpt_date"), "05-03-2024");
+    EXPECT_EQ(rows[0].text("tw_contract_num"), "P1");
+    EXPECT_EQ(rows[0].text("tw_bill_num"), "RA-1");
+    EXPECT_EQ(rows[1].number("tw_netamt"), 0);
+
+    EXPECT_EQ(twtest::rowCells(w.pmntlist, 0),
+              (QStringList{"1", "R1", "05-03-2024", "1.2", "12.5", "7"}));
+    EXPECT_EQ(twtest::rowCells(w.pmntlist, 2).value(0), "3");
+    // 1.2 + 0 + 500.25: neither TDS nor recoveries are in the total.
+    EXPECT_EQ(w.txt_totamt->text(), "501.45");
+
+    // The payment's fields are empty and dated today again; the bill stays picked.
+    for (auto* f : {w.txt_receiptno, w.txt_amount, w.txt_tds, w.txt_recoveries, w.txt_chkno,
+                    w.txt_bank, w.txt_branch})
+        EXPECT_TRUE(f->text().isEmpty()) << f->objectName().toStdString();
+    EXPECT_TRUE(w.cmb_typofpmnt->currentText().isEmpty());
+    EXPECT_EQ(w.BillDate->value(), QDate::currentDate());
+    EXPECT_EQ(w.dt_chkdt->value(), QDate::currentDate());
+    EXPECT_EQ(w.CmbPayCno->currentText(), "Tower");
+    EXPECT_EQ(w.Cmbpaybillno->currentText(), "RA-1");
+
+    // Another bill shows its own payments, and none is a blank total.
+    twtest::pick(w.Cmbpaybillno, "RA-2");
+    EXPECT_EQ(w.pmntlist->topLevelItemCount(), 0);
+    EXPECT_TRUE(w.txt_totamt->text().isEmpty());
+}
+
+TEST_F(FrmPaymentTest, BillAmountIsRoundedHalfEvenAndAProjectWithoutBillsHasNone) {
+    auto& w = open();
+    // The screen fits a small laptop's display below a title bar, every field reachable by key.
+    EXPECT_LE(w.sizeHint().width(), 1366);
+    EXPECT_LE(w.sizeHint().height(), 738);
+    EXPECT_EQ(ui::duplicateAccessKeys(&w), QStringList());
+    EXPECT_EQ(w.BillDate->value(), QDate::currentDate());
+    EXPECT_FALSE(w.cmd_delete->isEnabled());
+    EXPECT_EQ(w.txt_bl_amount->text(), "1000.12"); // 1000.125 is a hair below the half
+    twtest::pick(w.Cmbpaybillno, "RA-2");
+    EXPECT_EQ(w.txt_bl_amount->text(), "0.38");
+
+    twtest::pick(w.CmbPayCno, "Empty Plot");
+    EXPECT_EQ(w.Cmbpaybillno->count(), 0);
+    EXPECT_TRUE(w.txt_bl_amount->text().isEmpty());
+    messages().clear();
+    QFocusEvent tabbedIn(QEvent::FocusIn, Qt::TabFocusReason);
+    QApplication::sendEvent(w.Cmbpaybillno, &tabbedIn);
+    EXPECT_EQ(messages().texts(), Texts{"No bills raised in this project"});
+    messages().clear();
+    QFocusEvent backFromBox(QEvent::FocusIn, Qt::ActiveWindowFocusReason);
+    QApplication::sendEvent(w.Cmbpaybillno, &backFromBox);
+    EXPECT_TRUE(messages().shown.empty());
+    QApplication::sendEvent(w.Cmbpaybillno, &tabbedIn);
+    EXPECT_EQ(messages().texts(), Texts{"No bills raised in this project"});
+    // A payment may still be written, against no bill.
+    fill("R1");
+    save();
+    ASSERT_EQ(payments().size(), 1u);
+    EXPECT_EQ(payments()[0].text("tw_contract_num"), "P2");
+    EXPECT_EQ(payments()[0].text("tw_bill_num"), "");
+}
+
+TEST_F(FrmPaymentTest, DeleteAsksThroughTheRealBoxAndDeletesOnlyOnYes) {
+    auto& w = open();
+    messages().clear();
+    w.cmd_delete->setEnabled(true);
+    click("cmd_delete");
+    EXPECT_EQ(messages().texts(), Texts{"There are no items to delete"});
+    fill("R1");
+    save();
+    fill("R2", "40");
+    save();
+    w.pmntlist->setCurrentItem(w.pmntlist->topLevelItem(0));
+    w.pmntlist->itemClicked(w.pmntlist->topLevelItem(0), 0);
+    ASSERT_TRUE(w.cmd_delete->isEnabled());
+
+    EXPECT_EQ(twtest::withRealBoxes({"&No"}, [&] { click("cmd_delete"); }),
+              QStringList{"You are Deleting : R1"});
+    EXPECT_EQ(payments().size(), 2u);
+    EXPECT_FALSE(w.cmd_delete->isEnabled());
+
+    w.pmntlist->setCurrentItem(w.pmntlist->topLevelItem(0));
+    w.pmntlist->itemClicked(w.pmntlist->topLevelItem(0), 0);
+    EXPECT_EQ(twtest::withRealBoxes({"&Yes"}, [&] { click("cmd_delete"); }),
+              QStringList{"You are Deleting : R1"});
+    const auto rows = payments();
+    ASSERT_EQ(rows.size(), 1u);
+    EXPECT_EQ(rows[0].text("tw_recpt_num"), "R2");
+    EXPECT_EQ(w.pmntlist->topLevelItemCount(), 1);
+    EXPECT_EQ(w.txt_totamt->text(), "40");
+    EXPECT_FALSE(w.cmd_delete->isEnabled());
+}
+
+TEST_F(FrmPaymentTest, TypedTextIsStoredAsTypedAndALongTypeIsToldButKept) {
+    auto& w = open();
+    QTest::keyClicks(w.txt_amount, "1a.2.3-");
+    EXPECT_EQ(w.txt_amount->text(), "1.2.3"); // a second point passes, letters do not
+
+    messages().clear();
+    w.cmb_typofpmnt->setEditText("Demand draft from HO"); // 20 characters
+    EXPECT_TRUE(messages().shown.empty());
+    w.cmb_typofpmnt->setEditText("Demand draft from HO!");
+    EXPECT_EQ(messages().texts(), Texts{"Type of Payment can not be more than 20 characters"});
+    EXPECT_EQ(w.cmb_typofpmnt->currentText(), "Demand draft from HO!");
+    fill("R9");
+    w.cmb_typofpmnt->setEditText("Demand draft from HO!");
+    messages().clear();
+    save(); // the store keeps 20 characters: a longer type is refused, not cut
+    EXPECT_EQ(messages().texts(), Texts{"Type of Payment can not be more than 20 characters"});
+    EXPECT_TRUE(payments().empty());
+
+    const QString receipt = "O'Neil \"7\"";
+    const QString bank = QString::fromUtf8("भारतीय स्टेट बैंक");
+    const QString branch = QString(50, QChar(u'ß'));
+    fill(receipt);
+    w.txt_bank->setText(bank);
+    w.txt_branch->setText(branch);
+    w.cmb_typofpmnt->setEditText("Chèque");
+    messages().clear();
+    save();
+    ASSERT_TRUE(messages().shown.empty());
+    const auto rows = payments();
+    ASSERT_EQ(rows.size(), 1u);
+    EXPECT_EQ(rows[0].text("tw_recpt_num"), receipt);
+    EXPECT_EQ(rows[0].text("tw_bank_name"), bank);
+    EXPECT_EQ(rows[0].text("tw_branch_name"), branch);
+    EXPECT_EQ(twtest::rowCells(w.pmntlist, 0).value(1), receipt);
+    fill(receipt);
+    save();
+    EXPECT_EQ(messages().texts(),
+              Texts{"Details are already exisiting. Enter another Receipt/Voucher Number"});
+
+    // The type typed once is offered the next time the screen opens.
+    auto& again = open();
+    EXPECT_EQ(again.cmb_typofpmnt->findText("Chèque"), 0);
+}
+
+} // namespace

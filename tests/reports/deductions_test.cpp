@@ -1,0 +1,193 @@
+#include "reports/frm_reports.h"
+
+#include "support/fixtures.h"
+
+#include <QApplication>
+#include <QTest>
+
+namespace {
+
+using twtest::messages;
+using Texts = std::vector<QString>;
+
+class Deductions : public twtest::ScreenTest<Frm_Reports> {
+protected:
+    void SetUp() override {
+        ScreenTest::SetUp();
+        db().insert(
+            "ContractMaster",
+            {{"tw_contract_num", "HV-1"}, {"tw_contract_name", "Hill View"}, {"tw_units", "Feet"}});
+        for (const char* bill : {"RA-1", "RA-2"})
+            db().insert("BillMaster", {{"tw_contract_num", "HV-1"},
+                                       {"tw_bill_num", bill},
+                                       {"tw_sch_num", "1.1"},
+                                       {"tw_cal_Area", 7},
+                                       {"tw_deduction", 0},
+                                       {"tw_quantity", 1}});
+    }
+    void deduction(const char* desc, double qty, double rate) {
+        db().insert("absbl_dedns", {{"tw_cont_num", "HV-1"},
+                                    {"tw_bill_num", "RA-1"},
+                                    {"tw_item_desc", desc},
+                                    {"tw_qty", qty},
+                                    {"tw_rate", rate},
+                                    {"tw_amount", qty * rate}});
+    }
+    // The abstract bill of RA-1 picked, which opens its deductions.
+    Frm_Reports& openBill(const char* bill = "RA-1") {
+        if (!screen) {
+            open();
+            screen->activateWindow();
+            EXPECT_TRUE(QTest::qWaitForWindowActive(screen.get()));
+        }
+        twtest::pick(screen->TypeofReport, "Abstract Bill");
+        twtest::pick(screen->CmbdetCnum, "Hill View");
+        twtest::pick(screen->CmbBillnum, bill);
+        return *screen;
+    }
+    void add(const QString& desc, const QString& qty, const QString& rate,
+             const QString& unit = {}) {
+        screen->txtdedDec->setText(desc);
+        screen->txtdedQty->setText(qty);
+        screen->txtdedRate->setText(rate);
+        screen->cmb_lbl->setEditText(unit);
+        click("CmdAdToGrd");
+    }
+    tw::Rows stored() { return db().keyed("absbl_dedns"); }
+    QStringList column(int c) const {
+        QStringList out;
+        for (int i = 0; i < screen->LstVwDd->topLevelItemCount(); ++i)
+            out << screen->LstVwDd->topLevelItem(i)->text(c);
+        return out;
+    }
+};
+
+TEST_F(Deductions, ChecksComeInOrderAndTheSameDescriptionChangesItsOneRow) {
+    auto& w = openBill();
+    EXPECT_TRUE(w.Frame11->isVisibleTo(&w));
+    EXPECT_FALSE(w.Label3->isVisibleTo(&w));
+    EXPECT_TRUE(twtest::hasFocus(w.txtdedDec));
+    EXPECT_LE(w.minimumSizeHint().height(), 738);
+    EXPECT_EQ(ui::duplicateAccessKeys(&w), QStringList());
+    const struct {
+        QString desc, qty, rate, text;
+        QWidget* focus;
+    } cases[] = {
+        {"", "x", "", "Fill in numbers only", w.txtdedQty},
+        {"", "", "5", "Fill in numbers only", w.txtdedQty}, // a blank is no number
+        {"", "2", "5a", "Fill in numbers only", w.txtdedRate},
+        {"  ", "2", "5", "Please Fill Deductions Details", w.txtdedDec},
+    };
+    for (const auto& c : cases) {
+        messages().clear();
+        add(c.desc, c.qty, c.rate);
+        ASSERT_EQ(messages().texts(), Texts{c.text});
+        EXPECT_EQ(messages().shown[0].title, "Details");
+        EXPECT_TRUE(twtest::hasFocus(c.focus)) << c.text.toStdString();
+        EXPECT_EQ(w.LstVwDd->topLevelItemCount(), 0);
+    }
+    messages().clear();
+    add("Water", "2", "50", "Trips");
+    add("Cement", "1", "300");
+    add("Water", "3", "50", "Trips");
+    EXPECT_TRUE(messages().shown.empty());
+    EXPECT_EQ(column(1), (QStringList{"Water", "Cement"}));
+    EXPECT_EQ(column(5), (QStringList{"150", "300"}));
+    EXPECT_EQ(w.Text7->text(), "450");
+    EXPECT_TRUE(w.txtdedQty->text().isEmpty());
+    // The grid is not the store until it is saved; the typed label is learnt at once.
+    EXPECT_TRUE(stored().empty());
+    EXPECT_EQ(db().keyed("unitlbls", "tw_unit_lbl=?", {"Trips"}).size(), 1u);
+
+    click("Command5");
+    const auto rows = stored();
+    ASSERT_EQ(rows.size(), 2u);
+    EXPECT_EQ(rows[0].text("tw_item_desc"), "Water");
+    EXPECT_EQ(rows[0].number("tw_amount"), 150);
+    EXPECT_EQ(rows[0].text("tw_lbl"), "Trips");
+    EXPECT_EQ(QApplication::overrideCursor(), nullptr);
+
+    // Opening the bill again shows what was saved, and the label is offered.
+    openBill();
+    EXPECT_EQ(column(1), (QStringList{"Water", "Cement"}));
+    EXPECT_EQ(w.Text7->text(), "450");
+    EXPECT_GE(w.cmb_lbl->findText("Trips"), 0);
+}
+
+TEST_F(Deductions, DeleteTakesTheStoredRowAtOnceAndShowsTheTotalOfRates) {
+    deduction("Water", 2, 50);
+    deduction("Cement", 2, 300);
+    auto& w = openBill();
+    EXPECT_EQ(w.Text7->text(), "700");
+    w.LstVwDd->setCurrentItem(w.LstVwDd->topLevelItem(0));
+    w.LstVwDd->itemClicked(w.LstVwDd->topLevelItem(0), 0);
+    click("CmdDlFmGrd");
+    EXPECT_EQ(column(1), QStringList{"Cement"});
+    EXPECT_EQ(w.Text7->text(), "300"); // the rate left, not its amount of 600
+    auto rows = stored();
+    ASSERT_EQ(rows.size(), 1u);
+    EXPECT_EQ(rows[0].text("tw_item_desc"), "Cement");
+
+    // Deleting again without a click takes the stored row of the selected line but leaves the
+    // line itself in the grid.
+    w.LstVwDd->setCurrentItem(w.LstVwDd->topLevelItem(0));
+    click("CmdDlFmGrd");
+    EXPECT_TRUE(stored().empty());
+    EXPECT_EQ(column(1), QStringList{"Cement"});
+
+    // A double click brings a line back into the fields for a change.
+    w.LstVwDd->itemDoubleClicked(w.LstVwDd->topLevelItem(0), 0);
+    EXPECT_EQ(w.txtdedDec->text(), "Cement");
+    EXPECT_EQ(w.txtdedQty->text(), "2");
+    EXPECT_EQ(w.txtdedRate->text(), "300");
+}
+
+TEST_F(Deductions, SavingAnEmptyGridWritesNothingAndLeavesTheHourglass) {
+    openBill();
+    click("Command5");
+    ASSERT_NE(QApplication::overrideCursor(), nullptr);
+    EXPECT_EQ(QApplication::overrideCursor()->shape(), Qt::WaitCursor);
+    EXPECT_TRUE(stored().empty());
+    // The next Generate puts the pointer back.
+    click("Command4");
+    EXPECT_EQ(QApplication::overrideCursor(), nullptr);
+}
+
+TEST_F(Deductions, LeavingAnOpenBillAsksToFreezeItAndAFrozenBillIsNotAsked) {
+    db().insert("billsraised", {{"tw_contract_num", "HV-1"},
+                                {"tw_bill_num", "RA-1"},
+                                {"tw_bill_amount", 175},
+                                {"tw_froze", 0}});
+    db().insert("abstractbillrep", {{"tw_schno", "1.1"}, {"tw_now_qty", 7}, {"tw_now_amt", 175}});
+    auto& w = openBill();
+    EXPECT_TRUE(w.Command5->isEnabled());
+
+    messages().clear();
+    messages().answers = {tw::Answer::No};
+    w.Cmdrepexit_clicked();
+    EXPECT_EQ(messages().texts(), Texts{"Do you wish to freeze this bill? "});
+    EXPECT_EQ(messages().shown[0].title, "Tallywright");
+    EXPECT_EQ(db().keyed("billsraised")[0].number("tw_froze"), 0);
+    EXPECT_TRUE(db().keyed("abstractbills").empty());
+
+    openBill();
+    messages().clear();
+    w.Cmdrepexit_clicked(); // answered Yes
+    EXPECT_EQ(messages().texts(), Texts{"Do you wish to freeze this bill? "});
+    EXPECT_EQ(db().keyed("billsraised")[0].number("tw_froze"), 1);
+    const auto copies = db().keyed("abstractbills");
+    ASSERT_EQ(copies.size(), 1u);
+    EXPECT_EQ(copies[0].text("tw_bill_num"), "RA-1");
+    EXPECT_EQ(copies[0].text("tw_contract_num"), "HV-1");
+    EXPECT_EQ(copies[0].number("tw_now_amt"), 175);
+
+    openBill();
+    EXPECT_TRUE(w.Label3->isVisibleTo(&w));
+    EXPECT_FALSE(w.Command5->isEnabled());
+    messages().clear();
+    w.Cmdrepexit_clicked();
+    EXPECT_TRUE(messages().shown.empty());
+    EXPECT_EQ(db().keyed("abstractbills").size(), 1u);
+}
+
+} // namespace

@@ -1,0 +1,354 @@
+#include "shell/frm_backup.h"
+#include "shell/frm_changedir.h"
+#include "shell/frm_customize.h"
+#include "shell/frm_setup.h"
+#include "shell/lookfile.h"
+#include "shell/tallyframe.h"
+#include "store/backup.h"
+#include "support/fixtures.h"
+
+#include <QAction>
+#include <QDir>
+#include <QFile>
+#include <QMenuBar>
+#include <QTest>
+
+using twtest::messages;
+
+namespace {
+void put(const QString& path, const QByteArray& bytes) {
+    QFile f(path);
+    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+    f.write(bytes);
+}
+QByteArray got(const QString& path) {
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("<missing>");
+}
+const QByteArray orgLines = "Company Name=Sharma Builders\nAddress1=12 Ring Road\nAddress2=Ward 4\n"
+                            "City=Pune\nPin=411001\nEmail=a@b.com\nURL=www.sb.in\nPhone1=020-5\n"
+                            "Phone2=+91 20\nMobile=98220\nFax=021\nCEOName=R Sharma\n";
+const QByteArray lookLines = "BackColor=255\nForeColor=65280\nTextColor=16711680\n"
+                             "TextForeColor=0\nCommandButton=255\nBold=True\nItalic=False\n"
+                             "Underline=False\nStrike=True\nFont=Sans\nSize=10\n";
+} // namespace
+
+class SetupTest : public twtest::ScreenTest<frm_setup> {
+protected:
+    QString cfg() const { return folder() + QStringLiteral("/Tallywright.cfg"); }
+};
+
+TEST_F(SetupTest, LoadsByPositionWhateverTheKeysSayAndAShortFileIsAnErrorNotAnEnd) {
+    const struct {
+        QByteArray file;
+        const char* name; // txtnameoforg after the load
+        const char* ceo;
+        int errors;
+    } cases[] = {
+        {orgLines + lookLines, "Sharma Builders", "R Sharma", 0},
+        // The keys are not read: line 1 gives what stands from character 14 on.
+        {QByteArray("XXXXXXXXXXXXXAcme\n") + orgLines.mid(orgLines.indexOf('\n') + 1), "Acme",
+         "R Sharma", 0},
+        {orgLines.left(orgLines.indexOf("Fax=")), "Sharma Builders", "", 1},
+        {QByteArray("Company Name=Acme\nAdd\n"), "Acme", "", 1},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        put(cfg(), c.file);
+        messages().clear();
+        open();
+        EXPECT_EQ(screen->txtnameoforg->text(), QString::fromLatin1(c.name));
+        EXPECT_EQ(screen->txtceo->text(), QString::fromLatin1(c.ceo));
+        ASSERT_EQ(int(messages().shown.size()), c.errors);
+        if (c.errors) {
+            EXPECT_EQ(messages().shown[0].flags & ui::Critical, ui::Critical);
+        }
+        EXPECT_TRUE(screen->CmdSave->isEnabled());
+    }
+}
+
+TEST_F(SetupTest, SaveChecksInOrderThenRewritesTheFileWithTheLookReset) {
+    const struct {
+        const char *name, *email;
+        const char* shown; // text|title|focus
+    } cases[] = {
+        {"  ", "x", "Name of organization can not be blank|Tallywright|txtnameoforg"},
+        {"Acme", "acme.com",
+         "Email id format is wrong, please retype the Email-id|Retype email "
+         "id|txtemail"},
+        {"Acme", "a@b.xyz", "Please enter the correct domain|Enter correct domain|txtemail"},
+        {"Acme", "", "Saved to configuration file|Information|"},
+        {" Acme ", "a@b.co.in", "Saved to configuration file|Information|"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.shown);
+        put(cfg(), orgLines + lookLines);
+        open();
+        messages().clear();
+        screen->txtnameoforg->setText(QString::fromLatin1(c.name));
+        screen->txtemail->setText(QString::fromLatin1(c.email));
+        screen->txtfax->clear();
+        screen->CmdSave_clicked();
+        ASSERT_EQ(messages().shown.size(), 1u);
+        const auto& m = messages().shown[0];
+        QWidget* focus = screen->focusWidget();
+        const bool saved = QString::fromLatin1(c.shown).startsWith(QLatin1String("Saved"));
+        EXPECT_EQ(m.text + u'|' + m.title + u'|' +
+                      (saved || !focus ? QString() : focus->objectName()),
+                  QString::fromLatin1(c.shown));
+        if (!saved) {
+            EXPECT_EQ(got(cfg()), orgLines + lookLines);
+            continue;
+        }
+        QByteArray want = orgLines;
+        want.replace("Company Name=Sharma Builders", "Company Name=Acme");
+        want.replace("Email=a@b.com", "Email=" + QByteArray(c.email));
+        want.replace("Fax=021", "Fax=");
+        EXPECT_EQ(got(cfg()), want + "BackColor=\nForeColor=\nTextColor=\nTextForeColor=\n"
+                                     "CommandButton=\nBold=False\nItalic=False\n"
+                                     "Underline=False\nStrike=False\nFont=MS Sans Serif\n"
+                                     "Size=8\n");
+    }
+}
+
+TEST_F(SetupTest, WithNoFileTheScreenStartsEmptyAndSaveMakesItWithBareLookKeys) {
+    open();
+    EXPECT_TRUE(screen->txtnameoforg->text().isEmpty());
+    screen->txtnameoforg->setText(QStringLiteral("Acme"));
+    screen->CmdSave_clicked();
+    QByteArray want = "Company Name=Acme\n";
+    for (const QString& k : look::allKeys().mid(1))
+        want += k.toLatin1() + '\n';
+    EXPECT_EQ(got(cfg()), want);
+}
+
+TEST_F(SetupTest, NumberFieldsTakeTheirCharactersOnlyAndDropBackspace) {
+    open();
+    QTest::keyClicks(screen->txtpin, QStringLiteral("41a 1"));
+    QTest::keyClick(screen->txtpin, Qt::Key_Backspace);
+    EXPECT_EQ(screen->txtpin->text(), QStringLiteral("41 1"));
+    QTest::keyClicks(screen->txtmobile, QStringLiteral("+91-98x"));
+    EXPECT_EQ(screen->txtmobile->text(), QStringLiteral("+91-98"));
+    QTest::keyClicks(screen->txtcity, QStringLiteral("Pune"));
+    QTest::keyClick(screen->txtcity, Qt::Key_Backspace);
+    EXPECT_EQ(screen->txtcity->text(), QStringLiteral("Pun"));
+}
+
+class CustomizeTest : public twtest::ScreenTest<Frm_Customize> {
+protected:
+    QString cfg() const { return folder() + QStringLiteral("/Tallywright.cfg"); }
+};
+
+TEST_F(CustomizeTest, ReturnParameterTakesTheFirstLineHoldingTheKeyInAnyCase) {
+    put(cfg(), "textforecolor= 7 \nForeColor=9\nsize=11\n");
+    const struct {
+        const char *key, *want;
+    } cases[] = {{"ForeColor=", "7"}, {"TextForeColor=", "7"}, {"Size=", "11"}, {"Font=", ""}};
+    for (const auto& c : cases) {
+        QString field = QStringLiteral("kept");
+        EXPECT_EQ(look::returnparameter(QString::fromLatin1(c.key), field),
+                  QString::fromLatin1(c.want))
+            << c.key;
+        EXPECT_EQ(field, *c.want ? QString::fromLatin1(c.want) : QStringLiteral("kept"));
+    }
+}
+
+TEST_F(CustomizeTest, ApplyWritesTheLoadedValuesBackWithDefaultsFilledIn) {
+    const struct {
+        QByteArray file, look;
+    } cases[] = {
+        {orgLines, "BackColor=2147483663\nForeColor=2147483662\nTextColor=2147483653\n"
+                   "TextForeColor=0\nCommandButton=16711680\nBold=False\nItalic=False\n"
+                   "Underline=False\nStrike=False\nFont=MS Sans Serif\nSize=8\n"},
+        {orgLines + lookLines, lookLines},
+        {orgLines + QByteArray(lookLines).replace("Size=10", "Size=0"),
+         QByteArray(lookLines).replace("Size=10", "Size=8")},
+    };
+    for (const auto& c : cases) {
+        put(cfg(), c.file);
+        open();
+        screen->cmd_apply_clicked();
+        EXPECT_EQ(got(cfg()), orgLines + c.look);
+    }
+}
+
+TEST_F(CustomizeTest, ColoursKeepTheirByteOrderAndFontSizeTwelveIsRefused) {
+    put(cfg(), orgLines);
+    open();
+    screen->pickColour = [](const QColor&) { return std::optional<QColor>(QColor(1, 2, 3)); };
+    screen->Cmd_Tabs_backcolor_clicked();
+    EXPECT_EQ(screen->value(QStringLiteral("BackColor=")), QStringLiteral("197121"));
+    EXPECT_EQ(screen->lblAmount->palette().color(QPalette::Window), QColor(1, 2, 3));
+    EXPECT_EQ(screen->cmd_apply->palette().color(QPalette::Button), QColor(0, 0, 255));
+    EXPECT_EQ(look::toColor(2147483663LL, QPalette()), QPalette().color(QPalette::Button));
+
+    for (int size : {11, 12}) {
+        SCOPED_TRACE(size);
+        messages().clear();
+        screen->pickFont = [size](const QFont&) {
+            QFont f(QStringLiteral("Serif"));
+            f.setPointSize(size);
+            f.setBold(true);
+            return std::optional<QFont>(f);
+        };
+        screen->cmdFont_clicked();
+        EXPECT_EQ(screen->value(QStringLiteral("Size=")), QStringLiteral("11"));
+        EXPECT_EQ(screen->value(QStringLiteral("Bold=")), QStringLiteral("True"));
+        EXPECT_EQ(messages().texts(),
+                  size == 12 ? std::vector<QString>{QStringLiteral("Maximum Font size selectable "
+                                                                   "is 11")}
+                             : std::vector<QString>{});
+    }
+    EXPECT_EQ(screen->lblDescription->font().pointSize(), 11);
+}
+
+class BackupTest : public twtest::ScreenTest<frm_backup> {
+protected:
+    QString shortFile() const { return folder() + QStringLiteral("/Talywright.db"); }
+    QString live() const { return folder() + QStringLiteral("/Tallywright.db"); }
+};
+
+TEST_F(BackupTest, BackupCopiesTheShortNamedFileOverwritingWithoutAQuestion) {
+    open();
+    const QString dest = folder() + QStringLiteral("/copy.db");
+    put(dest, "old");
+    screen->cmd_backup_clicked();
+    EXPECT_EQ(messages().texts(), std::vector<QString>{QStringLiteral("Slect destination file")});
+    // No short-named file: a message box, and the program and the destination go on.
+    messages().clear();
+    screen->txt_destname->setText(dest);
+    EXPECT_FALSE(ui::guard([&] { screen->cmd_backup_clicked(); }));
+    EXPECT_EQ(got(dest), "old");
+    put(shortFile(), "short");
+    // Never a file copy over the open database.
+    const QByteArray live = got(folder() + QStringLiteral("/Tallywright.db"));
+    screen->txt_destname->setText(folder() + QStringLiteral("/Tallywright.db"));
+    EXPECT_FALSE(ui::guard([&] { screen->cmd_backup_clicked(); }));
+    EXPECT_EQ(got(folder() + QStringLiteral("/Tallywright.db")), live);
+    screen->txt_destname->setText(dest);
+    const QStringList shown = twtest::withRealBoxes({}, [&] { screen->cmd_backup->click(); });
+    EXPECT_TRUE(shown.isEmpty());
+    EXPECT_EQ(got(dest), "short");
+    EXPECT_TRUE(screen->txt_destname->text().isEmpty());
+    EXPECT_TRUE(screen->prog_save->isVisible());
+    EXPECT_EQ(screen->prog_save->value(), screen->prog_save->minimum());
+}
+
+TEST_F(BackupTest, RestoreWritesTheShortNameBesideTheLiveDatabaseAndNeverOverIt) {
+    open();
+    const QByteArray before = got(live());
+    const QString source = folder() + QStringLiteral("/from.db");
+    put(source, "saved");
+    for (const QString& path : {source, live(), folder() + QStringLiteral("/missing.db")}) {
+        SCOPED_TRACE(path.toStdString());
+        messages().clear();
+        screen->txt_restore->setText(path);
+        screen->cmd_restore_clicked();
+        EXPECT_EQ(got(live()), before);
+        EXPECT_TRUE(screen->txt_restore->text().isEmpty());
+        EXPECT_EQ(screen->focusWidget(), screen->txt_restore);
+        EXPECT_EQ(messages().shown.size(), path.endsWith(QLatin1String("missing.db")) ? 1u : 0u);
+    }
+    EXPECT_EQ(got(shortFile()), before); // the last good restore was of the live file
+    const QStringList shown =
+        twtest::withRealBoxes({QStringLiteral("OK")}, [&] { screen->cmd_restore->click(); });
+    EXPECT_EQ(shown, QStringList{QStringLiteral("Select Restore File")});
+}
+
+TEST_F(BackupTest, ALongRestorePathWarnsOnEachKeyAndIsNotCut) {
+    open();
+    const QString path = QStringLiteral("/") + QString(54, u'a');
+    screen->txt_restore->setText(path);
+    QTest::keyClick(screen->txt_restore, Qt::Key_B);
+    EXPECT_EQ(messages().shown.size(), 0u); // 56 characters only now
+    QTest::keyClick(screen->txt_restore, Qt::Key_C);
+    QTest::keyClick(screen->txt_restore, Qt::Key_D);
+    EXPECT_EQ(messages().texts(),
+              std::vector<QString>(2, QStringLiteral("Maximum Allowed Characters are 55 Only")));
+    EXPECT_EQ(messages().shown[0].title, QStringLiteral("File Name"));
+    EXPECT_EQ(screen->txt_restore->text(), path + u'b');
+}
+
+TEST_F(BackupTest, ThePickerGivesTheShortNameAndItsCancelEmptiesTheBackupField) {
+    open();
+    const QString sub = folder() + QStringLiteral("/data");
+    QDir().mkpath(sub);
+    put(sub + QStringLiteral("/other.xls"), "x");
+    const QString want = sub + QStringLiteral("/Talywright.db");
+
+    screen->cmd_browse_backup_clicked();
+    frm_changedir* picker = screen->picker();
+    ASSERT_NE(picker, nullptr);
+    EXPECT_FALSE(picker->File1->isVisibleTo(picker));
+    picker->setFolder(QStringLiteral("/"));
+    EXPECT_EQ(picker->txt_destname->text(), QStringLiteral("/Talywright.db"));
+    picker->setFolder(sub);
+    EXPECT_EQ(picker->txt_destname->text(), want);
+    picker->cmd_ok_clicked();
+    EXPECT_EQ(screen->txt_destname->text(), want);
+
+    screen->txt_restore->setText(QStringLiteral("kept"));
+    screen->cmd_browse_restore_clicked();
+    picker = screen->picker();
+    picker->setFolder(sub);
+    ASSERT_EQ(picker->File1->count(), 1);
+    picker->txt_destname->clear();
+    messages().clear();
+    picker->cmd_ok_clicked();
+    EXPECT_EQ(messages().texts(),
+              std::vector<QString>{QStringLiteral("select the Destination Path")});
+    picker->File1->setCurrentRow(0);
+    picker->File1_itemClicked();
+    EXPECT_EQ(picker->txt_destname->text(), want);
+    picker->cmd_cancel_clicked();
+    EXPECT_EQ(screen->txt_restore->text(), QStringLiteral("kept"));
+    EXPECT_TRUE(screen->txt_destname->text().isEmpty());
+}
+
+class AutoBackupTest : public twtest::AppFolderTest {};
+
+TEST_F(AutoBackupTest, OneADayAtStartEveryEndAndAFailureToldOnceWithoutStopping) {
+    const QDateTime morning(QDate(2026, 3, 2), QTime(9, 0));
+    const QString first = dailyBackup(twtest::scripted(), morning);
+    ASSERT_FALSE(first.isEmpty());
+    EXPECT_EQ(tw::backup::check(first), QStringLiteral("ok"));
+    EXPECT_TRUE(dailyBackup(twtest::scripted(), morning.addSecs(3600)).isEmpty());
+    EXPECT_FALSE(closingBackup(morning.addSecs(7200)).isEmpty());
+    EXPECT_EQ(tw::backup::list().size(), 2u);
+    EXPECT_FALSE(dailyBackup(twtest::scripted(), morning.addDays(1)).isEmpty());
+
+    // A backups folder that cannot be written: one message, the database as it was.
+    QDir(tw::backup::folder()).removeRecursively();
+    put(tw::backup::folder(), "not a folder");
+    const QByteArray live = got(tw::AppFolder::databasePath());
+    EXPECT_TRUE(dailyBackup(twtest::scripted(), morning.addDays(2)).isEmpty());
+    EXPECT_EQ(messages().shown.size(), 1u);
+    EXPECT_TRUE(closingBackup(morning.addDays(2)).isEmpty());
+    EXPECT_EQ(messages().shown.size(), 1u);
+    EXPECT_EQ(got(tw::AppFolder::databasePath()), live);
+}
+
+class FrameOperationsTest : public twtest::AppFolderTest {};
+
+TEST_F(FrameOperationsTest, TheFrameOpensTheThreeScreensButNoMenuLeadsToBackupOrCustomize) {
+    auto& f = TallyFrame::factories();
+    f[QStringLiteral("frm_backup")] = [] { return new frm_backup; };
+    f[QStringLiteral("Frm_Customize")] = [] { return new Frm_Customize; };
+    f[QStringLiteral("frm_setup")] = [] { return new frm_setup; };
+    {
+        TallyFrame frame;
+        frame.show();
+        EXPECT_NE(qobject_cast<frm_backup*>(frame.openBackup()), nullptr);
+        EXPECT_NE(qobject_cast<Frm_Customize*>(frame.openCustomize()), nullptr);
+        EXPECT_NE(qobject_cast<frm_setup*>(frame.openSetup()), nullptr);
+        auto* setup = frame.findChild<QAction*>(QStringLiteral("setup"));
+        ASSERT_NE(setup, nullptr);
+        EXPECT_TRUE(setup->isEnabled());
+        for (QAction* a : frame.menuBar()->findChildren<QAction*>()) {
+            EXPECT_FALSE(a->text().contains(QLatin1String("Backup"), Qt::CaseInsensitive));
+            EXPECT_FALSE(a->text().contains(QLatin1String("Customize"), Qt::CaseInsensitive));
+        }
+    }
+    for (const char* name : {"frm_backup", "Frm_Customize", "frm_setup"})
+        f.erase(QString::fromLatin1(name));
+}
