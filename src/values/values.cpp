@@ -114,8 +114,8 @@ QString formatTwoDecimals(double v, bool trimmed) {
     if (!std::isfinite(hundredths))
         return doubleText(v);
     char buf[400];
-    const auto res = std::to_chars(buf, buf + sizeof buf, std::fabs(hundredths),
-                                   std::chars_format::fixed, 0);
+    const auto res =
+        std::to_chars(buf, buf + sizeof buf, std::fabs(hundredths), std::chars_format::fixed, 0);
     std::string units(buf, static_cast<std::size_t>(res.ptr - buf));
     if (units.size() < 3)
         units.insert(0, 3 - units.size(), '0');

@@ -25,8 +25,9 @@ public:
 // optional sign) are read, anything after ends the number. "1.2.3" is 1.2, "12a" is 12,
 // "" and "abc" are 0.
 // Blanks (space, tab, CR, LF) are skipped inside the number too, as typed figures have always
-// been read: " 1 2.5" is 12.5, "- 5" is -5. Plain decimal only: "1e5" is 1, "&H10" is 0. The result is the double nearest to
-// the digits read, never -0. A whole part beyond the double range throws tw::Error("Overflow").
+// been read: " 1 2.5" is 12.5, "- 5" is -5. Plain decimal only: "1e5" is 1, "&H10" is 0. The result
+// is the double nearest to the digits read, never -0. A whole part beyond the double range throws
+// tw::Error("Overflow").
 double leadingNumber(QStringView text);
 
 // A text that must be a number as a whole; blanks around it are accepted. "" and "12a" are

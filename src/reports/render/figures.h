@@ -16,7 +16,7 @@ QString quantity(double v);
 // A measured dimension from its whole and fractional parts. In feet the fraction is inches:
 // 10, 6 -> 10' 6". In metres the fraction holds decimal digits of the metre (a single digit
 // stands for tenths): 10, 50 -> "10.50", 10, 5 -> "10.50", 10, 125 -> "10.125". A dimension
-// the shape does not use (both parts 0) prints nothing.
+// the shape does not use (whole and fraction 0) prints nothing.
 QString dimensionText(double whole, qint64 fraction, bool feet);
 
 // A bar length from feet and inches, or metres and true centimetres: 10, 6 -> 10' 6";
