@@ -623,8 +623,8 @@ void Frm_Reports::Command5_clicked() {
 
 void Frm_Reports::Command6_clicked() {
     if (LstVwDd->topLevelItemCount() == 0) {
-        if (ui::MsgBox(tr("Do you want to Exit without any Data ? "), ui::YesNo | ui::Question) ==
-            ui::Answer::Yes) {
+        if (ui::MsgBox(tr("Do you want to Exit without any Data ? "),
+                       ui::YesNo | ui::Question | ui::DefaultButton2) == ui::Answer::Yes) {
             LstVwDd->clear();
             Frame11->hide();
             for (auto* f : {txtdedDec, txtdedQty, txtdedRate})

@@ -16,6 +16,7 @@ enum MsgFlag : int {
     Question = 32,
     Exclamation = 48,
     Information = 64,
+    DefaultButton2 = 256, // the second button is the one Enter presses
 };
 constexpr int buttonsOf(int flags) {
     return flags & 0x7;

@@ -64,6 +64,13 @@ Answer showBox(const ShownMessage& m) {
     default:
         box.setStandardButtons(QMessageBox::Ok);
     }
+    if (m.flags & DefaultButton2) {
+        const auto buttons = box.buttons();
+        for (auto* b : buttons)
+            if (box.buttonRole(b) == QMessageBox::RejectRole ||
+                box.buttonRole(b) == QMessageBox::NoRole)
+                box.setDefaultButton(qobject_cast<QPushButton*>(b));
+    }
     // Escape and the close box answer as the last button would (Cancel or No).
     switch (box.exec()) {
     case QMessageBox::Ok:

@@ -164,6 +164,24 @@ TEST(MessageBoxes, TheRealBoxAnswersWithTheButtonClicked) {
     }
 }
 
+// Enter on a question whose second button is its default answers No; on any other, Yes.
+TEST(MessageBoxes, EnterTakesTheDefaultButton) {
+    for (const auto& [flags, expected] :
+         {std::pair{int(ui::YesNo), ui::Answer::Yes},
+          std::pair{ui::YesNo | ui::Question | ui::DefaultButton2, ui::Answer::No}}) {
+        ui::setMessageHandler({});
+        QTimer enter;
+        QObject::connect(&enter, &QTimer::timeout, [] {
+            if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget()))
+                QTest::keyClick(box, Qt::Key_Return);
+        });
+        enter.start(10);
+        EXPECT_EQ(ui::MsgBox(QStringLiteral("Do you want to Exit without any Data ? "), flags),
+                  expected);
+        twtest::installScriptedMessages();
+    }
+}
+
 TEST(SelectAll, EnteringAFieldSelectsItsText) {
     QWidget w;
     auto* a = new QLineEdit(QStringLiteral("first"), &w);
