@@ -41,7 +41,11 @@ QString AppFolder::path() {
         const QString user =
             QDir(QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation))
                 .filePath(QStringLiteral("Tallywright"));
-        const QString dir = choose(program, QFileInfo(program).isWritable(), user);
+        // An installed copy (its shared files under ../share/tallywright) keeps its data with
+        // the user even when its folder could be written, as it can be by root.
+        const bool installed =
+            QFileInfo::exists(QDir(program).filePath(QStringLiteral("../share/tallywright")));
+        const QString dir = choose(program, QFileInfo(program).isWritable() && !installed, user);
         if (dir == user && !QFileInfo::exists(user) && QDir().mkpath(user))
             QFile::setPermissions(user, QFileDevice::ReadOwner | QFileDevice::WriteOwner |
                                             QFileDevice::ExeOwner);

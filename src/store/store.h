@@ -22,8 +22,9 @@ namespace tw {
 
 // The application folder: where Tallywright.db, twk.cfg, Tallywright.cfg and backups/ live.
 // It is the folder of the running program when that folder can be written (a build folder, a
-// copied folder); an installed copy that cannot write there keeps its data in the user's data
-// folder (~/.local/share/Tallywright), made owner-only. The CLI's --folder and tests set it.
+// copied folder); an installed copy (one with ../share/tallywright beside its folder) keeps its
+// data in the user's data folder (~/.local/share/Tallywright), made owner-only. The CLI's
+// --folder and tests set it.
 class AppFolder {
 public:
     static QString path();
