@@ -190,4 +190,23 @@ TEST_F(Deductions, LeavingAnOpenBillAsksToFreezeItAndAFrozenBillIsNotAsked) {
     EXPECT_EQ(db().keyed("abstractbills").size(), 1u);
 }
 
+// The whole way a user takes: Generate the abstract bill, leave the viewer, answer Yes on the
+// real question; the bill is frozen with its generated lines.
+TEST_F(Deductions, GeneratingThenLeavingFreezesThroughTheRealQuestion) {
+    db().insert("Sch_master", {{"tw_contract_num", "HV-1"},
+                               {"tw_sch_num", "1.1"},
+                               {"tw_item_desc", "Brick work"},
+                               {"tw_unit", "1"},
+                               {"tw_item_rate", 25}});
+    auto& w = openBill();
+    click("Command4");
+    EXPECT_TRUE(w.RptView->isVisibleTo(&w));
+    const auto lines = db().keyed("abstractbillrep").size();
+    ASSERT_GT(lines, 0u);
+    const QStringList asked = twtest::withRealBoxes({"&Yes"}, [&] { click("Cmdrepexit"); });
+    EXPECT_EQ(asked, QStringList{"Do you wish to freeze this bill? "});
+    EXPECT_EQ(db().keyed("billsraised")[0].number("tw_froze"), 1);
+    EXPECT_EQ(db().keyed("abstractbills").size(), lines);
+}
+
 } // namespace
