@@ -16,7 +16,7 @@ int main(int argc, char** argv) {
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Tallywright"));
     QApplication::setApplicationVersion(QStringLiteral(TW_VERSION));
-    QApplication::setWindowIcon(productMark());
+    QApplication::setWindowIcon(productIcon());
     // The splash is not a main window to Qt, so the hand-over from the login would end the
     // program; each window says itself when the program ends.
     QApplication::setQuitOnLastWindowClosed(false);

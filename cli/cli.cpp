@@ -68,7 +68,10 @@ int run(const QStringList& args, QTextStream& out, QTextStream& err) {
             return 0;
         }
         if (a == QLatin1String("--version")) {
-            out << "tallywright-cli " << TW_VERSION << Qt::endl;
+            // The product's mark, a rising wall of three courses, as a terminal can draw it.
+            out << "      ===      tallywright-cli " << TW_VERSION << '\n'
+                << "    =======    The books of a building contractor, to the paisa.\n"
+                << "  ===========" << Qt::endl;
             return 0;
         }
         if (a == QLatin1String("--folder")) {

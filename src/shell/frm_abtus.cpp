@@ -1,5 +1,7 @@
 #include "shell/frm_abtus.h"
 
+#include "shell/frmsplash.h"
+
 #include <QDialogButtonBox>
 #include <QLabel>
 #include <QVBoxLayout>
@@ -7,6 +9,9 @@
 frm_AbtUs::frm_AbtUs(QWidget* parent) : QDialog(parent) {
     setObjectName(QStringLiteral("frm_AbtUs"));
     setWindowTitle(tr("About Us"));
+    auto* mark = new QLabel(this);
+    mark->setObjectName(QStringLiteral("imgMark"));
+    mark->setPixmap(productMark());
     auto* name = new QLabel(tr("<h2>Tallywright %1</h2>").arg(QStringLiteral(TW_VERSION)), this);
     auto* words =
         new QLabel(tr("Tallywright keeps the books of a building contractor: projects and clients, "
@@ -15,17 +20,20 @@ frm_AbtUs::frm_AbtUs(QWidget* parent) : QDialog(parent) {
                    this);
     words->setWordWrap(true);
     auto* team = new QLabel(tr("<b>The team</b><br>The Tallywright founding engineers"), this);
-    auto* link = new QLabel(tr("<a href=\"docs/user-guide.html\">User guide</a> in the "
-                               "docs folder beside the program"),
-                            this);
+    auto* link = new QLabel(
+        tr("<a href=\"#guide\">User guide</a>: how to use every screen and report"), this);
     link->setObjectName(QStringLiteral("lnkSite"));
     link->setTextInteractionFlags(Qt::TextBrowserInteraction);
+    connect(link, &QLabel::linkActivated, this, [this] {
+        guideWanted = true;
+        accept();
+    });
     auto* ok = new QDialogButtonBox(QDialogButtonBox::Ok, this);
     connect(ok, &QDialogButtonBox::accepted, this, &QDialog::accept);
     auto* box = new QVBoxLayout(this);
     for (QWidget* w :
-         {static_cast<QWidget*>(name), static_cast<QWidget*>(words), static_cast<QWidget*>(team),
-          static_cast<QWidget*>(link), static_cast<QWidget*>(ok)})
+         {static_cast<QWidget*>(mark), static_cast<QWidget*>(name), static_cast<QWidget*>(words),
+          static_cast<QWidget*>(team), static_cast<QWidget*>(link), static_cast<QWidget*>(ok)})
         box->addWidget(w);
     setFixedWidth(420);
 }

@@ -4,22 +4,16 @@
 
 #include <QDir>
 #include <QGridLayout>
-#include <QPainter>
 
-// Drawn rather than shipped, so the program needs no picture file.
+QIcon productIcon() {
+    QIcon icon;
+    for (int size : {16, 32, 48, 64, 128, 256})
+        icon.addFile(QStringLiteral(":/icons/tallywright-%1.png").arg(size), QSize(size, size));
+    return icon;
+}
+
 QPixmap productMark() {
-    QPixmap pm(96, 96);
-    pm.fill(Qt::transparent);
-    QPainter p(&pm);
-    p.setRenderHint(QPainter::Antialiasing);
-    p.setBrush(QColor(0x1f, 0x4e, 0x79));
-    p.setPen(Qt::NoPen);
-    p.drawRoundedRect(4, 4, 88, 88, 14, 14);
-    p.setPen(QPen(QColor(0xf2, 0xc1, 0x4e), 6));
-    // A rising wall of three courses.
-    for (int i = 0; i < 3; ++i)
-        p.drawLine(20 + i * 8, 72 - i * 18, 76 - i * 8, 72 - i * 18);
-    return pm;
+    return productIcon().pixmap(96, 96);
 }
 
 frmSplash::frmSplash(QWidget* parent) : QWidget(parent) {

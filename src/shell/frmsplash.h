@@ -2,13 +2,17 @@
 // The splash: steps through the names of the files in the application folder while the
 // program comes up.
 
+#include <QIcon>
 #include <QLabel>
 #include <QListWidget>
 #include <QPixmap>
 #include <QTimer>
 #include <QWidget>
 
-// The product mark of the splash, also the icon of every window.
+// The product's icon, from the same picture files the package installs, at every size they
+// come in: the icon of every window.
+QIcon productIcon();
+// The icon at the size the splash and the about box show it.
 QPixmap productMark();
 
 class frmSplash : public QWidget {

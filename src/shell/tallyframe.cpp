@@ -227,6 +227,8 @@ void TallyFrame::mnuUsrGd_triggered() {
 void TallyFrame::mnuAbtUs_triggered() {
     frm_AbtUs about(this);
     about.exec();
+    if (about.guideWanted)
+        mnuUsrGd_triggered();
 }
 
 void TallyFrame::mnuwindow_aboutToShow() {

@@ -73,7 +73,9 @@ TEST(Cli, HelpAndVersion) {
     EXPECT_TRUE(r.out.contains(QStringLiteral("init")));
     r = run({QStringLiteral("--version")});
     EXPECT_EQ(r.code, 0);
-    EXPECT_EQ(r.out, QStringLiteral("tallywright-cli %1\n").arg(QStringLiteral(TW_VERSION)));
+    EXPECT_TRUE(
+        r.out.contains(QStringLiteral("tallywright-cli %1\n").arg(QStringLiteral(TW_VERSION))))
+        << r.out.toStdString();
 }
 
 TEST(Cli, BackupListAndRestore) {

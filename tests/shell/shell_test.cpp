@@ -10,6 +10,7 @@
 #include <QDialogButtonBox>
 #include <QDir>
 #include <QFile>
+#include <QLabel>
 #include <QMdiSubWindow>
 #include <QScreen>
 #include <QSignalSpy>
@@ -218,7 +219,7 @@ TEST_F(FrameTest, TheBoardComesBackOnceAndOpensTheChosenScreenOrSaysItIsNotThere
     EXPECT_EQ(count(frame, "frm_ContractInfo"), 1);
 }
 
-TEST_F(FrameTest, UserGuideOpensInsideTheProgram) {
+TEST_F(FrameTest, UserGuideOpensInsideTheProgramFromTheMenuAndTheAboutBox) {
     TallyFrame frame;
     frame.show();
     // The guide ships beside the program (the build copies docs/ there), not in the data.
@@ -226,6 +227,23 @@ TEST_F(FrameTest, UserGuideOpensInsideTheProgram) {
     auto* view = frame.findChild<QTextBrowser*>(QStringLiteral("UserGuide"));
     ASSERT_TRUE(view);
     EXPECT_TRUE(view->toPlainText().contains(QStringLiteral("Tallywright User Guide")));
+    view->parentWidget()->close();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    ASSERT_FALSE(frame.findChild<QTextBrowser*>(QStringLiteral("UserGuide")));
+
+    // The about box shows the product's icon (the picture files are built in) and its link
+    // leads to the same guide.
+    bool marked = false;
+    QTimer::singleShot(0, [&] {
+        auto* about = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+        ASSERT_TRUE(about);
+        marked = !about->findChild<QLabel*>(QStringLiteral("imgMark"))->pixmap().isNull();
+        emit about->findChild<QLabel*>(QStringLiteral("lnkSite"))
+            ->linkActivated(QStringLiteral("#guide"));
+    });
+    frame.findChild<QAction*>(QStringLiteral("mnuAbtUs"))->trigger();
+    EXPECT_TRUE(marked);
+    EXPECT_TRUE(frame.findChild<QTextBrowser*>(QStringLiteral("UserGuide")));
 }
 
 TEST_F(FrameTest, EveryScreenFitsA1366x768DisplayAndHasDistinctAccessKeys) {
