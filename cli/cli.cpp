@@ -20,16 +20,23 @@ std::vector<std::unique_ptr<Command>> commands() {
 }
 
 QString usage(const std::vector<std::unique_ptr<Command>>& all) {
-    QString text = QStringLiteral("Usage: tallywright-cli [--folder DIR] COMMAND\n"
-                                  "\n"
-                                  "Works on the Tallywright database (Tallywright.db) of an "
-                                  "application\nfolder: by default the folder of this program.\n"
-                                  "\nCommands:\n");
+    QString text = QStringLiteral(
+        "Usage: tallywright-cli [--folder DIR] COMMAND\n"
+        "\n"
+        "Works on the Tallywright database (Tallywright.db) of an "
+        "application\nfolder: by default the folder of this program, or for an installed copy\n"
+        "~/.local/share/Tallywright.\n"
+        "\nCommands:\n");
     for (const auto& c : all) {
         const QString head = (c->name() + u' ' + c->synopsis()).trimmed();
         const QStringList lines = c->summary().split(u'\n');
-        text += QStringLiteral("  %1  %2\n").arg(head, -20).arg(lines.first());
-        for (qsizetype i = 1; i < lines.size(); ++i)
+        // A long synopsis stands on a line of its own, so the summaries stay in one column.
+        qsizetype first = 0;
+        if (head.size() > 20)
+            text += QStringLiteral("  %1\n").arg(head);
+        else
+            text += QStringLiteral("  %1  %2\n").arg(head, -20).arg(lines[first++]);
+        for (qsizetype i = first; i < lines.size(); ++i)
             text += QStringLiteral("  %1  %2\n").arg(QString(), -20).arg(lines[i]);
     }
     text += QStringLiteral("\nOptions:\n"
