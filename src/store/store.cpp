@@ -97,20 +97,52 @@ Messenger& console() {
 
 // ---- rows ---------------------------------------------------------------------------------
 
+namespace {
+[[noreturn]] void noSuchItem(const QString& which) {
+    throw Error(QStringLiteral("Item cannot be found in the collection corresponding to "
+                               "the requested name or ordinal. (%1)")
+                    .arg(which));
+}
+
+// The columns of a query's rows without their values, shared by all its rows.
+std::shared_ptr<const QSqlRecord> describe(QSqlRecord rec, int skip = 0) {
+    for (int i = 0; i < skip; ++i)
+        rec.remove(0);
+    rec.clearValues();
+    return std::make_shared<const QSqlRecord>(std::move(rec));
+}
+
+QVariantList valuesOf(const QSqlQuery& q, int from, int count) {
+    QVariantList values;
+    values.reserve(count);
+    for (int i = 0; i < count; ++i)
+        values.append(q.value(from + i));
+    return values;
+}
+} // namespace
+
+Row::Row(const QSqlRecord& rec, qint64 id) : columns_(describe(rec)), id_(id) {
+    values_.reserve(rec.count());
+    for (int i = 0; i < rec.count(); ++i)
+        values_.append(rec.value(i));
+}
+
 QVariant Row::value(const QString& column) const {
-    const int i = rec_.indexOf(column); // QSqlRecord compares names without regard to case
+    const int i = indexOf(column); // QSqlRecord compares names without regard to case
     if (i < 0)
-        throw Error(QStringLiteral("Item cannot be found in the collection corresponding to "
-                                   "the requested name or ordinal. (%1)")
-                        .arg(column));
-    return rec_.value(i);
+        noSuchItem(column);
+    return values_[i];
 }
 QVariant Row::value(int position) const {
-    if (position < 0 || position >= rec_.count())
-        throw Error(QStringLiteral("Item cannot be found in the collection corresponding to "
-                                   "the requested name or ordinal. (%1)")
-                        .arg(position));
-    return rec_.value(position);
+    if (position < 0 || position >= values_.size())
+        noSuchItem(QString::number(position));
+    return values_[position];
+}
+QSqlRecord Row::record() const {
+    QSqlRecord rec = columns_ ? *columns_ : QSqlRecord();
+    for (int i = 0; i < values_.size(); ++i)
+        rec.setValue(i, values_[i]);
+    return rec;
 }
 Nullable Row::nullable(const QString& column) const {
     const QVariant v = value(column);
@@ -221,6 +253,7 @@ void ConClass::conclose() {
 }
 
 void ConClass::closeConnection() const {
+    writes_.clear(); // a prepared statement must not outlive its connection
     if (QSqlDatabase::contains(name_)) {
         QSqlDatabase d = QSqlDatabase::database(name_, false);
         if (d.isOpen())
@@ -255,29 +288,43 @@ void ConClass::serverinfo() {
 
 Rows ConClass::rows(const QString& sql, const QVariantList& params) const {
     QSqlQuery q = prepared(db(), sql, params);
+    const auto columns = describe(q.record());
+    const int count = columns->count();
     Rows out;
     while (q.next())
-        out.emplace_back(q.record());
+        out.emplace_back(columns, valuesOf(q, 0, count), -1);
     return out;
 }
 
-Rows ConClass::keyed(const QString& table, const QString& condition, const QVariantList& params,
-                     int limit) const {
-    QString sql = QStringLiteral("select rowid, * from %1").arg(quoted(table));
+namespace {
+// The rows of `table` meeting `condition` in store order, each with its identity and the
+// values of `columns` (a select list).
+Rows keyedRows(const QSqlDatabase& db, const QString& table, const QString& columns,
+               const QString& condition, const QVariantList& params, int limit) {
+    QString sql = QStringLiteral("select rowid, %1 from %2").arg(columns, quoted(table));
     if (!condition.isEmpty())
         sql += QStringLiteral(" where ") + condition;
     sql += QStringLiteral(" order by rowid");
     if (limit > 0)
         sql += QStringLiteral(" limit %1").arg(limit);
-    QSqlQuery q = prepared(db(), sql, params);
+    QSqlQuery q = prepared(db, sql, params);
+    const auto described = describe(q.record(), 1); // the identity stands before the columns
+    const int count = described->count();
     Rows out;
-    while (q.next()) {
-        QSqlRecord rec = q.record();
-        const qint64 id = rec.value(0).toLongLong();
-        rec.remove(0);
-        out.emplace_back(std::move(rec), id);
-    }
+    while (q.next())
+        out.emplace_back(described, valuesOf(q, 1, count), q.value(0).toLongLong());
     return out;
+}
+} // namespace
+
+Rows ConClass::keyed(const QString& table, const QString& condition, const QVariantList& params,
+                     int limit) const {
+    return keyedRows(db(), table, QStringLiteral("*"), condition, params, limit);
+}
+
+Rows ConClass::keyedColumns(const QString& table, const QStringList& columns,
+                            const QString& condition, const QVariantList& params) const {
+    return keyedRows(db(), table, columns.join(QStringLiteral(", ")), condition, params, 0);
 }
 
 std::optional<Row> ConClass::find(const QString& table, const QString& condition,
@@ -311,7 +358,7 @@ qint64 ConClass::insert(const QString& table, const Values& values) const {
                             ? QStringLiteral("insert into %1 default values").arg(quoted(table))
                             : QStringLiteral("insert into %1 (%2) values (%3)")
                                   .arg(quoted(table), names.join(u','), marks.join(u','));
-    return prepared(db(), sql, params).lastInsertId().toLongLong();
+    return write(sql, params);
 }
 
 void ConClass::update(const QString& table, qint64 rowid, const Values& values) const {
@@ -324,13 +371,36 @@ void ConClass::update(const QString& table, qint64 rowid, const Values& values) 
         params << value;
     }
     params << rowid;
-    prepared(db(),
-             QStringLiteral("update %1 set %2 where rowid=?").arg(quoted(table), sets.join(u',')),
-             params);
+    write(QStringLiteral("update %1 set %2 where rowid=?").arg(quoted(table), sets.join(u',')),
+          params);
 }
 
 void ConClass::remove(const QString& table, qint64 rowid) const {
-    prepared(db(), QStringLiteral("delete from %1 where rowid=?").arg(quoted(table)), {rowid});
+    write(QStringLiteral("delete from %1 where rowid=?").arg(quoted(table)), {rowid});
+}
+
+qint64 ConClass::write(const QString& sql, const QVariantList& params) const {
+    const QSqlDatabase d = db();
+    if (!d.isOpen())
+        throw Error(QStringLiteral("Operation is not allowed when the object is closed."));
+    auto known = writes_.find(sql);
+    if (known == writes_.end()) {
+        QSqlQuery q(d);
+        if (!q.prepare(sql))
+            throw Error(q.lastError().text());
+        known = writes_.emplace(sql, std::move(q)).first;
+    }
+    QSqlQuery& q = known->second;
+    for (int i = 0; i < params.size(); ++i)
+        q.bindValue(i, params[i]);
+    if (!q.exec()) {
+        const QString failure = q.lastError().text();
+        writes_.erase(known); // prepared afresh next time, against the store as it is then
+        throw Error(failure);
+    }
+    const qint64 id = q.lastInsertId().toLongLong(); // known only while the query is active
+    q.finish();
+    return id;
 }
 
 // ---- transactions -------------------------------------------------------------------------
@@ -408,6 +478,13 @@ QString FindTableName(const ConClass& con, const QString& contractNum, bool trim
     } catch (const Error&) {
         return {};
     }
+}
+
+QStringList projectNames(const ConClass& con) {
+    QStringList names;
+    for (const Row& r : con.rows(QStringLiteral("select tw_contract_name from contractmaster")))
+        names << r.text(0);
+    return names;
 }
 
 QString FindContractNo(const ConClass& con, const QString& pkey) {

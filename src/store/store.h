@@ -15,6 +15,8 @@
 #include <QVariantList>
 
 #include <functional>
+#include <memory>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -45,7 +47,10 @@ public:
 class Row {
 public:
     Row() = default;
-    explicit Row(QSqlRecord rec, qint64 id = -1) : rec_(std::move(rec)), id_(id) {}
+    explicit Row(const QSqlRecord& rec, qint64 id = -1);
+    // A row of a query whose columns were described once: the rows of one query share it.
+    Row(std::shared_ptr<const QSqlRecord> columns, QVariantList values, qint64 id)
+        : columns_(std::move(columns)), values_(std::move(values)), id_(id) {}
     // The row's identity for update and remove; -1 for a row of a plain query.
     qint64 id() const { return id_; }
     QVariant value(const QString& column) const;
@@ -60,12 +65,18 @@ public:
     double number(const QString& column) const { return value(column).toDouble(); }
     double number(int position) const { return value(position).toDouble(); }
     Nullable nullable(const QString& column) const;
-    int count() const { return rec_.count(); }
-    QString columnName(int position) const { return rec_.fieldName(position); }
-    const QSqlRecord& record() const { return rec_; }
+    int count() const { return static_cast<int>(values_.size()); }
+    QString columnName(int position) const {
+        return columns_ ? columns_->fieldName(position) : QString();
+    }
+    // The position of a column, compared without regard to case; -1 when the row has none.
+    int indexOf(const QString& column) const { return columns_ ? columns_->indexOf(column) : -1; }
+    // The row as a record of its columns and values, made afresh on each call.
+    QSqlRecord record() const;
 
 private:
-    QSqlRecord rec_;
+    std::shared_ptr<const QSqlRecord> columns_; // names and types only
+    QVariantList values_;
     qint64 id_ = -1;
 };
 using Rows = std::vector<Row>;
@@ -113,6 +124,11 @@ public:
     // is above 0.
     Rows keyed(const QString& table, const QString& condition = {}, const QVariantList& params = {},
                int limit = 0) const;
+    // The same rows with only the values of `columns` (names, or expressions over the row whose
+    // own ? are bound before those of `condition`), in that order: a pass over thousands of
+    // rows reads just what it needs.
+    Rows keyedColumns(const QString& table, const QStringList& columns, const QString& condition,
+                      const QVariantList& params) const;
     // The first of those rows, or nullopt.
     std::optional<Row> find(const QString& table, const QString& condition,
                             const QVariantList& params = {}) const;
@@ -133,7 +149,12 @@ public:
 private:
     friend class Transaction;
     void closeConnection() const;
+    // Runs a write through a statement prepared once per connection: an action rewriting
+    // thousands of rows prepares its update once, not once a row. Gives the rowid an insert
+    // made.
+    qint64 write(const QString& sql, const QVariantList& params) const;
     QString name_;
+    mutable std::unordered_map<QString, QSqlQuery> writes_;
     Messenger* out_;
     // Transactions open on this connection, outermost first, and a close asked for meanwhile.
     mutable int depth_ = 0;
@@ -175,6 +196,8 @@ struct Tallywrightmod {
 
 // The tw_pkey of a project (trimmed or not, as the caller says); empty when unknown or on error.
 QString FindTableName(const ConClass& con, const QString& contractNum, bool trimNumber = true);
+// The names of the projects in store order, as the project lists show them.
+QStringList projectNames(const ConClass& con);
 // The project number of a tw_pkey; empty when unknown.
 QString FindContractNo(const ConClass& con, const QString& pkey);
 

@@ -201,6 +201,29 @@ TEST_F(StoreTest, KeyedRowsCarryTheirIdentityApartFromTheTablesPositions) {
     EXPECT_EQ(db().keyed(QStringLiteral("CategoryList_Meter"))[0].number(5), 3.0);
     db().remove(QStringLiteral("CategoryList_Meter"), r->id());
     EXPECT_TRUE(db().keyed(QStringLiteral("CategoryList_Meter")).empty());
+
+    // Writes reuse their statements: each insert still gives its own identity, a statement
+    // whose table went away fails with the store's text, and works again once it is back.
+    const QString table = QStringLiteral("Scratch");
+    db().exec(QStringLiteral("create table Scratch (a text)"));
+    const qint64 one = db().insert(table, {{QStringLiteral("a"), QStringLiteral("x")}});
+    const qint64 two = db().insert(table, {{QStringLiteral("a"), QStringLiteral("it's")}});
+    EXPECT_EQ(two, one + 1);
+    db().exec(QStringLiteral("drop table Scratch"));
+    try {
+        db().insert(table, {{QStringLiteral("a"), QStringLiteral("y")}});
+        ADD_FAILURE() << "an insert into a dropped table went through";
+    } catch (const tw::Error& e) {
+        EXPECT_TRUE(e.text().contains(QStringLiteral("no such table"))) << e.text().toStdString();
+    }
+    db().exec(QStringLiteral("create table Scratch (b integer, a text)"));
+    EXPECT_EQ(db().insert(table, {{QStringLiteral("a"), QStringLiteral("z")}}), 1);
+    const auto only =
+        db().keyedColumns(table, {QStringLiteral("a = ? collate binary")},
+                          QStringLiteral("a like ?"), {QStringLiteral("Z"), QStringLiteral("z")});
+    ASSERT_EQ(only.size(), 1u);
+    EXPECT_EQ(only[0].count(), 1);
+    EXPECT_EQ(only[0].number(0), 0.0); // "z" is not "Z" when compared exactly
 }
 
 TEST_F(StoreTest, TransactionsNestAndAnActionsWritesStandOrFallTogether) {

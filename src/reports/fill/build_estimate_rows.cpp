@@ -29,9 +29,12 @@ FirstRows itemsOf(const ConClass& con, const std::vector<Line>& lines) {
             marks << QStringLiteral("?");
             params << n;
         }
-        for (Row& r : con.keyed(QStringLiteral("Sch_master"),
-                                QStringLiteral("tw_sch_num in (%1)").arg(marks.join(u',')), params))
-            items.add(r.text(QStringLiteral("tw_sch_num")), std::move(r));
+        for (Row& r :
+             con.keyed(QStringLiteral("Sch_master"),
+                       QStringLiteral("tw_sch_num in (%1)").arg(marks.join(u',')), params)) {
+            const QString number = r.text(QStringLiteral("tw_sch_num")); // read before the move
+            items.add(number, std::move(r));
+        }
     }
     return items;
 }
