@@ -7,6 +7,8 @@
 
 #include <QDir>
 #include <QFile>
+#include <QPaintEngine>
+#include <QPdfWriter>
 #include <QTest>
 
 using namespace tw;
@@ -173,6 +175,117 @@ TEST_F(Render, AMissingOrBrokenLayoutIsNamed) {
         } catch (const Error& e) {
             EXPECT_TRUE(e.text().contains(QDir::toNativeSeparators(c.named))) << e.what();
         }
+    }
+}
+
+namespace {
+
+// A page as printed: each text with where its line starts and how wide it is.
+struct Text {
+    QString text;
+    QPointF at;
+    qreal width;
+};
+
+// A printer that keeps the texts painted on each page instead of writing them.
+class TextPages : public QPdfWriter {
+public:
+    TextPages() : QPdfWriter(QString()) {
+        setResolution(300);
+        setUpPage(*this);
+    }
+    bool newPage() override {
+        pages.emplace_back();
+        return true;
+    }
+    std::vector<std::vector<Text>> pages{1};
+
+protected:
+    QPaintEngine* paintEngine() const override { return &engine_; }
+
+private:
+    struct Engine : QPaintEngine {
+        explicit Engine(TextPages& to) : QPaintEngine(AllFeatures), to(to) {}
+        bool begin(QPaintDevice*) override { return true; }
+        bool end() override { return true; }
+        void updateState(const QPaintEngineState& s) override {
+            if (s.state() & DirtyTransform)
+                transform = s.transform();
+        }
+        void drawPixmap(const QRectF&, const QPixmap&, const QRectF&) override {}
+        void drawPolygon(const QPointF*, int, PolygonDrawMode) override {}
+        void drawPath(const QPainterPath&) override {}
+        void drawTextItem(const QPointF& p, const QTextItem& item) override {
+            to.pages.back().push_back({item.text(), transform.map(p), item.width()});
+        }
+        Type type() const override { return User; }
+        TextPages& to;
+        QTransform transform;
+    };
+    mutable Engine engine_{*const_cast<TextPages*>(this)};
+};
+
+} // namespace
+
+// A table of many pages, laid out by this printing (one heading row, or two with a cell over
+// both) or by Qt (a table with borders): every line once and in order, the heading on every
+// page the table runs onto, a figure that may not wrap widening its column instead of running
+// into the next, and the text under the table after its last line.
+TEST(Paging, LongTablesRunOverPagesWithTheirHeading) {
+    const struct {
+        const char *name, *table, *heading;
+    } cases[] = {
+        {"plain", "border=\"0\"",
+         "<tr><th width=\"8%\">Amount</th><th width=\"92%\">Item</th></tr>"},
+        {"two heading rows", "border=\"0\"",
+         "<tr><th width=\"8%\" rowspan=\"2\">Amount</th><th width=\"92%\">Item</th></tr>"
+         "<tr><th>of the bill</th></tr>"},
+        {"left to Qt", "border=\"1\"",
+         "<tr><th width=\"8%\">Amount</th><th width=\"92%\">Item</th></tr>"},
+    };
+    const int count = 300;
+    QStringList lines;
+    for (int i = 1; i <= count; ++i)
+        lines << QString("Line %1").arg(i);
+    for (const auto& c : cases) {
+        QString html = QString("<html><head><title>Long</title><style>td.n { white-space: nowrap; }"
+                               "</style></head><body><p>Opening words</p>"
+                               "<table width=\"100%\" cellspacing=\"0\" cellpadding=\"3\" %1>"
+                               "<thead>%2</thead>")
+                           .arg(c.table, c.heading);
+        for (int i = 1; i <= count; ++i)
+            html += QString("<tr><td class=\"n\">%1</td><td>%2</td></tr>")
+                        .arg(money(i * 1234567.25), lines[i - 1]);
+        html += "</table><p>Closing words</p></body></html>";
+        TextPages printer;
+        const int pages = printDocument(*makeDocument(html), printer);
+        ASSERT_EQ(size_t(pages), printer.pages.size()) << c.name;
+        EXPECT_GT(pages, 4) << c.name;
+        QStringList all;
+        for (int p = 0; p < pages; ++p) {
+            const auto& texts = printer.pages[size_t(p)];
+            QStringList onPage;
+            for (const Text& t : texts)
+                onPage << t.text;
+            EXPECT_EQ(onPage.last(), QString("Page %1 of %2").arg(p + 1).arg(pages)) << c.name;
+            if (!onPage.filter(QRegularExpression("^Line ")).isEmpty()) {
+                EXPECT_TRUE(onPage.contains("Item")) << c.name << " page " << p + 1;
+            }
+            all += onPage;
+            // Texts on one line of the page stand apart.
+            for (const Text& a : texts) {
+                for (const Text& b : texts) {
+                    if (&a != &b && qAbs(a.at.y() - b.at.y()) < 1 && a.at.x() < b.at.x()) {
+                        EXPECT_LE(a.at.x() + a.width, b.at.x() + 1)
+                            << c.name << ": " << a.text.toStdString() << " runs into "
+                            << b.text.toStdString();
+                    }
+                }
+            }
+        }
+        EXPECT_EQ(all.filter(QRegularExpression("^Line ")), lines) << c.name;
+        EXPECT_EQ(all.count("Closing words"), 1) << c.name;
+        EXPECT_GT(all.indexOf("Closing words"), all.indexOf(lines.last())) << c.name;
     }
 }
 

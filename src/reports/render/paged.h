@@ -11,12 +11,15 @@ class QPagedPaintDevice;
 
 namespace tw::reports {
 
-// The document of a rendered layout (its <title> becomes the document's title).
+// The document of a rendered layout (its <title> becomes the document's title). It holds the
+// report's text and formats but is laid out only by printDocument, page by page: ask that for
+// pages, not the document.
 std::unique_ptr<QTextDocument> makeDocument(const QString& html);
 
 // Lays `doc` out on the pages of `device` (a QPrinter or QPdfWriter set up by the caller) and
-// paints every page, the document's title and "Page N of M" at its foot. Gives the number of
-// pages. The document keeps no hold on the device afterwards.
+// paints every page, the document's title and "Page N of M" at its foot. A page ends between
+// table rows, never inside one, and a table going on to the next page repeats its <thead> rows
+// there. Gives the number of pages. The document keeps no hold on the device afterwards.
 int printDocument(QTextDocument& doc, QPagedPaintDevice& device);
 
 // Sets up A4 portrait with 15 mm margins, as every report is printed.

@@ -16,6 +16,7 @@
 #include <kainjow/mustache.hpp>
 
 #include <algorithm>
+#include <functional>
 #include <optional>
 
 namespace tw::reports {
@@ -82,19 +83,21 @@ bool isFigureText(const QString& t) {
 
 // The columns of a table as the layout names them, read once for all its rows. A column is a
 // figure column when its declared type is numeric, or when every value in it is a figure
-// (columns without a declared type keep shares as printed text).
+// (columns without a declared type keep shares as printed text). Only the columns `named` finds
+// in the layout go into the rows: a value per column and row in three forms would hold over a
+// hundred megabytes on a bill of thousands of lines, nearly all of it never printed.
 struct Columns {
-    explicit Columns(const Rows& rows) {
+    explicit Columns(const Rows& rows, const std::function<bool(const QString&)>& named = nullptr) {
         if (rows.empty())
             return;
-        const QSqlRecord& rec = rows.front().record();
+        const QSqlRecord rec = rows.front().record();
         for (int i = 0; i < rec.count(); ++i) {
             const QString name = rec.fieldName(i);
             names.push_back(str(name));
             qtNames.push_back(name);
             bool declared = isNumericColumn(rec.field(i)), figures = true, any = false;
             for (const Row& r : rows) {
-                const QVariant v = r.record().value(i);
+                const QVariant v = r.value(i);
                 if (v.isNull())
                     continue;
                 any = true;
@@ -104,11 +107,13 @@ struct Columns {
                 }
             }
             numeric.push_back(any ? figures : declared);
+            wanted.push_back(!named || named(name));
         }
     }
     std::vector<std::string> names;
     std::vector<QString> qtNames;
     std::vector<bool> numeric;
+    std::vector<bool> wanted;
 };
 
 // A figure with its two printed forms, for name, name_q and name_m.
@@ -123,10 +128,12 @@ class Sums {
 public:
     explicit Sums(const Columns& c) : columns_(c), sums_(c.names.size(), 0.0) {}
     void add(const Row& r) {
-        const QSqlRecord& rec = r.record();
-        for (size_t i = 0; i < sums_.size(); ++i)
-            if (columns_.numeric[i] && !rec.isNull(int(i)))
-                sums_[i] += figure(rec.value(int(i)));
+        for (size_t i = 0; i < sums_.size(); ++i) {
+            if (!columns_.numeric[i])
+                continue;
+            if (const QVariant v = r.value(int(i)); !v.isNull())
+                sums_[i] += figure(v);
+        }
     }
     double operator[](const QString& column) const {
         for (size_t i = 0; i < sums_.size(); ++i)
@@ -150,9 +157,10 @@ private:
 // Every column of a row by its name, numeric ones also formatted.
 mu::data rowObject(const Row& r, const Columns& c) {
     mu::data o;
-    const QSqlRecord& rec = r.record();
     for (size_t i = 0; i < c.names.size(); ++i) {
-        const QVariant v = rec.value(int(i));
+        if (!c.wanted[i])
+            continue;
+        const QVariant v = r.value(int(i));
         o[c.names[i]] = val(plainText(v));
         if (!c.numeric[i])
             continue;
@@ -172,7 +180,7 @@ mu::data rowObject(const Row& r, const Columns& c) {
 // both show as nothing.
 mu::data recordObject(const Row& r) {
     mu::data o = rowObject(r, Columns(Rows{r}));
-    const QSqlRecord& rec = r.record();
+    const QSqlRecord rec = r.record();
     for (int i = 0; i < rec.count(); ++i) {
         const QString t = rec.value(i).toString().trimmed();
         if (!isNumericColumn(rec.field(i)) && (t.isEmpty() || t == QLatin1String("0")))
@@ -545,7 +553,7 @@ QString renderHtml(const ReportInput& in, const ConClass& con) {
     ctx["whole_unit"] = mu::data(feet ? "ft" : "m");
     ctx["part_unit"] = mu::data(feet ? "in" : "cm");
 
-    const Columns columns(rows);
+    const Columns columns(rows, uses);
     const QString table = in.workingTable.toLower();
     if (table == QLatin1String("dummy_estimation") ||
         table == QLatin1String("prev_dummy_estimation"))
