@@ -24,3 +24,8 @@ end=$(date +%s.%N)
 awk "BEGIN { printf \"demo took %.1f s\\n\", $end - $start }"
 echo
 "$build-bench/fill_bench" "$data"
+echo
+"$build-bench/reprice_bench"
+
+echo
+"$build-bench/workbook_bench"

@@ -16,6 +16,7 @@ std::vector<std::unique_ptr<Command>> commands() {
     all.push_back(makeBackups());
     all.push_back(makeRestore());
     all.push_back(makeReport());
+    all.push_back(makeSchedule());
     return all;
 }
 

@@ -47,5 +47,6 @@ std::unique_ptr<Command> makeBackup();
 std::unique_ptr<Command> makeBackups();
 std::unique_ptr<Command> makeRestore();
 std::unique_ptr<Command> makeReport();
+std::unique_ptr<Command> makeSchedule();
 
 } // namespace cli

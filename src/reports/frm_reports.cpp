@@ -236,8 +236,7 @@ bool Frm_Reports::typeIs(std::initializer_list<const char*> captions) const {
 
 void Frm_Reports::FillProjects() {
     CmbdetCnum->clear();
-    for (const auto& r : con.rows(QStringLiteral("select tw_contract_name from contractmaster")))
-        CmbdetCnum->addItem(r.text(0));
+    CmbdetCnum->addItems(tw::projectNames(con));
     CmbdetCnum->setCurrentIndex(-1);
 }
 

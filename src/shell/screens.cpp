@@ -5,7 +5,12 @@
 #include "payments/frm_payment.h"
 #include "projects/frm_proj.h"
 #include "projects/frm_schentry.h"
+#include "rates/catrateanal.h"
+#include "rates/frm_rateanalysis.h"
+#include "rates/matls.h"
 #include "reports/frm_reports.h"
+#include "schedules/frm_import.h"
+#include "schedules/frm_schdls.h"
 #include "shell/frm_backup.h"
 #include "shell/frm_customize.h"
 #include "shell/frm_setup.h"
@@ -23,4 +28,9 @@ void registerScreens() {
     f[QStringLiteral("frm_setup")] = [] { return new frm_setup; };
     f[QStringLiteral("frm_backup")] = [] { return new frm_backup; };
     f[QStringLiteral("Frm_Customize")] = [] { return new Frm_Customize; };
+    f[QStringLiteral("matls")] = [] { return new matls; };
+    f[QStringLiteral("catrateanal")] = [] { return new catrateanal; };
+    f[QStringLiteral("Frm_RateAnalysis")] = [] { return new Frm_RateAnalysis; };
+    f[QStringLiteral("Frm_Schdls")] = [] { return new Frm_Schdls; };
+    f[QStringLiteral("Frm_Import")] = [] { return new Frm_Import; };
 }

@@ -1,5 +1,6 @@
 #include "shell/tallyframe.h"
 
+#include "schedules/frm_import.h"
 #include "shell/frm_abtus.h"
 #include "shell/frm_contractinfo.h"
 #include "shell/screens.h"
@@ -66,10 +67,7 @@ TallyFrame::TallyFrame(QWidget* parent) : QMainWindow(parent) {
     tools->addSeparator()->setObjectName(QStringLiteral("mnubar12"));
     auto* import = entry(tools, "import", tr("Import"));
     import->setEnabled(factories().count(QStringLiteral("Frm_Import")) > 0);
-    connect(import, &QAction::triggered, this, ui::guarded([this] {
-                tw::Tallywrightmod::importmode = false;
-                openChild(QStringLiteral("Frm_Import"));
-            }));
+    connect(import, &QAction::triggered, this, ui::guarded([this] { openImport(false); }));
     tools->addSeparator()->setObjectName(QStringLiteral("mnubar14"));
     entry(tools, "setup", tr("Set Up"), QStringLiteral("frm_setup"));
 
@@ -192,6 +190,19 @@ QWidget* TallyFrame::openCustomize() {
 
 QWidget* TallyFrame::openSetup() {
     return openChild(QStringLiteral("frm_setup"));
+}
+
+QWidget* TallyFrame::openRateAnalysis() {
+    return openChild(QStringLiteral("Frm_RateAnalysis"));
+}
+
+QWidget* TallyFrame::openImport(bool exportOnly) {
+    tw::Tallywrightmod::importmode = exportOnly;
+    // An open screen is brought forward rather than made again, so it is told the mode too.
+    auto* screen = qobject_cast<Frm_Import*>(openChild(QStringLiteral("Frm_Import")));
+    if (screen)
+        screen->setImportMode(exportOnly);
+    return screen;
 }
 
 void TallyFrame::mnuexit_triggered() {

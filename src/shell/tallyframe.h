@@ -35,6 +35,9 @@ public:
     QWidget* openBackup();
     QWidget* openCustomize();
     QWidget* openSetup();
+    QWidget* openRateAnalysis();
+    // The import screen, for an export only (the one way to export) or for an import.
+    QWidget* openImport(bool exportOnly);
 
     void mnuexit_triggered();
     void mnuUsrGd_triggered();

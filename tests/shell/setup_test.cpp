@@ -1,3 +1,4 @@
+#include "schedules/frm_import.h"
 #include "shell/frm_backup.h"
 #include "shell/frm_changedir.h"
 #include "shell/frm_customize.h"
@@ -330,17 +331,27 @@ TEST_F(AutoBackupTest, OneADayAtStartEveryEndAndAFailureToldOnceWithoutStopping)
 
 class FrameOperationsTest : public twtest::AppFolderTest {};
 
-TEST_F(FrameOperationsTest, TheFrameOpensTheThreeScreensButNoMenuLeadsToBackupOrCustomize) {
+TEST_F(FrameOperationsTest, TheFrameOpensItsScreensAndExportsButNoMenuLeadsToBackupOrCustomize) {
     auto& f = TallyFrame::factories();
     f[QStringLiteral("frm_backup")] = [] { return new frm_backup; };
     f[QStringLiteral("Frm_Customize")] = [] { return new Frm_Customize; };
     f[QStringLiteral("frm_setup")] = [] { return new frm_setup; };
+    f[QStringLiteral("Frm_Import")] = [] { return new Frm_Import; };
     {
         TallyFrame frame;
         frame.show();
         EXPECT_NE(qobject_cast<frm_backup*>(frame.openBackup()), nullptr);
         EXPECT_NE(qobject_cast<Frm_Customize*>(frame.openCustomize()), nullptr);
         EXPECT_NE(qobject_cast<frm_setup*>(frame.openSetup()), nullptr);
+        // The export is reached only through the frame's operation; the menu's Import then
+        // turns the same open screen back to importing.
+        auto* exporting = qobject_cast<Frm_Import*>(frame.openImport(true));
+        ASSERT_NE(exporting, nullptr);
+        EXPECT_TRUE(exporting->CmdExport->isEnabled());
+        EXPECT_FALSE(exporting->CmdImport->isEnabled());
+        frame.findChild<QAction*>(QStringLiteral("import"))->trigger();
+        EXPECT_FALSE(exporting->CmdExport->isEnabled());
+        EXPECT_TRUE(exporting->CmdImport->isEnabled());
         auto* setup = frame.findChild<QAction*>(QStringLiteral("setup"));
         ASSERT_NE(setup, nullptr);
         EXPECT_TRUE(setup->isEnabled());
@@ -349,6 +360,6 @@ TEST_F(FrameOperationsTest, TheFrameOpensTheThreeScreensButNoMenuLeadsToBackupOr
             EXPECT_FALSE(a->text().contains(QLatin1String("Customize"), Qt::CaseInsensitive));
         }
     }
-    for (const char* name : {"frm_backup", "Frm_Customize", "frm_setup"})
+    for (const char* name : {"frm_backup", "Frm_Customize", "frm_setup", "Frm_Import"})
         f.erase(QString::fromLatin1(name));
 }

@@ -1,0 +1,72 @@
+#pragma once
+// The analysis of one schedule item of a project: the rows of its category item, changed row
+// by row with cost items. Saving rewrites the shared category item and sets the schedule
+// item's rate to the total.
+
+#include "ui/screen.h"
+
+#include <QAction>
+#include <QComboBox>
+#include <QLineEdit>
+#include <QMenu>
+#include <QPointer>
+#include <QPushButton>
+#include <QTextEdit>
+#include <QTreeWidget>
+
+class Frm_RateAnalysis : public ui::Screen {
+    Q_OBJECT
+public:
+    explicit Frm_RateAnalysis(QWidget* parent = nullptr);
+    ~Frm_RateAnalysis() override;
+
+    QComboBox* CmbCntrNm; // the project names
+    QLineEdit* TxtUnits;  // the project's measure system
+    QTreeWidget* LstVwSchedule;
+    QTextEdit* RTB_Schedule;
+    QComboBox* CmbCatgry;
+    QLineEdit* TxtUnts; // the schedule item's unit
+    QComboBox* CmbItems;
+    QLineEdit* TxtQty;
+    QLineEdit* TxtRate;
+    QPushButton* CmdAdd;
+    QPushButton* CmdDel;
+    QTreeWidget* LstVwItmDtls;
+    QLineEdit* TxtTotAmt;
+    QPushButton* CmdSave;
+    QPushButton* CmdCancl;
+    QPushButton* CmdExit;
+
+    enum ItemColumn { SlNo, ItemDesc, Qty, Rate, Amount };
+
+    void Form_Load();
+    void CmbCntrNm_activated();
+    void LstVwSchedule_itemClicked(QTreeWidgetItem* item);
+    void CmbItems_activated();
+    void CmdAdd_clicked();
+    void LstVwItmDtls_itemClicked(QTreeWidgetItem* item);
+    void LstVwItmDtls_itemDoubleClicked();
+    // The right button over the list: the frame's pop-up "RateAnalysis" with its one entry
+    // "Edit"; whatever the entry did, saving and deleting wait for the next add.
+    void LstVwItmDtls_customContextMenuRequested(const QPoint& pos);
+    void mnurtedt_triggered();
+    void CmdDel_clicked();
+    void CmdSave_clicked();
+    void CmdCancl_clicked();
+    void CmdExit_clicked();
+    void SumAnalysisRows();
+
+    // The pop-up: the frame's own when the screen stands in the frame, else one of the screen.
+    QMenu* mnurtanl() const;
+
+private:
+    QString categoryTable() const;
+    std::optional<tw::Row> findCategory() const;
+    // Puts the row at analysis_row_index back into the entry fields and takes it off the list.
+    void editRow();
+
+    QString contractNum_;
+    QString tablename_;
+    QString scheduleDesc_;
+    QPointer<QMenu> ownMenu_;
+};

@@ -1,0 +1,55 @@
+#pragma once
+// Schedule workbooks: the first six columns of the sheet named Sheet1, read from an Excel 97-2003
+// workbook (.xls), an Office Open XML workbook (.xlsx) or an OpenDocument spreadsheet (.ods),
+// and written as .xlsx. No widgets.
+
+#include "values/values.h"
+
+#include <QString>
+#include <QVariant>
+
+#include <array>
+#include <map>
+#include <vector>
+
+namespace tw::schedules {
+
+// What an import tells the user when it cannot go on; each kind has its own message.
+enum class ImportFailure {
+    FewColumns, // the sheet has fewer than six columns: not a schedule workbook
+    NullValue,  // a column the schedule table requires got an empty cell
+    WrongData,  // a cell holds a value of the wrong kind for its column
+    BadFormat,  // anything else: no Sheet1, not a workbook, damaged, protected, no table
+};
+
+class ImportError : public Error {
+public:
+    ImportError(ImportFailure kind, const QString& text) : Error(text), kind_(kind) {}
+    ImportFailure kind() const { return kind_; }
+
+private:
+    ImportFailure kind_;
+};
+
+// One cell: invalid when empty, else a QString, a double or a bool.
+using Cell = QVariant;
+constexpr int ScheduleColumns = 6;
+using SheetRow = std::array<Cell, ScheduleColumns>;
+
+struct Sheet {
+    // Columns the sheet uses, counted from A: a value in column H makes eight.
+    int columns = 0;
+    // The rows holding something in A to F, by row index from 0; rows missing here are empty.
+    std::map<int, SheetRow> rows;
+};
+
+// Reads Sheet1. The kind of workbook is told by the file's content, not its name, so a renamed
+// file is still read or refused for what it is. Throws ImportError (BadFormat) when the file is
+// no workbook this reader knows, is damaged or protected, or has no sheet named Sheet1.
+Sheet readSheet1(const QString& path);
+
+// Writes `rows` into Sheet1 of a new .xlsx at `path`, replacing any file there: texts as texts,
+// numbers as numbers, truth values as TRUE/FALSE, empty cells left out. Throws tw::Error.
+void writeSheet1(const QString& path, const std::vector<SheetRow>& rows);
+
+} // namespace tw::schedules

@@ -1,0 +1,153 @@
+#!/usr/bin/python3
+"""Writes the small schedule workbooks the import tests read, each as .xls, .xlsx and .ods.
+
+    /usr/bin/python3 tests/data/workbooks/make_samples.py   (the .xls files need python3-xlwt)
+
+A cell is None (empty), a str or a number; a sheet is (name, rows)."""
+import os
+import zipfile
+from xml.sax.saxutils import escape
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+
+GOOD = [
+    ["1", "Earth work in excavation", "Cum", 120.5, 0, "Excavation"],
+    [],                                                   # spacer row
+    [None, "P1"],                                         # page mark
+    [None, "Brick work in cement mortar", "Cum", 300, 1, "Walls, as spelt elsewhere"],
+    ["3", "Plastering", "Sqm", 45, None, "excavation "],  # empty E: a deduction
+    ["4", None, "Sqm", 1, 0, "Excavation"],               # number without description
+    ["5", "Painting", " ", 2, 0, "Excavation"],           # one blank: not added
+    [7, "Flooring", "Sqm", "12.75", "0", "Excavation"],   # a numbered cell and text figures
+]
+SAMPLES = {
+    "good": [("Sheet1", GOOD)],
+    "empty": [("Sheet1", [])],
+    "few_columns": [("Sheet1", [["1", "Earth work", "Cum", 10]])],
+    "null_value": [("Sheet1", [["1", "Earth work", "Cum", 10, 0, "Excavation"],
+                               ["2", "Brick work", None, 20, 0, "Excavation"],
+                               ["3", "Plastering", "Sqm", 30, 0, "Excavation"]])],
+    "wrong_data": [("Sheet1", [["1", "Earth work", "Cum", 10, 0, "Excavation"],
+                               ["2", "Brick work", "Cum", "ten", 0, "Excavation"]])],
+    "no_sheet1": [("Schedule", [["1", "Earth work", "Cum", 10, 0, "Excavation"]])],
+}
+
+
+def col(c):
+    return "ABCDEFGHIJ"[c]
+
+
+def write_xlsx(path, sheets):
+    strings, index = [], {}
+
+    def sid(s):
+        if s not in index:
+            index[s] = len(strings)
+            strings.append(s)
+        return index[s]
+
+    sheet_xml = []
+    for _, rows in sheets:
+        out = []
+        for r, row in enumerate(rows):
+            cells = []
+            for c, v in enumerate(row):
+                ref = "%s%d" % (col(c), r + 1)
+                if v is None:
+                    continue
+                if isinstance(v, str):
+                    cells.append('<c r="%s" t="s"><v>%d</v></c>' % (ref, sid(v)))
+                else:
+                    cells.append('<c r="%s"><v>%r</v></c>' % (ref, v))
+            if cells:
+                out.append('<row r="%d">%s</row>' % (r + 1, "".join(cells)))
+        sheet_xml.append(
+            '<?xml version="1.0" encoding="UTF-8"?><worksheet xmlns="http://schemas.openxmlformats.org/'
+            'spreadsheetml/2006/main"><sheetData>%s</sheetData></worksheet>' % "".join(out))
+    main = "http://schemas.openxmlformats.org/spreadsheetml/2006/main"
+    rel = "http://schemas.openxmlformats.org/officeDocument/2006/relationships"
+    pkg = "http://schemas.openxmlformats.org/package/2006/relationships"
+    with zipfile.ZipFile(path, "w", zipfile.ZIP_DEFLATED) as z:
+        z.writestr("[Content_Types].xml",
+                   '<?xml version="1.0" encoding="UTF-8"?><Types xmlns="http://schemas.openxmlformats.org/'
+                   'package/2006/content-types"><Default Extension="rels" ContentType="application/'
+                   'vnd.openxmlformats-package.relationships+xml"/><Default Extension="xml" '
+                   'ContentType="application/xml"/><Override PartName="/xl/workbook.xml" ContentType='
+                   '"application/vnd.openxmlformats-officedocument.spreadsheetml.sheet.main+xml"/>' +
+                   "".join('<Override PartName="/xl/worksheets/sheet%d.xml" ContentType="application/'
+                           'vnd.openxmlformats-officedocument.spreadsheetml.worksheet+xml"/>' % (i + 1)
+                           for i in range(len(sheets))) +
+                   '<Override PartName="/xl/sharedStrings.xml" ContentType="application/vnd.'
+                   'openxmlformats-officedocument.spreadsheetml.sharedStrings+xml"/></Types>')
+        z.writestr("_rels/.rels",
+                   '<?xml version="1.0" encoding="UTF-8"?><Relationships xmlns="%s"><Relationship Id="rId1" '
+                   'Type="%s/officeDocument" Target="xl/workbook.xml"/></Relationships>' % (pkg, rel))
+        z.writestr("xl/workbook.xml",
+                   '<?xml version="1.0" encoding="UTF-8"?><workbook xmlns="%s" xmlns:r="%s"><sheets>%s'
+                   '</sheets></workbook>' % (main, rel, "".join(
+                       '<sheet name="%s" sheetId="%d" r:id="rId%d"/>' % (escape(n), i + 1, i + 1)
+                       for i, (n, _) in enumerate(sheets))))
+        z.writestr("xl/_rels/workbook.xml.rels",
+                   '<?xml version="1.0" encoding="UTF-8"?><Relationships xmlns="%s">%s<Relationship '
+                   'Id="rIdS" Type="%s/sharedStrings" Target="sharedStrings.xml"/></Relationships>' %
+                   (pkg, "".join('<Relationship Id="rId%d" Type="%s/worksheet" Target="worksheets/'
+                                 'sheet%d.xml"/>' % (i + 1, rel, i + 1) for i in range(len(sheets))), rel))
+        for i, x in enumerate(sheet_xml):
+            z.writestr("xl/worksheets/sheet%d.xml" % (i + 1), x)
+        z.writestr("xl/sharedStrings.xml",
+                   '<?xml version="1.0" encoding="UTF-8"?><sst xmlns="%s" count="%d" uniqueCount="%d">%s</sst>'
+                   % (main, len(strings), len(strings),
+                      "".join('<si><t xml:space="preserve">%s</t></si>' % escape(s) for s in strings)))
+
+
+def write_ods(path, sheets):
+    tables = []
+    for name, rows in sheets:
+        out = []
+        for row in rows:
+            cells = []
+            for v in row:
+                if v is None:
+                    cells.append("<table:table-cell/>")
+                elif isinstance(v, str):
+                    cells.append('<table:table-cell office:value-type="string"><text:p>%s</text:p>'
+                                 '</table:table-cell>' % escape(v))
+                else:
+                    cells.append('<table:table-cell office:value-type="float" office:value="%r">'
+                                 '<text:p>%r</text:p></table:table-cell>' % (v, v))
+            out.append("<table:table-row>%s</table:table-row>" % "".join(cells))
+        tables.append('<table:table table:name="%s">%s</table:table>' % (escape(name), "".join(out)))
+    content = ('<?xml version="1.0" encoding="UTF-8"?><office:document-content '
+               'xmlns:office="urn:oasis:names:tc:opendocument:xmlns:office:1.0" '
+               'xmlns:table="urn:oasis:names:tc:opendocument:xmlns:table:1.0" '
+               'xmlns:text="urn:oasis:names:tc:opendocument:xmlns:text:1.0" office:version="1.2">'
+               '<office:body><office:spreadsheet>%s</office:spreadsheet></office:body>'
+               '</office:document-content>' % "".join(tables))
+    with zipfile.ZipFile(path, "w") as z:
+        z.writestr(zipfile.ZipInfo("mimetype"), "application/vnd.oasis.opendocument.spreadsheet")
+        z.writestr("META-INF/manifest.xml",
+                   '<?xml version="1.0" encoding="UTF-8"?><manifest:manifest xmlns:manifest="urn:oasis:'
+                   'names:tc:opendocument:xmlns:manifest:1.0" manifest:version="1.2"><manifest:file-entry '
+                   'manifest:full-path="/" manifest:media-type="application/vnd.oasis.opendocument.'
+                   'spreadsheet"/><manifest:file-entry manifest:full-path="content.xml" '
+                   'manifest:media-type="text/xml"/></manifest:manifest>')
+        z.writestr("content.xml", content, zipfile.ZIP_DEFLATED)
+
+
+def write_xls(path, sheets):
+    import xlwt
+    book = xlwt.Workbook()
+    for name, rows in sheets:
+        sheet = book.add_sheet(name)
+        for r, row in enumerate(rows):
+            for c, v in enumerate(row):
+                if v is not None:
+                    sheet.write(r, c, v)
+    book.save(path)
+
+
+if __name__ == "__main__":
+    for stem, sheets in SAMPLES.items():
+        write_xlsx(os.path.join(HERE, stem + ".xlsx"), sheets)
+        write_ods(os.path.join(HERE, stem + ".ods"), sheets)
+        write_xls(os.path.join(HERE, stem + ".xls"), sheets)

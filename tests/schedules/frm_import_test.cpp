@@ -1,0 +1,123 @@
+// The import/export screen and its file picker, with the messages a user meets.
+
+#include "schedules/frm_impfile.h"
+#include "schedules/frm_import.h"
+#include "support/fixtures.h"
+
+#include <QApplication>
+#include <QFile>
+
+using twtest::messages;
+
+namespace {
+
+const QString Workbooks = QStringLiteral(TW_WORKBOOKS);
+
+class FrmImport : public twtest::ScreenTest<Frm_Import> {
+protected:
+    void SetUp() override {
+        ScreenTest::SetUp();
+        const qint64 key =
+            db().insert(QStringLiteral("contractmaster"),
+                        {{QStringLiteral("tw_contract_num"), QStringLiteral("12/A")},
+                         {QStringLiteral("tw_contract_name"), QStringLiteral("Hall")},
+                         {QStringLiteral("tw_units"), QStringLiteral("Feet")}});
+        db().exec(QStringLiteral("create table Sch_%1 (tw_sch_num text, tw_item_desc text, tw_unit "
+                                 "text not null, tw_item_rate real, tw_deduction integer, "
+                                 "tw_category_name text)")
+                      .arg(key));
+        table = QStringLiteral("Sch_%1").arg(key);
+    }
+    QString table;
+};
+
+TEST_F(FrmImport, ModeDecidesWhichWayTheScreenWorks) {
+    for (const bool exportOnly : {true, false}) {
+        tw::Tallywrightmod::importmode = exportOnly;
+        open();
+        EXPECT_EQ(screen->CmdExport->isEnabled(), exportOnly);
+        for (QWidget* w : std::initializer_list<QWidget*>{screen->CmdImport, screen->Txt_FileName,
+                                                          screen->CmdBrowse})
+            EXPECT_EQ(w->isEnabled(), !exportOnly) << w->objectName().toStdString();
+    }
+}
+
+TEST_F(FrmImport, ImportTellsTheOutcomeOfEachFile) {
+    struct Case {
+        bool pickProject;
+        QString file;
+        QString message;
+        QString title;
+        bool focusOnFile;
+    };
+    const std::vector<Case> cases{
+        {false, Workbooks + "/good.xls", "Please Select a Contract Number...!",
+         "Select Contract Number", false},
+        {true, "", "Please Select a File Name (Excel File)...", "Select File Name", true},
+        {true, Workbooks + "/missing.xlsx", "File Not Found...", "File Name", true},
+        {true, Workbooks + "/good.xls",
+         "4 Schedules Added Successfully.\n1 schedule items need checking", "New Schedules Added",
+         false},
+        {true, Workbooks + "/few_columns.ods",
+         "You Selected Incorrect Excel File...!\nPlease Select Correct File", "Tallywright", true},
+        {true, Workbooks + "/null_value.xlsx",
+         "Some Values contain Null Values...\nAborting..."
+         "Please Check",
+         "Null Values", false},
+        {true, Workbooks + "/wrong_data.xls", "Incorrect Data in the File...Please Check",
+         "Wrong Data", false},
+        {true, Workbooks + "/no_sheet1.xlsx",
+         "Excel Sheet is not in proper Format - Refer Help for proper format", "Excel Sheet",
+         false},
+    };
+    tw::Tallywrightmod::importmode = false;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.file.toStdString());
+        open();
+        QApplication::setActiveWindow(screen.get());
+        if (c.pickProject)
+            twtest::pick(screen->CmbCntrctNm, QStringLiteral("12/A"));
+        screen->Txt_FileName->setText(c.file);
+        messages().clear();
+        click("CmdImport");
+        ASSERT_EQ(messages().shown.size(), 1u);
+        EXPECT_EQ(messages().shown[0].text, c.message);
+        EXPECT_EQ(messages().shown[0].title, c.title);
+        EXPECT_EQ(twtest::hasFocus(screen->Txt_FileName), c.focusOnFile);
+    }
+    // good.xls added four rows; the failing files met rows it had added already.
+    EXPECT_EQ(db().keyed(table).size(), 4u);
+}
+
+TEST_F(FrmImport, ExportWritesTheWorkbookBesideTheProgram) {
+    db().exec(
+        QStringLiteral("insert into %1 values ('1','Earth work','Cum',120.5,0,'X')").arg(table));
+    tw::Tallywrightmod::importmode = true;
+    open();
+    twtest::pick(screen->CmbCntrctNm, QStringLiteral("12/A"));
+    const QStringList shown = twtest::withRealBoxes({"OK"}, [&] { click("CmdExport"); });
+    ASSERT_EQ(shown.size(), 1);
+    EXPECT_TRUE(
+        shown[0].startsWith("Export Completed Successfully...!\nFile Name is : '12-A.xlsx'"));
+    EXPECT_TRUE(QFile::exists(tw::AppFolder::file(QStringLiteral("12-A.xlsx"))));
+}
+
+TEST_F(FrmImport, ThePickerTakesOnlyAFileThatExists) {
+    const std::vector<std::pair<QString, QString>> cases{
+        {"", "select the Correct Path and File Name"},
+        {Workbooks + "/missing.xls", "File Not Found..."},
+        {Workbooks + "/good.ods", ""},
+    };
+    for (const auto& [path, message] : cases) {
+        Frm_ImpFile picker;
+        picker.show();
+        picker.txt_destname->setText(path);
+        messages().clear();
+        picker.cmd_ok->click();
+        EXPECT_EQ(messages().texts(),
+                  message.isEmpty() ? std::vector<QString>{} : std::vector<QString>{message});
+        EXPECT_EQ(picker.result(), message.isEmpty() ? QDialog::Accepted : QDialog::Rejected);
+    }
+}
+
+} // namespace

@@ -1,0 +1,190 @@
+// Schedule workbooks in and out of a project's own table, and the files an import must refuse
+// without harm.
+
+#include "schedules/schedules.h"
+#include "support/core_fixtures.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QRandomGenerator>
+
+using namespace tw::schedules;
+
+namespace {
+
+const QString Workbooks = QStringLiteral(TW_WORKBOOKS);
+
+class WorkbookImport : public twtest::AppFolderTest {
+protected:
+    // A project with its own schedule table; the unit is required there, as a table may ask.
+    Project project(const QString& number, bool withTable = true) {
+        const qint64 key = db().insert(QStringLiteral("contractmaster"),
+                                       {{QStringLiteral("tw_contract_num"), number},
+                                        {QStringLiteral("tw_contract_name"), number},
+                                        {QStringLiteral("tw_units"), QStringLiteral("Metre")}});
+        if (withTable)
+            db().exec(QStringLiteral("create table Sch_%1 (tw_sch_num text, tw_item_desc text, "
+                                     "tw_unit text not null, tw_item_rate real, tw_deduction "
+                                     "integer, tw_category_name text)")
+                          .arg(key));
+        return *findProject(db(), number);
+    }
+    QStringList table(const Project& p) {
+        QStringList out;
+        for (const tw::Row& r : db().keyed(QStringLiteral("Sch_") + p.tableKey))
+            out << QStringList{r.text(0), r.text(1), r.text(2), tw::numberText(r[3]),
+                               r.text(4), r.text(5)}
+                       .join(QLatin1Char('|'));
+        return out;
+    }
+    void SetUp() override {
+        AppFolderTest::SetUp();
+        db().insert(QStringLiteral("CategoryList_Meter"),
+                    {{QStringLiteral("tw_category_name"), QStringLiteral("Excavation")}});
+    }
+    // The failure an import ends with, or nullopt when it went through.
+    std::optional<ImportFailure> failure(const Project& p, const QString& path,
+                                         ImportCounts* counts = nullptr) {
+        try {
+            const ImportCounts c = importSchedules(db(), p, path);
+            if (counts)
+                *counts = c;
+            return std::nullopt;
+        } catch (const ImportError& e) {
+            return e.kind();
+        }
+    }
+};
+
+const QStringList GoodRows{
+    "1|Earth work in excavation|Cum|120.5|0|Excavation",
+    "Sch-1|Brick work in cement mortar|Cum|300|1|Other Category",
+    "3|Plastering|Sqm|45|1|excavation ",
+    "7|Flooring|Sqm|12.75|0|Excavation",
+};
+
+TEST_F(WorkbookImport, EachFormatGivesTheSameRowsCountsAndMessages) {
+    struct Case {
+        const char* stem;
+        std::optional<ImportFailure> failure;
+        qint16 added, toCheck;
+        QStringList rows; // the table afterwards: rows added before a failure stay
+    };
+    const std::vector<Case> cases{
+        {"good", std::nullopt, 4, 1, GoodRows},
+        {"empty", std::nullopt, 0, 0, {}},
+        {"few_columns", ImportFailure::FewColumns, 0, 0, {}},
+        {"null_value", ImportFailure::NullValue, 0, 0, {"1|Earth work|Cum|10|0|Excavation"}},
+        {"wrong_data", ImportFailure::WrongData, 0, 0, {"1|Earth work|Cum|10|0|Excavation"}},
+        {"no_sheet1", ImportFailure::BadFormat, 0, 0, {}},
+    };
+    for (const char* ext : {"xls", "xlsx", "ods"}) {
+        for (const Case& c : cases) {
+            const QString file = QStringLiteral("%1/%2.%3").arg(Workbooks, c.stem, ext);
+            SCOPED_TRACE(file.toStdString());
+            const Project p = project(QStringLiteral("%1-%2").arg(c.stem, ext));
+            ImportCounts counts{-1, -1};
+            EXPECT_EQ(failure(p, file, &counts), c.failure);
+            if (!c.failure) {
+                EXPECT_EQ(counts.added, c.added);
+                EXPECT_EQ(counts.toCheck, c.toCheck);
+            }
+            EXPECT_EQ(table(p), c.rows);
+        }
+    }
+}
+
+TEST_F(WorkbookImport, ASecondImportAddsOnlyTheRowsWithoutANumberAgain) {
+    const Project p = project(QStringLiteral("P1"));
+    const QString good = Workbooks + QStringLiteral("/good.xlsx");
+    ImportCounts counts;
+    ASSERT_EQ(failure(p, good, &counts), std::nullopt);
+    ASSERT_EQ(failure(p, good, &counts), std::nullopt);
+    // The made-up number follows the count of rows added in this import: none yet.
+    EXPECT_EQ(counts.added, 1);
+    EXPECT_EQ(counts.toCheck, 1);
+    EXPECT_EQ(table(p), GoodRows + QStringList{"Sch-0|Brick work in cement mortar|Cum|300|1|"
+                                               "Other Category"});
+    EXPECT_EQ(importedMessage(counts).text,
+              "1 Schedules Added Successfully.\n1 schedule items need checking");
+}
+
+TEST_F(WorkbookImport, AProjectWithoutItsTableGetsTheStoresFailure) {
+    const Project p = project(QStringLiteral("P2"), false);
+    EXPECT_EQ(failure(p, Workbooks + QStringLiteral("/good.ods")), ImportFailure::BadFormat);
+    EXPECT_EQ(failureMessage(ImportFailure::BadFormat).title, "Excel Sheet");
+    EXPECT_THROW(exportSchedules(db(), p), tw::Error);
+}
+
+TEST_F(WorkbookImport, ExportThenImportGivesTheTableBack) {
+    const Project from = project(QStringLiteral("12/A"));
+    const QString fromTable = QStringLiteral("Sch_") + from.tableKey;
+    db().exec(QStringLiteral("insert into %1 values ('1','Earth work','Cum',120.5,0,'Excavation'),"
+                             "('2','Brick work','Cum',300,1,'Walls'),"
+                             "('3','Plaster, 12 mm','Sqm',45.25,0,'Other Category')")
+                  .arg(fromTable));
+    const QString name = exportSchedules(db(), from);
+    EXPECT_EQ(name, tw::AppFolder::file("12-A.xlsx"));
+    EXPECT_TRUE(
+        exportedMessage(name).text.startsWith("Export Completed Successfully...!\nFile Name is : "
+                                              "'12-A.xlsx'\nThe Path is:             "));
+
+    // 12-A writes the same file, replacing the first: its one row is what is read back.
+    const Project other = project(QStringLiteral(" 12-A "));
+    db().exec(QStringLiteral("insert into Sch_%1 values ('9','Gate','Nos',5,1,'Excavation')")
+                  .arg(other.tableKey));
+    EXPECT_EQ(exportSchedules(db(), other), name);
+    const Project to = project(QStringLiteral("copy"));
+    ASSERT_EQ(failure(to, name), std::nullopt);
+    EXPECT_EQ(table(to), QStringList{"9|Gate|Nos|5|1|Excavation"});
+
+    exportSchedules(db(), from);
+    const Project back = project(QStringLiteral("back"));
+    ASSERT_EQ(failure(back, name), std::nullopt);
+    EXPECT_EQ(table(back), QStringList({"1|Earth work|Cum|120.5|0|Excavation",
+                                        "2|Brick work|Cum|300|1|Other Category",
+                                        "3|Plaster, 12 mm|Sqm|45.25|0|Other Category"}));
+}
+
+// Damaged and foreign files, and every input the fuzzer found hard, end in one of the messages.
+TEST_F(WorkbookImport, BadFilesEndInAMessageNeverACrash) {
+    const Project p = project(QStringLiteral("P3"));
+    QStringList files;
+    const auto write = [&](const QString& name, const QByteArray& bytes) {
+        QFile f(folder() + QLatin1Char('/') + name);
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+        f.write(bytes);
+        files << f.fileName();
+    };
+    for (const char* ext : {"xls", "xlsx", "ods"}) {
+        QFile good(QStringLiteral("%1/good.%2").arg(Workbooks, ext));
+        ASSERT_TRUE(good.open(QIODevice::ReadOnly));
+        const QByteArray bytes = good.readAll();
+        write(QStringLiteral("truncated.%1").arg(ext), bytes.left(bytes.size() / 2));
+        write(QStringLiteral("header_only.%1").arg(ext), bytes.left(16));
+    }
+    write(QStringLiteral("empty.xlsx"), {});
+    write(QStringLiteral("picture.xlsx"), QByteArray("\x89PNG\r\n\x1a\n\0\0\0\rIHDR", 16));
+    QByteArray noise(4096, '\0');
+    QRandomGenerator rng(12);
+    for (char& c : noise)
+        c = char(rng.bounded(256));
+    write(QStringLiteral("noise.xls"), noise);
+    write(QStringLiteral("noise_ole.xls"),
+          QByteArray("\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1", 8) + noise);
+    write(QStringLiteral("noise_zip.xlsx"), QByteArray("PK\x03\x04") + noise);
+    const QDir crashers(Workbooks + QStringLiteral("/crashers"));
+    for (const QString& name : crashers.entryList(QDir::Files))
+        files << crashers.filePath(name);
+    // A damaged file must not hold the user up either: some ask a reading library for gigabytes.
+    for (const QString& file : files) {
+        SCOPED_TRACE(file.toStdString());
+        QElapsedTimer t;
+        t.start();
+        EXPECT_NE(failure(p, file), std::nullopt);
+        EXPECT_LT(t.elapsed(), 2000);
+    }
+}
+
+} // namespace
