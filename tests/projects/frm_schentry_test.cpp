@@ -228,27 +228,4 @@ TEST_F(FrmSchEntryTest, KeyboardSavesAndPicksTheSavedItemAgain) {
     EXPECT_EQ(items("P1")[0].text("tw_sch_num"), "2");
 }
 
-// The screen opens at its size hint, which fits a 1366x768 display inside the frame and shows
-// every field, button and list column whole.
-TEST_F(FrmSchEntryTest, OpensShowingEveryFieldAndEveryColumnWhole) {
-    const QString desc = "Earthwork in excavation in hard murrum, lift upto 1.5 m";
-    addItem("P1", "1.1.10", desc, 123456.75, "Cu Mt", "Volume");
-    addItem("P1", "2", QString(300, u'w'), 1); // cut, so the columns after it stay in view
-    auto& w = open();
-    EXPECT_LE(w.sizeHint().width(), 1340);
-    EXPECT_LE(w.sizeHint().height(), 620);
-    w.resize(w.sizeHint());
-    QApplication::processEvents();
-    EXPECT_EQ(w.sizeHint().expandedTo(w.minimumSizeHint()), w.sizeHint()); // no field squeezed
-    const auto* header = w.schlist->header();
-    EXPECT_LE(header->length(), w.schlist->viewport()->width());
-    const QString longest[] = {"1", "1.1.10", desc, "RCC", "123456.75", "Cu Mt", "Volume"};
-    for (int c = 0; c < header->count(); ++c) {
-        const QString heading = w.schlist->headerItem()->text(c);
-        EXPECT_GE(header->sectionSize(c), header->fontMetrics().horizontalAdvance(heading));
-        EXPECT_GT(header->sectionSize(c), w.schlist->fontMetrics().horizontalAdvance(longest[c]))
-            << heading.toStdString();
-    }
-}
-
 } // namespace

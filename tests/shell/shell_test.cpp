@@ -5,6 +5,7 @@
 #include "store/backup.h"
 #include "support/fixtures.h"
 
+#include <QAbstractButton>
 #include <QAction>
 #include <QDialog>
 #include <QDialogButtonBox>
@@ -282,6 +283,11 @@ TEST_F(FrameTest, EveryScreenFitsA1366x768DisplayAndHasDistinctAccessKeys) {
         EXPECT_TRUE(sub->contentsRect().contains(screen->geometry())); // wholly in its window
         EXPECT_GE(screen->width(), screen->minimumSizeHint().width());
         EXPECT_GE(screen->height(), screen->minimumSizeHint().height());
+        for (auto* button : screen->findChildren<QAbstractButton*>()) { // none is cut off
+            const QRect at(button->mapTo(screen, QPoint()), button->size());
+            EXPECT_TRUE(!button->isVisibleTo(screen) || screen->rect().contains(at))
+                << button->objectName().toStdString();
+        }
         sub->close();
         settle();
     }
