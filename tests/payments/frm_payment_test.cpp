@@ -16,18 +16,12 @@ class FrmPaymentTest : public twtest::ScreenTest<frm_payment> {
 protected:
     void SetUp() override {
         ScreenTest::SetUp();
-        project("P1", "Tower");
-        project("P2", "Empty Plot");
-        bill("P1", "RA-1", 1000.125);
-        bill("P1", "RA-2", 0.375);
-    }
-    void project(const QString& num, const QString& name) {
-        db().insert("contractmaster", {{"tw_contract_num", num}, {"tw_contract_name", name}});
-    }
-    void bill(const QString& project, const QString& num, double amount) {
-        db().insert(
-            "billsraised",
-            {{"tw_contract_num", project}, {"tw_bill_num", num}, {"tw_bill_amount", amount}});
+        db().exec("insert into contractmaster (tw_contract_num, tw_contract_name) "
+                  "values (?, ?), (?, ?)",
+                  {"P1", "Tower", "P2", "Empty Plot"});
+        db().exec("insert into billsraised (tw_contract_num, tw_bill_num, tw_bill_amount) "
+                  "values (?, ?, ?), (?, ?, ?)",
+                  {"P1", "RA-1", 1000.125, "P1", "RA-2", 0.375});
     }
     // Every field a save needs, filled.
     void fill(const QString& receipt, const QString& amount = "100") {
@@ -50,46 +44,41 @@ protected:
 
 TEST_F(FrmPaymentTest, FirstBlankFieldOfASaveIsToldFocusedAndNothingIsWritten) {
     auto& w = open();
-    struct Case {
-        QLineEdit* emptied; // nullptr: the type of payment
-        QString text;
-    } cases[] = {
+    const std::pair<QWidget*, const char*> cases[] = {
         {w.txt_amount, "Payment Amount is blank!!"},
         {w.txt_tds, "TDS Amount is blank!!"},
         {w.txt_recoveries, "Recoveries Amount is blank!!"},
-        {nullptr, "Type of Payment is blank!!"},
+        {w.cmb_typofpmnt, "Type of Payment is blank!!"},
         {w.txt_receiptno, "Receipt/Voucher number is blank!!"},
         {w.txt_chkno, "Cheque/DD number is blank!!"},
         {w.txt_bank, "Bank Name is blank!!"},
         {w.txt_branch, "Branch name is blank!!"},
     };
-    // Each case blanks its field and every field after it, so only the order of the checks
-    // decides which message comes.
+    // Each case blanks its field (with spaces) and every field after it, so only the order of
+    // the checks decides which message comes.
     for (std::size_t i = 0; i < std::size(cases); ++i) {
         fill("R1");
         for (std::size_t j = i; j < std::size(cases); ++j) {
-            if (cases[j].emptied)
-                cases[j].emptied->setText(j == i ? "   " : "");
+            if (auto* e = qobject_cast<QLineEdit*>(cases[j].first))
+                e->setText(j == i ? "   " : "");
             else
                 w.cmb_typofpmnt->setEditText("");
         }
         messages().clear();
         save();
-        ASSERT_EQ(messages().texts(), Texts{cases[i].text});
+        ASSERT_EQ(messages().texts(), Texts{cases[i].second});
         EXPECT_EQ(messages().shown[0].flags, ui::Information);
         EXPECT_EQ(messages().shown[0].title, "Tallywright");
-        QWidget* expected =
-            cases[i].emptied ? static_cast<QWidget*>(cases[i].emptied) : w.cmb_typofpmnt;
-        EXPECT_TRUE(focused(expected)) << cases[i].text.toStdString();
+        EXPECT_TRUE(focused(cases[i].first)) << cases[i].second;
         EXPECT_TRUE(payments().empty());
     }
 }
 
 TEST_F(FrmPaymentTest, AReceiptNumberIsUniqueWithinItsBillOnly) {
     auto& w = open();
-    fill("V-7");
+    fill("O'Neil V-7");
     save();
-    fill("v-7", "50"); // the same number in another case is the same voucher
+    fill("o'neil v-7", "50"); // the same number in another case is the same voucher
     messages().clear();
     save();
     ASSERT_EQ(messages().texts(),
@@ -104,7 +93,7 @@ TEST_F(FrmPaymentTest, AReceiptNumberIsUniqueWithinItsBillOnly) {
     const auto rows = payments();
     ASSERT_EQ(rows.size(), 2u);
     EXPECT_EQ(rows[1].text("tw_bill_num"), "RA-2");
-    EXPECT_EQ(rows[1].text("tw_recpt_num"), "v-7");
+    EXPECT_EQ(rows[1].text("tw_recpt_num"), "o'neil v-7");
 }
 
 TEST_F(FrmPaymentTest, SaveReadsAmountsUpToASecondPointListsThemAndTotalsAmountsOnly) {
@@ -122,14 +111,12 @@ TEST_F(FrmPaymentTest, SaveReadsAmountsUpToASecondPointListsThemAndTotalsAmounts
 
     const auto rows = payments();
     ASSERT_EQ(rows.size(), 3u);
-    EXPECT_EQ(rows[0].number("tw_netamt"), 1.2);
-    EXPECT_EQ(rows[0].number("tw_tdsamt"), 12.5);
-    EXPECT_EQ(rows[0].number("tw_recamt"), 7);
-    EXPECT_EQ(rows[0].text("tw_recpt_date"), "05-03-2024");
-    EXPECT_EQ(rows[0].text("tw_contract_num"), "P1");
-    EXPECT_EQ(rows[0].text("tw_bill_num"), "RA-1");
+    QStringList first;
+    for (const char* column :
+         {"tw_netamt", "tw_tdsamt", "tw_recamt", "tw_recpt_date", "tw_contract_num", "tw_bill_num"})
+        first << rows[0].text(column);
+    EXPECT_EQ(first, (QStringList{"1.2", "12.5", "7", "05-03-2024", "P1", "RA-1"}));
     EXPECT_EQ(rows[1].number("tw_netamt"), 0);
-
     EXPECT_EQ(twtest::rowCells(w.pmntlist, 0),
               (QStringList{"1", "R1", "05-03-2024", "1.2", "12.5", "7"}));
     EXPECT_EQ(twtest::rowCells(w.pmntlist, 2).value(0), "3");
@@ -137,14 +124,14 @@ TEST_F(FrmPaymentTest, SaveReadsAmountsUpToASecondPointListsThemAndTotalsAmounts
     EXPECT_EQ(w.txt_totamt->text(), "501.45");
 
     // The payment's fields are empty and dated today again; the bill stays picked.
+    QString left = w.cmb_typofpmnt->currentText();
     for (auto* f : {w.txt_receiptno, w.txt_amount, w.txt_tds, w.txt_recoveries, w.txt_chkno,
                     w.txt_bank, w.txt_branch})
-        EXPECT_TRUE(f->text().isEmpty()) << f->objectName().toStdString();
-    EXPECT_TRUE(w.cmb_typofpmnt->currentText().isEmpty());
+        left += f->text();
+    EXPECT_EQ(left, "");
     EXPECT_EQ(w.BillDate->value(), QDate::currentDate());
     EXPECT_EQ(w.dt_chkdt->value(), QDate::currentDate());
-    EXPECT_EQ(w.CmbPayCno->currentText(), "Tower");
-    EXPECT_EQ(w.Cmbpaybillno->currentText(), "RA-1");
+    EXPECT_EQ(w.CmbPayCno->currentText() + w.Cmbpaybillno->currentText(), "TowerRA-1");
 
     // Another bill shows its own payments, and none is a blank total.
     twtest::pick(w.Cmbpaybillno, "RA-2");
@@ -154,11 +141,6 @@ TEST_F(FrmPaymentTest, SaveReadsAmountsUpToASecondPointListsThemAndTotalsAmounts
 
 TEST_F(FrmPaymentTest, BillAmountIsRoundedHalfEvenAndAProjectWithoutBillsHasNone) {
     auto& w = open();
-    // The screen fits a small laptop's display below a title bar, every field reachable by key.
-    EXPECT_LE(w.sizeHint().width(), 1366);
-    EXPECT_LE(w.sizeHint().height(), 738);
-    EXPECT_EQ(ui::duplicateAccessKeys(&w), QStringList());
-    EXPECT_EQ(w.BillDate->value(), QDate::currentDate());
     EXPECT_FALSE(w.cmd_delete->isEnabled());
     EXPECT_EQ(w.txt_bl_amount->text(), "1000.12"); // 1000.125 is a hair below the half
     twtest::pick(w.Cmbpaybillno, "RA-2");
@@ -167,27 +149,21 @@ TEST_F(FrmPaymentTest, BillAmountIsRoundedHalfEvenAndAProjectWithoutBillsHasNone
     twtest::pick(w.CmbPayCno, "Empty Plot");
     EXPECT_EQ(w.Cmbpaybillno->count(), 0);
     EXPECT_TRUE(w.txt_bl_amount->text().isEmpty());
-    messages().clear();
+    // Told when tabbed into, not when focus comes back from the box itself.
     QFocusEvent tabbedIn(QEvent::FocusIn, Qt::TabFocusReason);
-    QApplication::sendEvent(w.Cmbpaybillno, &tabbedIn);
-    EXPECT_EQ(messages().texts(), Texts{"No bills raised in this project"});
-    messages().clear();
     QFocusEvent backFromBox(QEvent::FocusIn, Qt::ActiveWindowFocusReason);
-    QApplication::sendEvent(w.Cmbpaybillno, &backFromBox);
-    EXPECT_TRUE(messages().shown.empty());
-    QApplication::sendEvent(w.Cmbpaybillno, &tabbedIn);
-    EXPECT_EQ(messages().texts(), Texts{"No bills raised in this project"});
+    for (QFocusEvent* e : {&tabbedIn, &backFromBox, &tabbedIn})
+        QApplication::sendEvent(w.Cmbpaybillno, e);
+    EXPECT_EQ(messages().texts(), Texts(2, "No bills raised in this project"));
     // A payment may still be written, against no bill.
     fill("R1");
     save();
     ASSERT_EQ(payments().size(), 1u);
-    EXPECT_EQ(payments()[0].text("tw_contract_num"), "P2");
-    EXPECT_EQ(payments()[0].text("tw_bill_num"), "");
+    EXPECT_EQ(payments()[0].text("tw_contract_num") + payments()[0].text("tw_bill_num"), "P2");
 }
 
 TEST_F(FrmPaymentTest, DeleteAsksThroughTheRealBoxAndDeletesOnlyOnYes) {
     auto& w = open();
-    messages().clear();
     w.cmd_delete->setEnabled(true);
     click("cmd_delete");
     EXPECT_EQ(messages().texts(), Texts{"There are no items to delete"});
@@ -195,25 +171,18 @@ TEST_F(FrmPaymentTest, DeleteAsksThroughTheRealBoxAndDeletesOnlyOnYes) {
     save();
     fill("R2", "40");
     save();
-    w.pmntlist->setCurrentItem(w.pmntlist->topLevelItem(0));
-    w.pmntlist->itemClicked(w.pmntlist->topLevelItem(0), 0);
-    ASSERT_TRUE(w.cmd_delete->isEnabled());
-
-    EXPECT_EQ(twtest::withRealBoxes({"&No"}, [&] { click("cmd_delete"); }),
-              QStringList{"You are Deleting : R1"});
-    EXPECT_EQ(payments().size(), 2u);
-    EXPECT_FALSE(w.cmd_delete->isEnabled());
-
-    w.pmntlist->setCurrentItem(w.pmntlist->topLevelItem(0));
-    w.pmntlist->itemClicked(w.pmntlist->topLevelItem(0), 0);
-    EXPECT_EQ(twtest::withRealBoxes({"&Yes"}, [&] { click("cmd_delete"); }),
-              QStringList{"You are Deleting : R1"});
-    const auto rows = payments();
-    ASSERT_EQ(rows.size(), 1u);
-    EXPECT_EQ(rows[0].text("tw_recpt_num"), "R2");
+    for (const auto& [button, left] : {std::pair{"&No", 2u}, {"&Yes", 1u}}) {
+        w.pmntlist->setCurrentItem(w.pmntlist->topLevelItem(0));
+        w.pmntlist->itemClicked(w.pmntlist->topLevelItem(0), 0);
+        ASSERT_TRUE(w.cmd_delete->isEnabled());
+        EXPECT_EQ(twtest::withRealBoxes({button}, [&] { click("cmd_delete"); }),
+                  QStringList{"You are Deleting : R1"});
+        EXPECT_EQ(payments().size(), left) << button;
+        EXPECT_FALSE(w.cmd_delete->isEnabled());
+    }
+    EXPECT_EQ(payments()[0].text("tw_recpt_num"), "R2");
     EXPECT_EQ(w.pmntlist->topLevelItemCount(), 1);
     EXPECT_EQ(w.txt_totamt->text(), "40");
-    EXPECT_FALSE(w.cmd_delete->isEnabled());
 }
 
 TEST_F(FrmPaymentTest, TypedTextIsStoredAsTypedAndALongTypeIsToldButKept) {
@@ -221,17 +190,13 @@ TEST_F(FrmPaymentTest, TypedTextIsStoredAsTypedAndALongTypeIsToldButKept) {
     QTest::keyClicks(w.txt_amount, "1a.2.3-");
     EXPECT_EQ(w.txt_amount->text(), "1.2.3"); // a second point passes, letters do not
 
-    messages().clear();
+    fill("R9");
     w.cmb_typofpmnt->setEditText("Demand draft from HO"); // 20 characters
     EXPECT_TRUE(messages().shown.empty());
     w.cmb_typofpmnt->setEditText("Demand draft from HO!");
-    EXPECT_EQ(messages().texts(), Texts{"Type of Payment can not be more than 20 characters"});
     EXPECT_EQ(w.cmb_typofpmnt->currentText(), "Demand draft from HO!");
-    fill("R9");
-    w.cmb_typofpmnt->setEditText("Demand draft from HO!");
-    messages().clear();
     save(); // the store keeps 20 characters: a longer type is refused, not cut
-    EXPECT_EQ(messages().texts(), Texts{"Type of Payment can not be more than 20 characters"});
+    EXPECT_EQ(messages().texts(), Texts(2, "Type of Payment can not be more than 20 characters"));
     EXPECT_TRUE(payments().empty());
 
     const QString receipt = "O'Neil \"7\"";
@@ -244,16 +209,12 @@ TEST_F(FrmPaymentTest, TypedTextIsStoredAsTypedAndALongTypeIsToldButKept) {
     messages().clear();
     save();
     ASSERT_TRUE(messages().shown.empty());
-    const auto rows = payments();
-    ASSERT_EQ(rows.size(), 1u);
-    EXPECT_EQ(rows[0].text("tw_recpt_num"), receipt);
-    EXPECT_EQ(rows[0].text("tw_bank_name"), bank);
-    EXPECT_EQ(rows[0].text("tw_branch_name"), branch);
+    ASSERT_EQ(payments().size(), 1u);
+    const auto row = payments()[0];
+    EXPECT_EQ(QStringList(
+                  {row.text("tw_recpt_num"), row.text("tw_bank_name"), row.text("tw_branch_name")}),
+              (QStringList{receipt, bank, branch}));
     EXPECT_EQ(twtest::rowCells(w.pmntlist, 0).value(1), receipt);
-    fill(receipt);
-    save();
-    EXPECT_EQ(messages().texts(),
-              Texts{"Details are already exisiting. Enter another Receipt/Voucher Number"});
 
     // The type typed once is offered the next time the screen opens.
     auto& again = open();

@@ -52,9 +52,9 @@ protected:
     }
 };
 
-TEST_F(FrmSchEntryTest, OpensOnTheFirstProjectWithItsItemsOrSaysThereIsNone) {
+TEST_F(FrmSchEntryTest, OpensOnTheFirstProjectsItemsAndADoubleClickLoadsOneWithItsOwnRate) {
     addItem("P1", "1", "Excavation", 120.5, "Cu Mt", "Volume");
-    addItem("P2", "9", "Other", 1);
+    addItem("P2", "9", "Other", 1); // a metre-only category in a feet project
     addItem("P1", "2", "Item without label", 75);
     auto& w = open();
     EXPECT_EQ(w.cmb_projname->currentText(), "Tower");
@@ -62,8 +62,19 @@ TEST_F(FrmSchEntryTest, OpensOnTheFirstProjectWithItsItemsOrSaysThereIsNone) {
     EXPECT_EQ(w.schlist->topLevelItemCount(), 2);
     EXPECT_EQ(line(0), (QStringList{"1", "1", "Excavation", "RCC", "120.5", "Cu Mt", "Volume"}));
     EXPECT_EQ(line(1), (QStringList{"2", "2", "Item without label", "RCC", "75", "XXX", "xxx"}));
+    clickLine(0, true);
+    EXPECT_EQ(QStringList({w.txt_schnum->text(), w.RtItmDsc->toPlainText(),
+                           w.cmb_unitnos->currentText(), w.cmb_category->currentText(),
+                           w.cmb_volarea->currentText(), w.txtschitemrate->text()}),
+              (QStringList{"1", "Excavation", "10", "RCC", "Volume", "120.5"})); // not RCC's 7000
+    clickLine(1, true); // no label and type: the caption that stands stays
+    EXPECT_EQ(w.unitlbl->text(), "Cu Mt");
+    EXPECT_EQ(w.txtschitemrate->text(), "75");
     pick(w.cmb_projname, "Villa");
     EXPECT_EQ(line(0), (QStringList{"1", "9", "Other", "PCC", "1", "XXX", "xxx"}));
+    clickLine(0, true);
+    EXPECT_EQ(w.cmb_category->currentText() + " " + w.txtschitemrate->text(), "PCC 1");
+    EXPECT_TRUE(messages().shown.empty());
 
     // With no project at all the screen says so, and an item has no project to go to.
     db().exec("delete from contractmaster");
@@ -159,45 +170,19 @@ TEST_F(FrmSchEntryTest, SavingTheSameNumberOverwritesAndANewNumberAdds) {
     EXPECT_TRUE(messages().shown.empty());
 }
 
-TEST_F(FrmSchEntryTest, DoubleClickLoadsTheItemAndItsStoredRateWins) {
-    addItem("P1", "7", "Columns", 6890.4, "Cu Mt", "Volume");
-    addItem("P1", "8", "Item without label", 15);
-    addItem("P2", "1", "Blinding", 44); // a metre-only category in a feet project
-    auto& w = open();
-    clickLine(0, true);
-    EXPECT_EQ(w.txt_schnum->text() + w.RtItmDsc->toPlainText(), "7Columns");
-    EXPECT_EQ(QStringList({w.cmb_unitnos->currentText(), w.cmb_category->currentText(),
-                           w.cmb_volarea->currentText()}),
-              (QStringList{"10", "RCC", "Volume"}));
-    EXPECT_EQ(w.txtschitemrate->text(), "6890.4"); // not the category's 7000
-    clickLine(1, true); // no label and type: the caption that stands stays
-    EXPECT_EQ(w.unitlbl->text(), "Cu Mt");
-    EXPECT_EQ(w.txtschitemrate->text(), "15");
-    pick(w.cmb_projname, "Villa");
-    clickLine(0, true);
-    EXPECT_EQ(w.cmb_category->currentText(), "PCC");
-    EXPECT_EQ(w.txtschitemrate->text(), "44");
-    EXPECT_TRUE(messages().shown.empty());
-}
-
-TEST_F(FrmSchEntryTest, DeleteAsksAboutThePickedLineAndRemovesItOnOkOnly) {
+TEST_F(FrmSchEntryTest, DeleteAsksAboutThePickedLineOnTheRealBoxAndRemovesItOnOkOnly) {
     addItem("P1", "1", "Excavation", 10);
     addItem("P1", "2", "Filling", 20);
     addItem("P1", "", "Note without number", 0);
     auto& w = open();
     clickLine(1, true);
     save(); // the saved item stays picked
-    messages().answers.push_back(ui::Answer::Cancel);
-    click("cmd_delete");
-    ASSERT_EQ(messages().texts(), Texts{"You are Deleting : 2 - Filling"});
-    EXPECT_EQ(messages().shown[0].flags, ui::OkCancel);
-    EXPECT_FALSE(w.cmd_delete->isEnabled());
-    // The same through the real box: Cancel keeps the item, OK removes it.
-    for (const auto& [button, left] : {std::pair{"Cancel", 3u}, std::pair{"OK", 2u}}) {
-        clickLine(1);
-        const QStringList shown = twtest::withRealBoxes({button}, [&] { click("cmd_delete"); });
-        EXPECT_EQ(shown, QStringList{"You are Deleting : 2 - Filling"});
+    for (const auto& [button, left] : {std::pair{"Cancel", 3u}, {"OK", 2u}}) {
+        EXPECT_EQ(twtest::withRealBoxes({button}, [&] { click("cmd_delete"); }),
+                  QStringList{"You are Deleting : 2 - Filling"});
         EXPECT_EQ(items("P1").size(), left) << button;
+        EXPECT_FALSE(w.cmd_delete->isEnabled());
+        clickLine(1);
     }
     EXPECT_EQ(line(1).value(2), "Note without number");
     messages().clear();
@@ -208,15 +193,13 @@ TEST_F(FrmSchEntryTest, DeleteAsksAboutThePickedLineAndRemovesItOnOkOnly) {
     EXPECT_EQ(items("P1").size(), 2u);
 }
 
-TEST_F(FrmSchEntryTest, KeyboardSavesAndPicksTheSavedItemAgain) {
+TEST_F(FrmSchEntryTest, KeysPickTheSavedItemAgainAndDeleteIt) {
     addItem("P1", "1", "Excavation", 10);
     auto& w = open();
     QApplication::setActiveWindow(&w);
     ASSERT_TRUE(QTest::qWaitForWindowActive(&w));
     fill("2", "Filling", "20");
-    w.cmd_save_sch->setFocus(Qt::TabFocusReason);
-    QTest::keyClick(w.cmd_save_sch, Qt::Key_Return); // Enter presses the focused button
-    ASSERT_TRUE(QTest::qWaitFor([&] { return items("P1").size() == 2; }));
+    save();
     w.schlist->setFocus(Qt::TabFocusReason);
     QTest::keyClick(w.schlist, Qt::Key_Return);
     EXPECT_EQ(w.txt_schnum->text() + w.txtschitemrate->text(), "220");

@@ -46,16 +46,20 @@ protected:
         return fill(*findByCaption(caption), run, db(), twtest::scripted());
     }
     Rows table(const QString& name = "dummy_estimation") { return db().keyed(name); }
-    // A column's text as a layout prints it: "" when empty.
-    // A figure as the lists print it; a share kept as printed text ("75.") stays as it is.
+    // A column's text as a layout prints it: "" when empty, a share kept as printed text
+    // ("75.") as it is.
     static QString at(const Row& r, const QString& column) {
         return r[column].typeId() == QMetaType::QString ? r.text(column) : numberText(r[column]);
     }
-    // One column of every row of dummy_estimation.
-    QStringList column(const QString& name) {
+    // The given columns (space-separated) of every row of dummy_estimation, a row a text.
+    QStringList cells(const QString& columns) {
         QStringList out;
-        for (const Row& r : table())
-            out << at(r, name);
+        for (const Row& r : table()) {
+            QStringList row;
+            for (const QString& c : columns.split(u' '))
+                row << at(r, c);
+            out << row.join(" | ");
+        }
         return out;
     }
     int lines_ = 0;
@@ -72,20 +76,15 @@ TEST_F(Fill, AbstractEstimateCarriesTheNetFiguresAndSharesOfEachGroup) {
     run.wws = QString(); // left blank: no share, 0 percent
     ASSERT_TRUE(generate("Abstract Estimate", run));
     EXPECT_TRUE(twtest::messages().shown.empty());
-    EXPECT_EQ(column("test"), (QStringList{"NoDeduction", "NoDeduction", "Deduction"}));
-    EXPECT_EQ(column("ndamt"), (QStringList{"12.5", "7.5", ""}));
-    EXPECT_EQ(column("Damt"), (QStringList{"", "", "2"}));
-    EXPECT_EQ(column("netqty"), (QStringList{"12.5", "20", "18"}));
-    EXPECT_EQ(column("net_amt"), (QStringList{"312.5", "500", "450"}));
-    EXPECT_EQ(column("ewp_amt"), (QStringList{"46.88", "75.", "67.5"}));
-    EXPECT_EQ(column("ewp_pct"), (QStringList{"15", "15", "15"}));
-    EXPECT_EQ(column("wws_amt"), (QStringList{"0", "0", "0"}));
-    EXPECT_EQ(column("wws_pct"), (QStringList{"0", "0", "0"}));
-    EXPECT_EQ(column("prev_bill_qty1"), (QStringList{"", "", "18"}));
-    EXPECT_EQ(column("tw_item_desc"), (QStringList{"Brick work", "Brick work", "Brick work"}));
-    EXPECT_EQ(column("units_label"), (QStringList{"Sq", "Sq", "Sq"}));
-    EXPECT_EQ(column("tw_item_narration_d"), (QStringList{"", "", "n1"}));
-    EXPECT_EQ(column("tw_item_narration"), (QStringList{"n2", "n3", ""}));
+    EXPECT_EQ(
+        cells("test ndamt Damt netqty net_amt ewp_amt ewp_pct wws_amt wws_pct "
+              "prev_bill_qty1 tw_item_narration tw_item_narration_d units_label tw_item_desc"),
+        (QStringList{"NoDeduction | 12.5 |  | 12.5 | 312.5 | 46.88 | 15 | 0 | 0 |  | n2 |  | "
+                     "Sq | Brick work",
+                     "NoDeduction | 7.5 |  | 20 | 500 | 75. | 15 | 0 | 0 |  | n3 |  | Sq | "
+                     "Brick work",
+                     "Deduction |  | 2 | 18 | 450 | 67.5 | 15 | 0 | 0 | 18 |  | n1 | Sq | "
+                     "Brick work"}));
 }
 
 // Two items, the second all deductions; group numbers go on from run to run while the screen
@@ -101,18 +100,16 @@ TEST_F(Fill, GroupsAreNumberedOnFromRunToRunAndADeductionOnlyGroupGoesNegative) 
     ReportRun run = runOn("School");
     for (const QStringList& keys : {QStringList{"0", "0", "1"}, QStringList{"1", "1", "2"}}) {
         ASSERT_TRUE(generate("Tender Schedule", run));
-        EXPECT_EQ(column("tw_recordkey"), keys);
-        EXPECT_EQ(column("inr"), (QStringList{keys[0], keys[1], ""}));
-        EXPECT_EQ(column("inr_d"), (QStringList{"", "", keys[2]}));
-        EXPECT_EQ(column("netqty"), (QStringList{"3", "7", "-3"}));
-        EXPECT_EQ(column("net_amt"), (QStringList{"90", "210", "-3"}));
-        EXPECT_EQ(column("prev_bill_qty1"), (QStringList{"", "7", "-3"}));
-        EXPECT_EQ(column("ewp_amt"), (QStringList{"", "", ""})); // no shares on a tender
+        EXPECT_EQ(cells("tw_recordkey inr inr_d"),
+                  (QStringList{keys[0] + " | " + keys[0] + " | ", keys[1] + " | " + keys[1] + " | ",
+                               keys[2] + " |  | " + keys[2]}));
+        // No shares on a tender.
+        EXPECT_EQ(cells("netqty net_amt prev_bill_qty1 ewp_amt"),
+                  (QStringList{"3 | 90 |  | ", "7 | 210 | 7 | ", "-3 | -3 | -3 | "}));
     }
     line("P1", "RA-1", "2", 6);
     ASSERT_TRUE(generate("Tender Schedule", run));
-    EXPECT_EQ(column("netqty"), (QStringList{"3", "7", "6", "3"}));
-    EXPECT_EQ(column("prev_bill_qty1"), (QStringList{"3", "7", "", "3"}));
+    EXPECT_EQ(cells("netqty prev_bill_qty1"), (QStringList{"3 | 3", "7 | 7", "6 | ", "3 | 3"}));
 }
 
 TEST_F(Fill, SharesArePrintedAsHashFormatAndZeroStaysANumber) {
@@ -129,8 +126,8 @@ TEST_F(Fill, SharesArePrintedAsHashFormatAndZeroStaysANumber) {
         ReportRun run = runOn("School");
         run.ewp = c.ewp;
         ASSERT_TRUE(generate("Abstract Estimate", run));
-        EXPECT_EQ(column("ewp_amt"), QStringList{c.ewpAmt}) << c.ewp;
-        EXPECT_EQ(column("ewp_pct"), QStringList{c.ewpPct}) << c.ewp;
+        EXPECT_EQ(cells("ewp_amt ewp_pct"), QStringList{c.ewpAmt + QString(" | ") + c.ewpPct})
+            << c.ewp;
         // The layout is told the percentage as a number, blank as 0.
         EXPECT_EQ(parameters(*findByCaption("Abstract Estimate"), run).at(2),
                   QVariant(QString(c.ewpPct).toDouble()));
@@ -153,8 +150,8 @@ TEST_F(Fill, EstimateTakesTheFirstItemOfAnyProjectFinalBillItsOwn) {
                  {"Final Bill - Detailed", "New wording", "400"}};
     for (const auto& c : cases) {
         ASSERT_TRUE(generate(c.caption, run));
-        EXPECT_EQ(column("tw_item_desc"), QStringList{c.desc}) << c.caption;
-        EXPECT_EQ(column("net_amt"), QStringList{c.amount}) << c.caption;
+        EXPECT_EQ(cells("tw_item_desc net_amt"), QStringList{c.desc + QString(" | ") + c.amount})
+            << c.caption;
     }
 }
 
@@ -180,7 +177,7 @@ TEST_F(Fill, AMissingItemStopsTheRowsWithAMessageAndKeepsThoseBefore) {
                                                              : "Some or No Details Found");
             EXPECT_EQ(m.title, "Abstract Estimate");
             EXPECT_EQ(m.flags, Information);
-            EXPECT_EQ(column("netqty"), kept) << caption.toStdString();
+            EXPECT_EQ(cells("netqty"), kept) << caption.toStdString();
         }
     }
 }
@@ -223,7 +220,7 @@ TEST_F(Fill, AFailureShowsItsTextAndKeepsWhatWasWritten) {
     // The tender schedule's first group got its figures before the second item failed.
     ReportRun run = runOn("School");
     EXPECT_FALSE(generate("Tender Schedule", run));
-    EXPECT_EQ(column("netqty"), (QStringList{"4", ""}));
+    EXPECT_EQ(cells("netqty"), (QStringList{"4", ""}));
     EXPECT_EQ(twtest::messages().shown.back().flags, Critical);
 }
 
@@ -246,11 +243,10 @@ TEST_F(Fill, FinalBillGroupsNeighbouringLinesAndLeavesBillsRaisedAlone) {
     db().insert("billsraised", raised);
     ReportRun run = runOn("School", QString());
     ASSERT_TRUE(generate("Final Bill - Detailed", run));
-    EXPECT_EQ(column("tw_recordkey"), (QStringList{"0", "1", "1", "2"}));
-    EXPECT_EQ(column("netqty"), (QStringList{"10", "4", "3", "5"}));
-    EXPECT_EQ(column("net_amt"), (QStringList{"50", "16", "12", "25"}));
-    for (const char* empty : {"units_label", "prev_bill_qty1", "ewp_amt"})
-        EXPECT_EQ(column(empty), (QStringList{"", "", "", ""})) << empty;
+    // No unit labels, previous quantities or shares on a final bill.
+    EXPECT_EQ(cells("tw_recordkey netqty net_amt units_label prev_bill_qty1 ewp_amt"),
+              (QStringList{"0 | 10 | 50 |  |  | ", "1 | 4 | 16 |  |  | ", "1 | 3 | 12 |  |  | ",
+                           "2 | 5 | 25 |  |  | "}));
     const Row after = table("billsraised").at(0);
     for (const auto& [name, value] : raised)
         EXPECT_EQ(after[name], value) << name.toStdString();
