@@ -153,9 +153,11 @@ Frm_RateAnalysis::Frm_RateAnalysis(QWidget* parent) : ui::Screen(parent) {
     ui::selectAllOnFocusBelow(this, {TxtUnits, TxtUnts, TxtTotAmt});
 
     connect(CmbCntrNm, &QComboBox::activated, this, ui::guarded([this] { CmbCntrNm_activated(); }));
-    connect(LstVwSchedule, &QTreeWidget::itemClicked, this, [this](QTreeWidgetItem* item) {
-        ui::guard([this, item] { LstVwSchedule_itemClicked(item); });
-    });
+    // Pressing on a row remembers it; letting go anywhere over the list, a blank part too,
+    // shows what was remembered.
+    connect(LstVwSchedule, &QTreeWidget::itemPressed, this,
+            [this](QTreeWidgetItem* item) { LstVwSchedule_itemPressed(item); });
+    LstVwSchedule->viewport()->installEventFilter(this);
     connect(CmbItems, &QComboBox::activated, this, ui::guarded([this] { CmbItems_activated(); }));
     connect(CmdAdd, &QPushButton::clicked, this, ui::guarded([this] { CmdAdd_clicked(); }));
     connect(LstVwItmDtls, &QTreeWidget::itemClicked, this, [this](QTreeWidgetItem* item) {
@@ -237,8 +239,17 @@ void Frm_RateAnalysis::CmbCntrNm_activated() {
         ui::addListRow(LstVwSchedule, {r.text(0), r.text(1)});
 }
 
-void Frm_RateAnalysis::LstVwSchedule_itemClicked(QTreeWidgetItem* item) {
-    scheduleDesc_ = item ? item->text(1) : QString();
+void Frm_RateAnalysis::LstVwSchedule_itemPressed(QTreeWidgetItem* item) {
+    scheduleDesc_ = item->text(1);
+}
+
+bool Frm_RateAnalysis::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == LstVwSchedule->viewport() && event->type() == QEvent::MouseButtonRelease)
+        ui::guard([this] { LstVwSchedule_mouseReleased(); });
+    return ui::Screen::eventFilter(watched, event);
+}
+
+void Frm_RateAnalysis::LstVwSchedule_mouseReleased() {
     RTB_Schedule->setPlainText(scheduleDesc_);
     tablename_ = QStringLiteral("Sch_master");
     if (scheduleDesc_.isEmpty()) {

@@ -41,7 +41,8 @@ public:
 
     void Form_Load();
     void CmbCntrNm_activated();
-    void LstVwSchedule_itemClicked(QTreeWidgetItem* item);
+    void LstVwSchedule_itemPressed(QTreeWidgetItem* item);
+    void LstVwSchedule_mouseReleased();
     void CmbItems_activated();
     void CmdAdd_clicked();
     void LstVwItmDtls_itemClicked(QTreeWidgetItem* item);
@@ -58,6 +59,9 @@ public:
 
     // The pop-up: the frame's own when the screen stands in the frame, else one of the screen.
     QMenu* mnurtanl() const;
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     QString categoryTable() const;

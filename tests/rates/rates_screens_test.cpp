@@ -197,6 +197,22 @@ TEST_F(RateAnalysisTest, AnalysisWalkStopsAtTheFirstNullSlot) {
     EXPECT_TRUE(w.CmdDel->isEnabled());
 }
 
+TEST_F(RateAnalysisTest, LettingGoOverTheListShowsTheRowLastPressed) {
+    wall();
+    auto& w = open();
+    const QPoint blank(5, w.LstVwSchedule->viewport()->height() - 5);
+    messages().clear();
+    QTest::mouseClick(w.LstVwSchedule->viewport(), Qt::LeftButton, {}, blank);
+    ASSERT_EQ(messages().shown.size(), 1u);
+    EXPECT_EQ(messages().shown[0].text, "No Details Found...");
+    EXPECT_EQ(messages().shown[0].title, "Details");
+    clickRow(w.LstVwSchedule, 0);
+    w.LstVwItmDtls->clear();
+    QTest::mouseClick(w.LstVwSchedule->viewport(), Qt::LeftButton, {}, blank);
+    EXPECT_EQ(w.LstVwItmDtls->topLevelItemCount(), 2); // the pressed row's analysis again
+    EXPECT_EQ(messages().shown.size(), 1u);
+}
+
 TEST_F(RateAnalysisTest, EleventhRowPricesTheCostItemBeforeItIsRefused) {
     wall(10);
     auto& w = openOnItem();
