@@ -190,6 +190,25 @@ bool rulesTake(const QLineEdit& field, const QString& text, bool overSelection) 
     return true;
 }
 
+// The property that holds a field's typing limit (typingLimit), so a paste can be cut to it.
+constexpr const char* kTypingLimit = "twTypingLimit";
+
+// A paste of `text` over the selection, cut to what the field's typing limit leaves room for.
+QString pastedText(const QLineEdit& field, const QString& text) {
+    const QVariant limit = field.property(kTypingLimit);
+    if (!limit.isValid())
+        return text;
+    const qsizetype kept = field.text().size() - field.selectedText().size();
+    return text.left(qMax(qsizetype(limit.toInt()) - kept, qsizetype(0)));
+}
+
+// Pastes the clipboard into the field when its rules take it, cut to the typing limit.
+void pasteJudged(QLineEdit* field) {
+    const QString text = pastedText(*field, QGuiApplication::clipboard()->text());
+    if (!text.isEmpty() && rulesTake(*field, text, true))
+        field->insert(text);
+}
+
 // Judges text arriving by paste, middle click or drop by all the key rules of one field. Typed
 // keys are judged by the rules themselves and pass here untouched.
 class PasteRule : public QObject {
@@ -202,8 +221,10 @@ public:
         QClipboard* clip = QGuiApplication::clipboard();
         switch (event->type()) {
         case QEvent::KeyPress:
-            return static_cast<QKeyEvent*>(event)->matches(QKeySequence::Paste) &&
-                   !rulesTake(*field, clip->text(), true);
+            if (!static_cast<QKeyEvent*>(event)->matches(QKeySequence::Paste))
+                return false;
+            pasteJudged(field);
+            return true;
         case QEvent::MouseButtonRelease:
             return static_cast<QMouseEvent*>(event)->button() == Qt::MiddleButton &&
                    clip->supportsSelection() &&
@@ -237,10 +258,7 @@ private:
             if (paste->text() != caption && !paste->text().startsWith(caption + u'\t'))
                 continue;
             QObject::disconnect(paste, &QAction::triggered, nullptr, nullptr);
-            QObject::connect(paste, &QAction::triggered, field, [field] {
-                if (rulesTake(*field, QGuiApplication::clipboard()->text(), true))
-                    field->paste();
-            });
+            QObject::connect(paste, &QAction::triggered, field, [field] { pasteJudged(field); });
         }
         menu->exec(at);
     }
@@ -309,6 +327,15 @@ KeyRule* charsRule(QLineEdit* field, const QString& allowed, bool letters, bool 
         if (letters && ((c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z')))
             return true;
         return digits && c >= u'0' && c <= u'9';
+    });
+}
+
+KeyRule* typingLimit(QLineEdit* field, int limit) {
+    field->setProperty(kTypingLimit, limit);
+    return new KeyRule(field, [limit](QChar c, const QLineEdit& f) {
+        if (c == u'\b' || c == u'\r')
+            return true;
+        return f.text().size() - f.selectedText().size() < limit;
     });
 }
 

@@ -83,6 +83,12 @@ KeyRule* decimalRule(QLineEdit* field, bool onePoint = true);
 KeyRule* charsRule(QLineEdit* field, const QString& allowed, bool letters = false,
                    bool digits = false);
 
+// A field's length limit, for typing only: keys, pastes and drops stop at `limit` characters (a
+// paste is cut to the room left), while text the program puts in (a stored value, a line of a
+// file) is shown and saved whole. QLineEdit's own maximum would cut such text on load, and the
+// cut text would then be saved back.
+KeyRule* typingLimit(QLineEdit* field, int limit);
+
 // Entering the field selects its whole text.
 void selectAllOnFocus(QLineEdit* field);
 // The same for every QLineEdit below `root`, but for those listed.

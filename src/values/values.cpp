@@ -105,31 +105,61 @@ QString nonFiniteText(double v) {
     return v > 0 ? QStringLiteral("Inf") : QStringLiteral("-Inf");
 }
 
+// A finite v rounded to `decimals` places as a person reads it: its 15-significant-digit text,
+// then a half away from zero. 60.914999999999999 reads 60.9150000000000 and gives 60.92, where
+// the binary value would give 60.91. Gives the whole digits (at least "0") and exactly
+// `decimals` fraction digits; negative only when the result is not zero.
+struct Fixed {
+    bool negative = false;
+    std::string whole = "0";
+    std::string fraction;
+};
+
+Fixed fixedDigits(double v, int decimals) {
+    const Decimal d = fifteenDigits(v);
+    std::string units = d.digits; // the value in units of 10^-decimals, still to be cut
+    const int shift = d.exponent + decimals;
+    if (shift >= 0) {
+        if (!d.isZero())
+            units.append(static_cast<std::size_t>(shift), '0');
+    } else {
+        const std::size_t cut = static_cast<std::size_t>(-shift);
+        const bool up = cut <= units.size() && units[units.size() - cut] >= '5';
+        units = cut < units.size() ? units.substr(0, units.size() - cut) : "0";
+        if (up) {
+            std::size_t i = units.size();
+            while (i > 0 && units[i - 1] == '9')
+                units[--i] = '0';
+            if (i == 0)
+                units.insert(0, 1, '1');
+            else
+                ++units[i - 1];
+        }
+    }
+    stripLeadingZeros(units);
+    Fixed f;
+    f.negative = d.negative && units != "0";
+    const std::size_t places = static_cast<std::size_t>(decimals);
+    if (units.size() <= places)
+        units.insert(0, places + 1 - units.size(), '0');
+    f.whole = units.substr(0, units.size() - places);
+    f.fraction = units.substr(units.size() - places);
+    return f;
+}
+
 // The two-decimal formats: a half away from zero, no leading zero, the point always printed;
 // trimmed drops trailing zeros of the decimals ("#.##"), otherwise two are kept (".00").
 QString formatTwoDecimals(double v, bool trimmed) {
     if (!std::isfinite(v))
         return nonFiniteText(v);
-    const double hundredths = std::round(v * 100.0);
-    if (!std::isfinite(hundredths))
-        return doubleText(v);
-    char buf[400];
-    const auto res =
-        std::to_chars(buf, buf + sizeof buf, std::fabs(hundredths), std::chars_format::fixed, 0);
-    std::string units(buf, static_cast<std::size_t>(res.ptr - buf));
-    if (units.size() < 3)
-        units.insert(0, 3 - units.size(), '0');
-    std::string whole = units.substr(0, units.size() - 2);
-    std::string fraction = units.substr(units.size() - 2);
-    stripLeadingZeros(whole);
-    if (whole == "0")
-        whole.clear();
+    Fixed f = fixedDigits(v, 2);
+    if (f.whole == "0")
+        f.whole.clear();
     if (trimmed) {
-        while (!fraction.empty() && fraction.back() == '0')
-            fraction.pop_back();
+        while (!f.fraction.empty() && f.fraction.back() == '0')
+            f.fraction.pop_back();
     }
-    const bool negative = hundredths < 0;
-    return QString::fromLatin1((negative ? "-" : "") + whole + "." + fraction);
+    return QString::fromLatin1((f.negative ? "-" : "") + f.whole + "." + f.fraction);
 }
 
 } // namespace
@@ -225,6 +255,37 @@ QString formatFixed2(double v) {
     return formatTwoDecimals(v, false);
 }
 
+QString fixedText(double v, int decimals) {
+    if (!std::isfinite(v))
+        return nonFiniteText(v);
+    const Fixed f = fixedDigits(v, decimals);
+    std::string out = (f.negative ? "-" : "") + f.whole;
+    if (decimals > 0)
+        out += "." + f.fraction;
+    return QString::fromLatin1(out);
+}
+
+bool fitsMoney(double v) {
+    return std::isfinite(v) && std::fabs(v) <= kMoneyLimit;
+}
+
+bool fitsInt16(double v) {
+    const double r = scaledToEven(v, 0);
+    return std::isfinite(r) && r >= std::numeric_limits<qint16>::min() &&
+           r <= std::numeric_limits<qint16>::max();
+}
+
+QString tooLargeText(const QString& field, double v, bool int16) {
+    const bool low = v < 0;
+    QString limit = int16 ? (low ? QStringLiteral("-32,768") : QStringLiteral("32,767"))
+                          : (low ? QStringLiteral("-922,337,203,685,477")
+                                 : QStringLiteral("922,337,203,685,477"));
+    return field +
+           (low ? QStringLiteral(" can not be less than ")
+                : QStringLiteral(" can not be more than ")) +
+           limit;
+}
+
 QString doubleText(double v) {
     if (!std::isfinite(v))
         return nonFiniteText(v);
@@ -236,15 +297,8 @@ QString doubleText(double v) {
         ++d.exponent;
     }
     const int digitCount = static_cast<int>(d.digits.size());
-    const int leading = d.exponent + digitCount - 1; // the power of ten of the first digit
     std::string out = d.negative ? "-" : "";
-    if (leading < -4 || leading >= 15) {
-        out += d.digits[0];
-        if (digitCount > 1)
-            out += "." + d.digits.substr(1);
-        const std::string e = std::to_string(std::abs(leading));
-        out += std::string("E") + (leading < 0 ? "-" : "+") + (e.size() < 2 ? "0" : "") + e;
-    } else if (d.exponent >= 0) {
+    if (d.exponent >= 0) {
         out += d.digits + std::string(static_cast<std::size_t>(d.exponent), '0');
     } else {
         const int before = digitCount + d.exponent; // digits before the point

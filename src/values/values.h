@@ -55,23 +55,43 @@ double round2(double v);
 // values too large to scale, come back unchanged.
 double roundHalfEven(double v, int decimals);
 
+// Printing a figure with a fixed number of decimals decides the half on the figure as a person
+// reads it: its decimal text to 15 significant digits, then a half away from zero. So
+// 60.914999999999999 (three rows printing 33.88, 19.24 and 7.80) prints 60.92, and 1.005 (whose
+// double is 1.00499999999999989...) prints 1.01. This is printing only: the rounding steps
+// above stay literal on the double.
+
 // "##.##" and "#.##": at most two decimals, a half away from zero, nothing padded, the point
 // always printed: 46.875 -> "46.88", 12.5 -> "12.5", 75 -> "75.", 0.5 -> ".5", 0 -> ".".
-// The half is that of v x 100 as computed. A negative value has a leading "-" ("-.5"); one
-// that rounds to zero prints "." with no sign. No digit grouping. NaN and infinities print as
-// doubleText does.
+// A negative value has a leading "-" ("-.5"); one that rounds to zero prints "." with no sign.
+// No digit grouping. NaN and infinities print as doubleText does.
 QString formatHash2(double v);
 
 // "#####.00" and "####.00": exactly two decimals, a half away from zero, no leading zero:
 // 1234.5 -> "1234.50", 0.5 -> ".50", 0 -> ".00", -0.5 -> "-.50". Otherwise as formatHash2.
 QString formatFixed2(double v);
 
+// A figure with exactly `decimals` decimals, as reports print it: 12.5 -> "12.50",
+// 0.5 -> "0.50", -0.004 -> "0.00", 1e20 -> "100000000000000000000.00". No grouping.
+QString fixedText(double v, int decimals);
+
 // The text of a double printed with no format: 15 significant digits, no trailing zeros,
-// a leading zero before the point (0.1 * 3 -> "0.3", 12.0 -> "12", 0.5 -> "0.5").
-// When the first significant digit stands at 10^15 or above, or below 10^-4, the text takes
-// the exponent form "1E+15", "1.5E-07", "1E+100". -0 is "0"; NaN and infinities are "NaN",
-// "Inf" and "-Inf". Independent of the C locale, as every function here.
+// a leading zero before the point (0.1 * 3 -> "0.3", 12.0 -> "12", 0.5 -> "0.5"). Always plain
+// decimal digits, never an exponent (5e-05 -> "0.00005", 1e15 -> "1000000000000000"), so that
+// every number the program writes as text reads back as the same number. -0 is "0"; NaN and
+// infinities are "NaN", "Inf" and "-Inf". Independent of the C locale, as every function here.
 QString doubleText(double v);
+
+// The largest amount, rate or quantity the books keep: the money type the bills are summed in
+// holds whole rupees up to this.
+inline constexpr double kMoneyLimit = 922337203685477.0;
+// Whether v is finite and within +-kMoneyLimit.
+bool fitsMoney(double v);
+// Whether v rounds into a 16-bit field (toInt16 would not overflow).
+bool fitsInt16(double v);
+// The refusal for a figure beyond its field's range, naming the field:
+// "Amount can not be more than 922,337,203,685,477", "... can not be less than -32,768".
+QString tooLargeText(const QString& field, double v, bool int16 = false);
 
 // dd-MM-yyyy, or one blank for an empty (null) date.
 QString dateText(const QDate& d);

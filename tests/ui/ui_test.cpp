@@ -98,6 +98,29 @@ TEST(KeyRules, TypedOrPastedAFieldTakesOnlyWhatItsRulesLetThrough) {
     EXPECT_EQ(decimal.text(), QString());
 }
 
+TEST(KeyRules, ALengthLimitHoldsTypingNotTextTheProgramPutsIn) {
+    QLineEdit name;
+    ui::typingLimit(&name, 5);
+    name.show();
+    const QString stored(60, u'x');
+    name.setText(stored); // a stored name longer than the limit is shown whole
+    EXPECT_EQ(name.text(), stored);
+    name.end(false);
+    QTest::keyClicks(&name, QStringLiteral("y"));
+    EXPECT_EQ(name.text(), stored);
+    name.clear();
+    QTest::keyClicks(&name, QStringLiteral("abcdefg"));
+    EXPECT_EQ(name.text(), QStringLiteral("abcde"));
+    for (const char* how : {"ctrl+v", "menu", "drop"}) {
+        SCOPED_TRACE(how);
+        name.setText(QStringLiteral("ab"));
+        name.end(false);
+        // A paste is cut to the room left; a dropped text that does not fit is refused.
+        EXPECT_EQ(pasted(name, QStringLiteral("12345"), how),
+                  std::string(how) == "drop" ? QStringLiteral("ab") : QStringLiteral("ab123"));
+    }
+}
+
 TEST(DateEdit, TypedDatesAreTakenWholeOrRefused) {
     QWidget form;
     auto* date = new ui::DateEdit(&form);

@@ -120,8 +120,11 @@ TEST(Values, TwoDecimalFormats) {
         {0.5, ".5", ".50"},
         {0, ".", ".00"},
         {2.125, "2.13", "2.13"},
-        {1.005, "1.", "1.00"}, // 100.49999999999999 hundredths: below the half
+        {1.005, "1.01", "1.01"}, // read as a person reads it, not as 100.49999999999999
+        {1.0049999999999999, "1.01", "1.01"}, // 15% of 6.70
+        {60.914999999999999, "60.92", "60.92"},
         {0.995, "1.", "1.00"},
+        {0.00499999999999, ".", ".00"},
         {0.1 * 3, ".3", ".30"},
         {-0.5, "-.5", "-.50"},
         {-2.125, "-2.13", "-2.13"},
@@ -132,6 +135,39 @@ TEST(Values, TwoDecimalFormats) {
         EXPECT_EQ(tw::formatHash2(c.v), QString::fromLatin1(c.hash2)) << c.v;
         EXPECT_EQ(tw::formatFixed2(c.v), QString::fromLatin1(c.fixed2)) << c.v;
     }
+
+    // Report cells and totals: the same half, a leading zero, any number of decimals.
+    const struct {
+        double v;
+        int decimals;
+        const char* text;
+    } fixed[] = {
+        {33.88 + 19.24 + 7.80, 2, "60.92"}, // 60.914999999999999 as summed
+        {0.5, 2, "0.50"},
+        {-0.004, 2, "0.00"},
+        {9.995, 2, "10.00"},
+        {-2.125, 2, "-2.13"},
+        {1234.5, 0, "1235"},
+        {0.00005, 4, "0.0001"},
+        {1e38, 2, "100000000000000000000000000000000000000.00"},
+    };
+    for (const auto& c : fixed)
+        EXPECT_EQ(tw::fixedText(c.v, c.decimals), QString::fromLatin1(c.text)) << c.v;
+}
+
+TEST(Values, FiguresBeyondTheirFieldsAreKnown) {
+    EXPECT_TRUE(tw::fitsMoney(922337203685477.0));
+    EXPECT_TRUE(tw::fitsMoney(-922337203685477.0));
+    EXPECT_FALSE(tw::fitsMoney(922337203685478.0));
+    EXPECT_FALSE(tw::fitsMoney(1e38));
+    EXPECT_FALSE(tw::fitsMoney(kNaN));
+    EXPECT_TRUE(tw::fitsInt16(32767.4));
+    EXPECT_FALSE(tw::fitsInt16(32767.5));
+    EXPECT_TRUE(tw::fitsInt16(-32768.5));
+    EXPECT_EQ(tw::tooLargeText(QStringLiteral("Amount"), 1e38),
+              QStringLiteral("Amount can not be more than 922,337,203,685,477"));
+    EXPECT_EQ(tw::tooLargeText(QStringLiteral("Quantity"), -40000, true),
+              QStringLiteral("Quantity can not be less than -32,768"));
 }
 
 TEST(Values, DoubleTextAndDates) {
@@ -144,8 +180,11 @@ TEST(Values, DoubleTextAndDates) {
                  {-0.0, "0"},
                  {2.0 / 3, "0.666666666666667"},
                  {0.0001, "0.0001"},
-                 {1e15, "1E+15"},
-                 {1.5e-7, "1.5E-07"},
+                 {1e15, "1000000000000000"},
+                 {1.5e-7, "0.00000015"},
+                 {0.00005, "0.00005"},
+                 {9.999989999999e18, "9999989999999000000"},
+                 {-1e38, "-100000000000000000000000000000000000000"},
                  {kInf, "Inf"}};
     for (const auto& c : cases)
         EXPECT_EQ(tw::doubleText(c.v), QString::fromLatin1(c.text)) << c.text;

@@ -5,7 +5,6 @@
 #include <QLocale>
 #include <QStringList>
 
-#include <cmath>
 #include <cstdint>
 #include <utility>
 
@@ -14,11 +13,20 @@ namespace tw::reports {
 QString money(double v) {
     // Qt's Indian English locale groups the last three digits, then pairs: 1,23,45,678.
     static const QLocale india(QLocale::English, QLocale::India);
-    return india.toString(round2(v), 'f', 2);
+    const QString plain = fixedText(v, 2); // the paise decided as the figure reads
+    const qsizetype point = plain.indexOf(u'.');
+    bool whole = false;
+    const qlonglong rupees = plain.left(point).toLongLong(&whole);
+    if (!whole) // beyond any bill; the locale groups the double as it stands
+        return india.toString(v, 'f', 2);
+    QString grouped = india.toString(rupees);
+    if (rupees == 0 && plain.startsWith(u'-'))
+        grouped.prepend(u'-');
+    return grouped + plain.mid(point);
 }
 
 QString quantity(double v) {
-    return QString::number(round2(v), 'f', 2);
+    return fixedText(v, 2);
 }
 
 QString dimensionText(double whole, qint64 fraction, bool feet) {
@@ -82,8 +90,12 @@ QString words(std::int64_t n) {
 } // namespace
 
 QString amountInWords(double v) {
-    // round2 has already settled the paise; llround only turns that figure into an integer.
-    const std::int64_t paiseTotal = std::llround(round2(v) * 100.0);
+    // The words say the figure as it prints: the paise of fixedText, not of the binary value.
+    const QString plain = fixedText(v, 2);
+    bool whole = false;
+    const std::int64_t paiseTotal = QString(plain).remove(u'.').toLongLong(&whole);
+    if (!whole)
+        return QStringLiteral("Rupees ") + plain + QStringLiteral(" Only");
     const std::int64_t all = paiseTotal < 0 ? -paiseTotal : paiseTotal;
     const std::int64_t rupees = all / 100;
     const int paise = int(all % 100);

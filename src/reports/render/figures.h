@@ -7,8 +7,8 @@
 
 namespace tw::reports {
 
-// Two decimals, grouped in lakhs and crores: 12345678 -> "1,23,45,678.00". Rounded by
-// tw::round2 first, so a printed figure matches the stored one.
+// Two decimals, grouped in lakhs and crores: 12345678 -> "1,23,45,678.00". The half is decided
+// as the figure reads (tw::fixedText), so a total prints as its printed rows add up.
 QString money(double v);
 // Two decimals, no grouping: 12.5 -> "12.50".
 QString quantity(double v);
