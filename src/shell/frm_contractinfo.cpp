@@ -72,20 +72,12 @@ void frm_ContractInfo::cmdok_clicked() {
                            ui::Information);
                 return;
             }
-            // The board goes with its sub-window; closing the widget alone would leave an
-            // empty frame behind in the work area.
-            if (parentWidget())
-                parentWidget()->close();
-            else
-                close();
+            close();
             return;
         }
     }
 }
 
 void frm_ContractInfo::cmdCancel_clicked() {
-    if (parentWidget())
-        parentWidget()->close();
-    else
-        close();
+    close();
 }

@@ -13,9 +13,11 @@
 #include <QMdiSubWindow>
 #include <QMenuBar>
 #include <QMouseEvent>
+#include <QPointer>
 #include <QScreen>
 #include <QStyle>
 #include <QTextBrowser>
+#include <QTimer>
 #include <QUrl>
 
 namespace {
@@ -134,6 +136,8 @@ QWidget* TallyFrame::addChild(QWidget* w) {
     QMdiSubWindow* sub = mdi->addSubWindow(w);
     sub->setAttribute(Qt::WA_DeleteOnClose);
     sub->setProperty(wantedSize, wanted);
+    // A screen that closes itself (its Cancel or Exit) takes its window along.
+    w->installEventFilter(this);
     sub->show();
     w->show();
     placeChild(sub);
@@ -260,7 +264,23 @@ bool TallyFrame::eventFilter(QObject* watched, QEvent* event) {
         ui::guard([this] { openBoard(); });
         return true;
     }
+    if (event->type() == QEvent::Hide)
+        closeEmptyWindow(qobject_cast<QWidget*>(watched));
     return QMainWindow::eventFilter(watched, event);
+}
+
+// A screen hidden by its own hand (closed, or hidden and then deleted) leaves its window
+// standing empty; the window goes too. Its window hides it as well when minimized or rolled up,
+// or while closing: that is looked at once the hiding is over.
+void TallyFrame::closeEmptyWindow(QWidget* screen) {
+    auto* sub = screen ? qobject_cast<QMdiSubWindow*>(screen->parentWidget()) : nullptr;
+    if (!sub || sub->widget() != screen)
+        return;
+    QTimer::singleShot(0, sub, [sub, screen = QPointer<QWidget>(screen)] {
+        if ((!screen || screen->isHidden()) && sub->isVisible() && !sub->isMinimized() &&
+            !sub->isShaded())
+            sub->close();
+    });
 }
 
 void TallyFrame::showEvent(QShowEvent* e) {

@@ -176,7 +176,10 @@ protected:
         auto* s = f.mdi->activeSubWindow();
         return s && s->widget() ? s->widget()->objectName() : QString();
     }
-    static void settle() { QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); }
+    static void settle() {
+        QCoreApplication::processEvents();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
 };
 
 TEST_F(FrameTest, OpensOnTheDisplayWithOneInstanceOfAScreenAndExitClosesOneAtATime) {
@@ -292,4 +295,22 @@ TEST_F(FrameTest, EveryScreenFitsA1366x768DisplayAndHasDistinctAccessKeys) {
         settle();
     }
     TallyFrame::factories().erase(QStringLiteral("Oversized"));
+}
+
+TEST_F(FrameTest, AScreenThatClosesItselfTakesItsWindowAndOpensOnceMore) {
+    TallyFrame frame;
+    frame.show();
+    const auto windows = frame.mdi->subWindowList().size();
+    for (const auto& [name, button] :
+         {std::pair{"frm_setup", "cmdCancel"}, {"Frm_Import", "CmdExit"}}) {
+        SCOPED_TRACE(name);
+        for (int round = 0; round < 2; ++round) {
+            QWidget* screen = frame.openChild(QString::fromLatin1(name));
+            EXPECT_EQ(count(frame, name), 1);
+            QTest::mouseClick(screen->findChild<QPushButton*>(QString::fromLatin1(button)),
+                              Qt::LeftButton);
+            settle();
+            EXPECT_EQ(frame.mdi->subWindowList().size(), windows);
+        }
+    }
 }
