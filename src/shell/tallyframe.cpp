@@ -23,6 +23,8 @@
 namespace {
 // The size a child screen asked for, kept on its window until the window can be placed.
 const char* const wantedSize = "wantedSize";
+// Set once the window has been given that size; a window born maximized gets it when restored.
+const char* const placed = "placed";
 } // namespace
 
 std::map<QString, TallyFrame::Factory>& TallyFrame::factories() {
@@ -138,6 +140,12 @@ QWidget* TallyFrame::addChild(QWidget* w) {
     sub->setProperty(wantedSize, wanted);
     // A screen that closes itself (its Cancel or Exit) takes its window along.
     w->installEventFilter(this);
+    connect(sub, &QMdiSubWindow::windowStateChanged, this,
+            [this, sub](Qt::WindowStates, Qt::WindowStates now) {
+                if (!(now & (Qt::WindowMaximized | Qt::WindowMinimized)) &&
+                    !sub->property(placed).toBool())
+                    placeChild(sub);
+            });
     sub->show();
     w->show();
     placeChild(sub);
@@ -149,9 +157,11 @@ QWidget* TallyFrame::addChild(QWidget* w) {
 // the work area allows, and stands wholly inside the work area.
 void TallyFrame::placeChild(QMdiSubWindow* sub) {
     // Before the frame shows, its work area has no size yet: the frame places its first
-    // children when it shows.
-    if (!isVisible())
+    // children when it shows. A window opened while the others are maximized is maximized
+    // too, and a size given now would draw its screen in the corner under a maximized title.
+    if (!isVisible() || sub->isMaximized() || sub->isMinimized())
         return;
+    sub->setProperty(placed, true);
     const QSize wanted = sub->property(wantedSize).toSize();
     const QMargins m = sub->contentsMargins();
     const QSize area = mdi->viewport()->size();

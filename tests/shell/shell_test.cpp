@@ -314,3 +314,31 @@ TEST_F(FrameTest, AScreenThatClosesItselfTakesItsWindowAndOpensOnceMore) {
         }
     }
 }
+
+TEST_F(FrameTest, AScreenOpenedWhileAnotherIsMaximizedOpensMaximizedAndWhole) {
+    TallyFrame frame;
+    frame.show();
+    auto* first = qobject_cast<QMdiSubWindow*>(frame.openChild("frm_proj")->parentWidget());
+    const QPoint title(first->width() / 2, 8);
+    QTest::mouseMove(first, title);
+    QTest::mouseDClick(first, Qt::LeftButton, {}, title);
+    ASSERT_TRUE(first->isMaximized());
+    const QRect area = frame.mdi->viewport()->rect();
+    QMdiSubWindow* sub = nullptr;
+    for (const char* name :
+         {"frm_dims", "Frm_Reinforcement", "Frm_Reports", "frm_payment", "UserGuide"}) {
+        SCOPED_TRACE(name);
+        if (name == std::string("UserGuide"))
+            frame.findChild<QAction*>(QStringLiteral("mnuUsrGd"))->trigger();
+        else
+            frame.openChild(QString::fromLatin1(name));
+        sub = frame.mdi->activeSubWindow();
+        ASSERT_EQ(sub->widget()->objectName(), QString::fromLatin1(name));
+        EXPECT_TRUE(sub->isMaximized());
+        EXPECT_EQ(sub->geometry(), area);
+        EXPECT_EQ(sub->widget()->geometry(), sub->contentsRect());
+    }
+    // Restored, the guide takes the size it asked for.
+    sub->showNormal();
+    EXPECT_EQ(sub->widget()->size(), QSize(760, 560));
+}
