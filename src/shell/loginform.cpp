@@ -19,9 +19,10 @@ QString cfgPath() {
     return tw::AppFolder::file(QStringLiteral("twk.cfg"));
 }
 
-// The user id field takes letters, digits and - . / _ and blank; Enter is dropped too.
+// The user id field takes letters, digits and - . / _ and blank; Enter is dropped too. The id
+// offered from twk.cfg is shown whole, however long: cut, it could never match the file.
 void userIdRule(QLineEdit* field) {
-    field->setMaxLength(20);
+    ui::typingLimit(field, 20);
     ui::charsRule(field, QStringLiteral("-./_ "), true, true);
 }
 } // namespace

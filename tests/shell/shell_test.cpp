@@ -98,6 +98,18 @@ TEST_F(LoginTest, AfterTheRealBoxTheTypedIdStaysAndThePasswordIsSelected) {
     EXPECT_EQ(cancelled.count(), 1);
 }
 
+TEST_F(LoginTest, AStoredIdLongerThanTheFieldsLimitIsOfferedWholeAndLogsIn) {
+    const QString id = QStringLiteral("site-office.administrator");
+    writeConfig(id, QStringLiteral("Secret"));
+    LoginForm form;
+    form.show();
+    QSignalSpy ok(&form, &LoginForm::loggedIn);
+    QTest::keyClicks(form.txtpass, QStringLiteral("Secret"));
+    QTest::keyClick(form.txtpass, Qt::Key_Return);
+    EXPECT_EQ(form.txtuserid->text(), id);
+    EXPECT_EQ(ok.count(), 1);
+}
+
 TEST_F(LoginTest, ADamagedConfigIsToldOnceThenWrittenAnew) {
     QFile cfg(folder() + QStringLiteral("/twk.cfg"));
     ASSERT_TRUE(cfg.open(QIODevice::WriteOnly));
