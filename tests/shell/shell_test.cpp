@@ -13,6 +13,7 @@
 #include <QFile>
 #include <QLabel>
 #include <QMdiSubWindow>
+#include <QRadioButton>
 #include <QScreen>
 #include <QSignalSpy>
 #include <QTest>
@@ -233,6 +234,31 @@ TEST_F(FrameTest, TheBoardComesBackOnceAndOpensTheChosenScreenOrSaysItIsNotThere
     EXPECT_EQ(active(frame), QStringLiteral("frm_dims"));
     QTest::mouseDClick(frame.mdi->viewport(), Qt::LeftButton, {}, QPoint(5, 5));
     EXPECT_EQ(count(frame, "frm_ContractInfo"), 1);
+}
+
+TEST_F(FrameTest, OnTheBoardArrowsPickTheOptionTheyMoveToAndEnterPressesGo) {
+    TallyFrame frame;
+    frame.show();
+    QApplication::setActiveWindow(&frame);
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&frame));
+    auto* info = frame.findChild<frm_ContractInfo*>();
+    info->exopt->setFocus(Qt::TabFocusReason); // nothing picked yet
+    const struct {
+        Qt::Key key;
+        QRadioButton* picked;
+    } steps[] = {{Qt::Key_Down, info->newopt},
+                 {Qt::Key_Down, info->Option1},
+                 {Qt::Key_Up, info->newopt},
+                 {Qt::Key_Right, info->Option1}};
+    for (const auto& s : steps) {
+        QTest::keyClick(QApplication::focusWidget(), s.key);
+        EXPECT_TRUE(s.picked->isChecked()) << s.picked->objectName().toStdString();
+        EXPECT_TRUE(s.picked->hasFocus());
+    }
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+    settle();
+    EXPECT_EQ(count(frame, "frm_ContractInfo"), 0);
+    EXPECT_EQ(active(frame), QStringLiteral("frm_dims"));
 }
 
 TEST_F(FrameTest, UserGuideOpensInsideTheProgramFromTheMenuAndTheAboutBox) {
