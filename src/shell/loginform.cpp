@@ -142,10 +142,9 @@ Claim claimSingleInstance() {
 
 bool prepareLoginConfig(QWidget* parent) {
     try {
-        // Without the file the login lets no one in; the dialog offers to write it.
-        if (!tw::readLoginConfig(cfgPath()))
-            runFirstRunDialog(parent);
-        return true;
+        // Without the file the login lets no one in; the dialog offers to write it, and a user
+        // who declines has no way in.
+        return tw::readLoginConfig(cfgPath()) || runFirstRunDialog(parent);
     } catch (const tw::Error& e) {
         ui::MsgBox(e.text(), ui::Critical);
     }

@@ -141,6 +141,24 @@ TEST_F(LoginTest, ADamagedConfigIsToldOnceThenWrittenAnew) {
     EXPECT_EQ(written.userid + written.password, QStringLiteral("ChiefChief"));
 }
 
+TEST_F(LoginTest, CancelOnTheFirstRunDialogWritesNothingAndTheNextStartAsksAgain) {
+    int asked = 0;
+    QTimer cancel;
+    QObject::connect(&cancel, &QTimer::timeout, [&] {
+        auto* dlg = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+        if (!dlg || !dlg->isVisible() || dlg->objectName() != QStringLiteral("FirstRun"))
+            return;
+        ++asked;
+        QTest::mouseClick(dlg->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Cancel),
+                          Qt::LeftButton);
+    });
+    cancel.start(10);
+    EXPECT_FALSE(prepareLoginConfig()); // the program ends
+    EXPECT_FALSE(prepareLoginConfig());
+    EXPECT_EQ(asked, 2);
+    EXPECT_FALSE(QFile::exists(folder() + QStringLiteral("/twk.cfg")));
+}
+
 TEST_F(LoginTest, OnlyALiveCopyHoldsTheLock) {
     const QString lockFile = folder() + QStringLiteral("/Tallywright.lock");
     {
