@@ -4,6 +4,7 @@
 
 #include <QGroupBox>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QVBoxLayout>
 
@@ -35,9 +36,11 @@ frm_ContractInfo::frm_ContractInfo(QWidget* parent) : ui::Screen(parent) {
     motto->setStyleSheet(QStringLiteral("font-style: italic"));
 
     auto* group = new QGroupBox(tr("Tally Wright"), this);
-    auto* options = new QVBoxLayout(group);
-    for (auto* r : {exopt, newopt, Option1, Option2, Option3, Option4, Option5})
-        options->addWidget(r);
+    auto* column = new QVBoxLayout(group);
+    for (auto* r : options()) {
+        column->addWidget(r);
+        r->installEventFilter(this);
+    }
     auto* buttons = new QHBoxLayout;
     buttons->addStretch();
     buttons->addWidget(cmdok);
@@ -59,6 +62,33 @@ frm_ContractInfo::~frm_ContractInfo() {
     tw::Tallywrightmod::boardopen = false;
 }
 
+QList<QRadioButton*> frm_ContractInfo::options() const {
+    return {exopt, newopt, Option1, Option2, Option3, Option4, Option5};
+}
+
+bool frm_ContractInfo::eventFilter(QObject* watched, QEvent* event) {
+    const auto* option = qobject_cast<QRadioButton*>(watched);
+    if (event->type() != QEvent::KeyPress || !option)
+        return ui::Screen::eventFilter(watched, event);
+    const int key = static_cast<QKeyEvent*>(event)->key();
+    if (key == Qt::Key_Return || key == Qt::Key_Enter) {
+        cmdok->click();
+        return true;
+    }
+    int step = 0;
+    if (key == Qt::Key_Down || key == Qt::Key_Right)
+        step = 1;
+    else if (key == Qt::Key_Up || key == Qt::Key_Left)
+        step = -1;
+    if (!step)
+        return false;
+    const QList<QRadioButton*> all = options();
+    QRadioButton* next = all[(all.indexOf(option) + step + all.size()) % all.size()];
+    next->setChecked(true);
+    next->setFocus();
+    return true;
+}
+
 void frm_ContractInfo::cmdok_clicked() {
     const std::pair<QRadioButton*, const char*> choices[] = {
         {exopt, "frm_proj"},           {newopt, "frm_schentry"}, {Option1, "frm_dims"},
@@ -72,20 +102,12 @@ void frm_ContractInfo::cmdok_clicked() {
                            ui::Information);
                 return;
             }
-            // The board goes with its sub-window; closing the widget alone would leave an
-            // empty frame behind in the work area.
-            if (parentWidget())
-                parentWidget()->close();
-            else
-                close();
+            close();
             return;
         }
     }
 }
 
 void frm_ContractInfo::cmdCancel_clicked() {
-    if (parentWidget())
-        parentWidget()->close();
-    else
-        close();
+    close();
 }

@@ -24,4 +24,11 @@ public:
 
     void cmdok_clicked();
     void cmdCancel_clicked();
+
+protected:
+    // The keys of the options: an arrow picks the option it moves to, Enter presses Go.
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    QList<QRadioButton*> options() const;
 };

@@ -50,7 +50,7 @@ frm_setup::frm_setup(QWidget* parent) : ui::Screen(parent) {
     int r = 0;
     for (const auto& row : rows) {
         *row.field = ui::named(new QLineEdit(frame), row.name);
-        (*row.field)->setMaxLength(row.limit);
+        ui::typingLimit(*row.field, row.limit);
         (*row.field)->setMinimumWidth(row.limit > 10 ? 260 : 90);
         auto* label = new QLabel(row.caption, frame);
         label->setBuddy(*row.field);

@@ -19,9 +19,10 @@ QString cfgPath() {
     return tw::AppFolder::file(QStringLiteral("twk.cfg"));
 }
 
-// The user id field takes letters, digits and - . / _ and blank; Enter is dropped too.
+// The user id field takes letters, digits and - . / _ and blank; Enter is dropped too. The id
+// offered from twk.cfg is shown whole, however long: cut, it could never match the file.
 void userIdRule(QLineEdit* field) {
-    field->setMaxLength(20);
+    ui::typingLimit(field, 20);
     ui::charsRule(field, QStringLiteral("-./_ "), true, true);
 }
 } // namespace
@@ -141,10 +142,9 @@ Claim claimSingleInstance() {
 
 bool prepareLoginConfig(QWidget* parent) {
     try {
-        // Without the file the login lets no one in; the dialog offers to write it.
-        if (!tw::readLoginConfig(cfgPath()))
-            runFirstRunDialog(parent);
-        return true;
+        // Without the file the login lets no one in; the dialog offers to write it, and a user
+        // who declines has no way in.
+        return tw::readLoginConfig(cfgPath()) || runFirstRunDialog(parent);
     } catch (const tw::Error& e) {
         ui::MsgBox(e.text(), ui::Critical);
     }

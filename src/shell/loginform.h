@@ -42,7 +42,8 @@ Claim claimSingleInstance();
 
 // Before the login: a missing twk.cfg is asked for through the first-run dialog; a damaged one
 // (empty, too short, unreadable) is told in one box naming the file and then asked for anew the
-// same way. Gives false when the user gave up on a damaged file: there is no way to log in.
+// same way. Gives false when the user gave up on the dialog: there is no way to log in, and
+// nothing was written, so the next start asks again.
 bool prepareLoginConfig(QWidget* parent = nullptr);
 
 // Asks for the user id and a password typed twice and writes twk.cfg. Gives false when the user

@@ -13,14 +13,18 @@
 #include <QMdiSubWindow>
 #include <QMenuBar>
 #include <QMouseEvent>
+#include <QPointer>
 #include <QScreen>
 #include <QStyle>
 #include <QTextBrowser>
+#include <QTimer>
 #include <QUrl>
 
 namespace {
 // The size a child screen asked for, kept on its window until the window can be placed.
 const char* const wantedSize = "wantedSize";
+// Set once the window has been given that size; a window born maximized gets it when restored.
+const char* const placed = "placed";
 } // namespace
 
 std::map<QString, TallyFrame::Factory>& TallyFrame::factories() {
@@ -134,6 +138,14 @@ QWidget* TallyFrame::addChild(QWidget* w) {
     QMdiSubWindow* sub = mdi->addSubWindow(w);
     sub->setAttribute(Qt::WA_DeleteOnClose);
     sub->setProperty(wantedSize, wanted);
+    // A screen that closes itself (its Cancel or Exit) takes its window along.
+    w->installEventFilter(this);
+    connect(sub, &QMdiSubWindow::windowStateChanged, this,
+            [this, sub](Qt::WindowStates, Qt::WindowStates now) {
+                if (!(now & (Qt::WindowMaximized | Qt::WindowMinimized)) &&
+                    !sub->property(placed).toBool())
+                    placeChild(sub);
+            });
     sub->show();
     w->show();
     placeChild(sub);
@@ -145,9 +157,11 @@ QWidget* TallyFrame::addChild(QWidget* w) {
 // the work area allows, and stands wholly inside the work area.
 void TallyFrame::placeChild(QMdiSubWindow* sub) {
     // Before the frame shows, its work area has no size yet: the frame places its first
-    // children when it shows.
-    if (!isVisible())
+    // children when it shows. A window opened while the others are maximized is maximized
+    // too, and a size given now would draw its screen in the corner under a maximized title.
+    if (!isVisible() || sub->isMaximized() || sub->isMinimized())
         return;
+    sub->setProperty(placed, true);
     const QSize wanted = sub->property(wantedSize).toSize();
     const QMargins m = sub->contentsMargins();
     const QSize area = mdi->viewport()->size();
@@ -260,7 +274,23 @@ bool TallyFrame::eventFilter(QObject* watched, QEvent* event) {
         ui::guard([this] { openBoard(); });
         return true;
     }
+    if (event->type() == QEvent::Hide)
+        closeEmptyWindow(qobject_cast<QWidget*>(watched));
     return QMainWindow::eventFilter(watched, event);
+}
+
+// A screen hidden by its own hand (closed, or hidden and then deleted) leaves its window
+// standing empty; the window goes too. Its window hides it as well when minimized or rolled up,
+// or while closing: that is looked at once the hiding is over.
+void TallyFrame::closeEmptyWindow(QWidget* screen) {
+    auto* sub = screen ? qobject_cast<QMdiSubWindow*>(screen->parentWidget()) : nullptr;
+    if (!sub || sub->widget() != screen)
+        return;
+    QTimer::singleShot(0, sub, [sub, screen = QPointer<QWidget>(screen)] {
+        if ((!screen || screen->isHidden()) && sub->isVisible() && !sub->isMinimized() &&
+            !sub->isShaded())
+            sub->close();
+    });
 }
 
 void TallyFrame::showEvent(QShowEvent* e) {

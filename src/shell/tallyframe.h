@@ -63,6 +63,7 @@ private:
     void mnuwindow_aboutToShow();
     QWidget* addChild(QWidget* w);
     void placeChild(QMdiSubWindow* sub);
+    void closeEmptyWindow(QWidget* screen);
 
     tw::ConClass con{ui::boxes()};
 };

@@ -6,6 +6,8 @@
 #include <QCalendarWidget>
 #include <QClipboard>
 #include <QComboBox>
+#include <QFontDatabase>
+#include <QGridLayout>
 #include <QGroupBox>
 #include <QHeaderView>
 #include <QKeyEvent>
@@ -32,6 +34,22 @@ namespace {
 MessageHandler& handler() {
     static MessageHandler h;
     return h;
+}
+
+// The window manager draws the title, often in bold, between the window's icon and up to three
+// buttons; a box sized to its text alone cuts a longer title ("Select Co... t Number"). The box
+// sizes itself to its layout's minimum, so a spacer across the layout holds it open.
+void fitTitle(QMessageBox& box) {
+    auto* grid = qobject_cast<QGridLayout*>(box.layout());
+    if (!grid)
+        return;
+    QFont font = QFontDatabase::systemFont(QFontDatabase::TitleFont);
+    font.setBold(true);
+    const int bar = box.style()->pixelMetric(QStyle::PM_TitleBarHeight);
+    const QMargins m = grid->contentsMargins();
+    const int width =
+        QFontMetrics(font).horizontalAdvance(box.windowTitle()) + 5 * bar - m.left() - m.right();
+    grid->addItem(new QSpacerItem(width, 0), grid->rowCount(), 0, 1, grid->columnCount());
 }
 
 Answer showBox(const ShownMessage& m) {
@@ -64,6 +82,7 @@ Answer showBox(const ShownMessage& m) {
     default:
         box.setStandardButtons(QMessageBox::Ok);
     }
+    fitTitle(box);
     if (m.flags & DefaultButton2) {
         const auto buttons = box.buttons();
         for (auto* b : buttons)

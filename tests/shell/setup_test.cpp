@@ -120,6 +120,22 @@ TEST_F(SetupTest, WithNoFileTheScreenStartsEmptyAndSaveMakesItWithBareLookKeys) 
     EXPECT_EQ(got(cfgIn(folder())), want);
 }
 
+// A limit holds what is typed; a longer text written by hand into the file is kept whole.
+TEST_F(SetupTest, ALineLongerThanItsFieldIsLoadedAndSavedWhole) {
+    const QByteArray name(50, 'N'), mobile = "98220 12345 6";
+    QByteArray file = orgLines + lookLines;
+    file.replace("Sharma Builders", name).replace("98220", mobile);
+    put(cfgIn(folder()), file);
+    open();
+    EXPECT_EQ(screen->txtnameoforg->text(), QString::fromLatin1(name));
+    screen->CmdSave->click();
+    EXPECT_TRUE(got(cfgIn(folder())).contains("Company Name=" + name + "\n"));
+    EXPECT_TRUE(got(cfgIn(folder())).contains("Mobile=" + mobile + "\n"));
+    screen->txtnameoforg->clear();
+    QTest::keyClicks(screen->txtnameoforg, QString(40, u'x'));
+    EXPECT_EQ(screen->txtnameoforg->text().size(), 35);
+}
+
 TEST_F(SetupTest, NumberFieldsDropBackspaceAndTextFieldsKeepIt) {
     open();
     QTest::keyClicks(screen->txtpin, QStringLiteral("41a 1"));

@@ -13,6 +13,7 @@
 #include <QFile>
 #include <QLabel>
 #include <QMdiSubWindow>
+#include <QRadioButton>
 #include <QScreen>
 #include <QSignalSpy>
 #include <QTest>
@@ -98,6 +99,18 @@ TEST_F(LoginTest, AfterTheRealBoxTheTypedIdStaysAndThePasswordIsSelected) {
     EXPECT_EQ(cancelled.count(), 1);
 }
 
+TEST_F(LoginTest, AStoredIdLongerThanTheFieldsLimitIsOfferedWholeAndLogsIn) {
+    const QString id = QStringLiteral("site-office.administrator");
+    writeConfig(id, QStringLiteral("Secret"));
+    LoginForm form;
+    form.show();
+    QSignalSpy ok(&form, &LoginForm::loggedIn);
+    QTest::keyClicks(form.txtpass, QStringLiteral("Secret"));
+    QTest::keyClick(form.txtpass, Qt::Key_Return);
+    EXPECT_EQ(form.txtuserid->text(), id);
+    EXPECT_EQ(ok.count(), 1);
+}
+
 TEST_F(LoginTest, ADamagedConfigIsToldOnceThenWrittenAnew) {
     QFile cfg(folder() + QStringLiteral("/twk.cfg"));
     ASSERT_TRUE(cfg.open(QIODevice::WriteOnly));
@@ -126,6 +139,24 @@ TEST_F(LoginTest, ADamagedConfigIsToldOnceThenWrittenAnew) {
     EXPECT_EQ(messages().shown.size(), 1u);
     const auto written = tw::readLoginConfig(cfg.fileName()).value_or(tw::LoginConfig{});
     EXPECT_EQ(written.userid + written.password, QStringLiteral("ChiefChief"));
+}
+
+TEST_F(LoginTest, CancelOnTheFirstRunDialogWritesNothingAndTheNextStartAsksAgain) {
+    int asked = 0;
+    QTimer cancel;
+    QObject::connect(&cancel, &QTimer::timeout, [&] {
+        auto* dlg = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+        if (!dlg || !dlg->isVisible() || dlg->objectName() != QStringLiteral("FirstRun"))
+            return;
+        ++asked;
+        QTest::mouseClick(dlg->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Cancel),
+                          Qt::LeftButton);
+    });
+    cancel.start(10);
+    EXPECT_FALSE(prepareLoginConfig()); // the program ends
+    EXPECT_FALSE(prepareLoginConfig());
+    EXPECT_EQ(asked, 2);
+    EXPECT_FALSE(QFile::exists(folder() + QStringLiteral("/twk.cfg")));
 }
 
 TEST_F(LoginTest, OnlyALiveCopyHoldsTheLock) {
@@ -176,7 +207,10 @@ protected:
         auto* s = f.mdi->activeSubWindow();
         return s && s->widget() ? s->widget()->objectName() : QString();
     }
-    static void settle() { QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); }
+    static void settle() {
+        QCoreApplication::processEvents();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
 };
 
 TEST_F(FrameTest, OpensOnTheDisplayWithOneInstanceOfAScreenAndExitClosesOneAtATime) {
@@ -218,6 +252,31 @@ TEST_F(FrameTest, TheBoardComesBackOnceAndOpensTheChosenScreenOrSaysItIsNotThere
     EXPECT_EQ(active(frame), QStringLiteral("frm_dims"));
     QTest::mouseDClick(frame.mdi->viewport(), Qt::LeftButton, {}, QPoint(5, 5));
     EXPECT_EQ(count(frame, "frm_ContractInfo"), 1);
+}
+
+TEST_F(FrameTest, OnTheBoardArrowsPickTheOptionTheyMoveToAndEnterPressesGo) {
+    TallyFrame frame;
+    frame.show();
+    QApplication::setActiveWindow(&frame);
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&frame));
+    auto* info = frame.findChild<frm_ContractInfo*>();
+    info->exopt->setFocus(Qt::TabFocusReason); // nothing picked yet
+    const struct {
+        Qt::Key key;
+        QRadioButton* picked;
+    } steps[] = {{Qt::Key_Down, info->newopt},
+                 {Qt::Key_Down, info->Option1},
+                 {Qt::Key_Up, info->newopt},
+                 {Qt::Key_Right, info->Option1}};
+    for (const auto& s : steps) {
+        QTest::keyClick(QApplication::focusWidget(), s.key);
+        EXPECT_TRUE(s.picked->isChecked()) << s.picked->objectName().toStdString();
+        EXPECT_TRUE(s.picked->hasFocus());
+    }
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+    settle();
+    EXPECT_EQ(count(frame, "frm_ContractInfo"), 0);
+    EXPECT_EQ(active(frame), QStringLiteral("frm_dims"));
 }
 
 TEST_F(FrameTest, UserGuideOpensInsideTheProgramFromTheMenuAndTheAboutBox) {
@@ -292,4 +351,50 @@ TEST_F(FrameTest, EveryScreenFitsA1366x768DisplayAndHasDistinctAccessKeys) {
         settle();
     }
     TallyFrame::factories().erase(QStringLiteral("Oversized"));
+}
+
+TEST_F(FrameTest, AScreenThatClosesItselfTakesItsWindowAndOpensOnceMore) {
+    TallyFrame frame;
+    frame.show();
+    const auto windows = frame.mdi->subWindowList().size();
+    for (const auto& [name, button] :
+         {std::pair{"frm_setup", "cmdCancel"}, {"Frm_Import", "CmdExit"}}) {
+        SCOPED_TRACE(name);
+        for (int round = 0; round < 2; ++round) {
+            QWidget* screen = frame.openChild(QString::fromLatin1(name));
+            EXPECT_EQ(count(frame, name), 1);
+            QTest::mouseClick(screen->findChild<QPushButton*>(QString::fromLatin1(button)),
+                              Qt::LeftButton);
+            settle();
+            EXPECT_EQ(frame.mdi->subWindowList().size(), windows);
+        }
+    }
+}
+
+TEST_F(FrameTest, AScreenOpenedWhileAnotherIsMaximizedOpensMaximizedAndWhole) {
+    TallyFrame frame;
+    frame.show();
+    auto* first = qobject_cast<QMdiSubWindow*>(frame.openChild("frm_proj")->parentWidget());
+    const QPoint title(first->width() / 2, 8);
+    QTest::mouseMove(first, title);
+    QTest::mouseDClick(first, Qt::LeftButton, {}, title);
+    ASSERT_TRUE(first->isMaximized());
+    const QRect area = frame.mdi->viewport()->rect();
+    QMdiSubWindow* sub = nullptr;
+    for (const char* name :
+         {"frm_dims", "Frm_Reinforcement", "Frm_Reports", "frm_payment", "UserGuide"}) {
+        SCOPED_TRACE(name);
+        if (name == std::string("UserGuide"))
+            frame.findChild<QAction*>(QStringLiteral("mnuUsrGd"))->trigger();
+        else
+            frame.openChild(QString::fromLatin1(name));
+        sub = frame.mdi->activeSubWindow();
+        ASSERT_EQ(sub->widget()->objectName(), QString::fromLatin1(name));
+        EXPECT_TRUE(sub->isMaximized());
+        EXPECT_EQ(sub->geometry(), area);
+        EXPECT_EQ(sub->widget()->geometry(), sub->contentsRect());
+    }
+    // Restored, the guide takes the size it asked for.
+    sub->showNormal();
+    EXPECT_EQ(sub->widget()->size(), QSize(760, 560));
 }

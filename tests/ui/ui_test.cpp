@@ -4,22 +4,27 @@
 #include <QApplication>
 #include <QCalendarWidget>
 #include <QClipboard>
+#include <QFontDatabase>
 #include <QMenu>
 #include <QMessageBox>
 #include <QMimeData>
+#include <QStyle>
 #include <QTest>
 #include <QTimer>
 
 using twtest::messages;
 
 namespace {
-// What the real message boxes showed: title, icon, text.
+// What the real message boxes showed: title, icon, text; and the width the last one took.
 struct BoxSpy : QObject {
     QStringList seen;
+    int width = 0;
     BoxSpy() { qApp->installEventFilter(this); }
     bool eventFilter(QObject* o, QEvent* e) override {
         if (auto* b = qobject_cast<QMessageBox*>(o); b && e->type() == QEvent::Show)
             seen << b->windowTitle() + u'|' + QString::number(b->icon()) + u'|' + b->text();
+        if (qobject_cast<QMessageBox*>(o) && e->type() == QEvent::Resize)
+            width = static_cast<QResizeEvent*>(e)->size().width();
         return false;
     }
 };
@@ -184,6 +189,26 @@ TEST(MessageBoxes, TheRealBoxAnswersWithTheButtonClicked) {
         });
         EXPECT_EQ(answer, c.answer);
         EXPECT_EQ(spy.seen, QStringList{QString::fromLatin1(c.shown)});
+    }
+}
+
+// The title bar holds the window's icon and up to three buttons beside the title, which window
+// managers draw in bold.
+TEST(MessageBoxes, TheBoxIsWideEnoughForItsWholeTitle) {
+    QFont bold = QFontDatabase::systemFont(QFontDatabase::TitleFont);
+    bold.setBold(true);
+    const int bar = QApplication::style()->pixelMetric(QStyle::PM_TitleBarHeight);
+    for (const auto& [text, title] :
+         {std::pair{"Please Select a Contract Number...!", "Select Contract Number"},
+          {"3 Schedules Added Successfully.\n0 schedule items need checking",
+           "New Schedules Added"}}) {
+        SCOPED_TRACE(title);
+        BoxSpy spy;
+        twtest::withRealBoxes({"OK"}, [&] {
+            ui::MsgBox(QString::fromLatin1(text), ui::Ok, QString::fromLatin1(title));
+        });
+        EXPECT_GE(spy.width,
+                  QFontMetrics(bold).horizontalAdvance(QString::fromLatin1(title)) + 4 * bar);
     }
 }
 
