@@ -1,7 +1,7 @@
 #pragma once
 // The report screen: pick a type of report, a project and, for most types, an estimate or bill;
 // Generate fills the type's working table and shows its layout in the viewer. The screen keeps
-// one report run while it is open, so group numbers climb from run to run.
+// one report run while it is open.
 
 #include "reports/fill/report_run.h"
 #include "reports/rptview.h"
