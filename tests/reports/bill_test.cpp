@@ -29,7 +29,8 @@ public: // the cases of a table set their data up through it
             add("Sch_master",
                 "tw_contract_num tw_sch_num tw_item_desc tw_item_rate tw_unit tw_unit_lable", item);
     }
-    void line(const QString& bill, const QString& sch, double area, bool deduction = false) {
+    void line(const QString& bill, const QString& sch, const QVariant& area,
+              bool deduction = false) {
         add("BillMaster", "tw_contract_num tw_bill_num tw_sch_num tw_cal_Area tw_deduction",
             {"P1", bill, sch, area, deduction});
     }
@@ -174,6 +175,27 @@ TEST_F(Bill, AbstractBillLines) {
         EXPECT_EQ(lines(), c.lines);
         EXPECT_EQ(billRow(c.bill), c.billRow);
     }
+}
+
+// A measurement line that is no number stops the abstract bill of its own bill only: the other
+// bills are computed from the lines they sum, theirs and those of the bills raised.
+TEST_F(Bill, ABadLineStopsOnlyItsOwnBill) {
+    school();
+    line("RA-1", "1.1", 10);
+    line("RA-2", "2.1", QVariant());
+    line("RA-3", "2.1", "abc");
+    line("RA-4", "1.1", 2);
+    for (const auto& [bill, failure] :
+         {std::pair{"RA-1", ""}, std::pair{"RA-2", "Invalid use of Null"},
+          std::pair{"RA-3", "Type mismatch"}, std::pair{"RA-4", ""}}) {
+        twtest::messages().clear();
+        ReportRun run = runOn(bill);
+        EXPECT_EQ(generate(run), !*failure) << bill;
+        EXPECT_EQ(twtest::messages().texts(),
+                  *failure ? std::vector<QString>{failure} : std::vector<QString>{})
+            << bill;
+    }
+    EXPECT_EQ(lines().front(), "1.1 | Brick work | 10 | 2 | 12 | 250 | 50 | 300");
 }
 
 // Freezing copies the lines and marks the bill; later runs reprint the copy and leave the bill's
