@@ -188,10 +188,7 @@ struct Text {
 // A printer that keeps the texts painted on each page instead of writing them.
 class TextPages : public QPdfWriter {
 public:
-    TextPages() : QPdfWriter(QString()) {
-        setResolution(300);
-        setUpPage(*this);
-    }
+    TextPages() : QPdfWriter(QString()) { setUpPage(*this); }
     bool newPage() override {
         pages.emplace_back();
         return true;
@@ -284,6 +281,33 @@ TEST(Paging, LongTablesRunOverPagesWithTheirHeading) {
         EXPECT_EQ(all.filter(QRegularExpression("^Line ")), lines) << c.name;
         EXPECT_EQ(all.count("Closing words"), 1) << c.name;
         EXPECT_GT(all.indexOf("Closing words"), all.indexOf(lines.last())) << c.name;
+    }
+}
+
+// The viewer shows the pages that Save as PDF writes, however long the report (text measured at
+// another resolution wraps and stacks otherwise), upright or, for a layout that asks, across.
+TEST(Paging, TheViewerShowsThePagesOfTheSavedPdf) {
+    for (const bool across : {false, true}) {
+        QString html = QString("<html><head>%1</head><body><table width=\"100%\" border=\"0\">"
+                               "<thead><tr><th width=\"100%\">Item</th></tr></thead>")
+                           .arg(across ? "<meta name=\"orientation\" content=\"landscape\">" : "");
+        for (int i = 1; i <= 700; ++i)
+            html += QString("<tr><td>Line %1<br>of the bill<br>and its words</td></tr>").arg(i);
+        html += "</table></body></html>";
+        RptView view;
+        view.show();
+        view.setReport(makeDocument(html), "x.pdf");
+        const QString path = QDir::temp().filePath("tw-pages.pdf");
+        EXPECT_EQ(view.pageCount(), writePdf(*makeDocument(html), path)) << across;
+        EXPECT_EQ(view.preview->orientation(),
+                  across ? QPageLayout::Landscape : QPageLayout::Portrait);
+        QFile pdf(path);
+        ASSERT_TRUE(pdf.open(QIODevice::ReadOnly));
+        const auto box = QRegularExpression("/MediaBox \\[0 0 ([\\d.]+) ([\\d.]+)\\]")
+                             .match(QString::fromLatin1(pdf.readAll()));
+        ASSERT_TRUE(box.hasMatch());
+        EXPECT_EQ(box.captured(1).toDouble() > box.captured(2).toDouble(), across);
+        pdf.remove();
     }
 }
 
