@@ -285,7 +285,8 @@ TEST_F(Bill, BillsRaisedRows) {
 }
 
 // What a client pays by, at the foot of the printed bill: gross, less deductions, less tax, and
-// the net payable in words; and what each bill still stands at in the bills raised report.
+// the net payable in words; and what each bill still stands at in the bills raised report, by
+// project and by period.
 TEST_F(Bill, PrintedFigures) {
     school();
     line("RA-1", "1.1", 12.5);
@@ -306,13 +307,29 @@ TEST_F(Bill, PrintedFigures) {
     FreezeBill(run, db());
     EXPECT_TRUE(renderHtml(*findByCaption("Abstract Bill"), run, db()).contains("FROZEN BILL"));
 
-    // RA-1: 500 billed, 10 tax, 400 received, 5 recovered: 85 outstanding; RA-2: 175 billed,
-    // 100 deducted, 3.50 tax: 71.50; in all 156.50.
-    ASSERT_TRUE(generate(run, "Bills Raised Report"));
-    const QString raised = renderHtml(*findByCaption("Bills Raised Report"), run, db());
-    for (const char* figure :
-         {">85.00<", ">71.50<", ">156.50<", "Rupees One Hundred Fifty-Six and Paise Fifty Only"})
-        EXPECT_TRUE(raised.contains(figure)) << figure;
+    // RA-1: 500 billed, 10 tax, net 490, 400 received: 90 to come. RA-2, paid exactly: 175
+    // billed, 100 deducted, 3.50 tax, net 71.50 received with the deductions and tax noted on the
+    // payment, which are not taken off again.
+    add("payment_rec", "tw_contract_num tw_bill_num tw_netamt tw_recamt tw_tdsamt",
+        {"P1", "RA-2", 71.5, 100, 3.5});
+    for (const bool period : {false, true}) {
+        run.forPeriod = period;
+        run.fromDate = run.toDate = QDate::currentDate();
+        ASSERT_TRUE(generate(run, "Bills Raised Report"));
+        const QString raised = renderHtml(*findByCaption("Bills Raised Report"), run, db());
+        static const QRegularExpression sumRow("<tr class=\"(?:sum|grand)\">(.*?)</tr>"),
+            tag("<[^>]*>");
+        QStringList sums;
+        for (auto m = sumRow.globalMatch(raised); m.hasNext();)
+            sums << m.next().captured(1).replace("</td>", "|").remove(tag).simplified();
+        EXPECT_EQ(sums,
+                  (QStringList{"|Bill RA-1|500.00|0.00|10.00|490.00|400.00|10.00|5.00|90.00|",
+                               "|Bill RA-2|175.00|100.00|3.50|71.50|71.50|3.50|100.00|0.00|",
+                               "|All bills|675.00|100.00|13.50|561.50|471.50|13.50|105.00|90.00|"}))
+            << period;
+        EXPECT_TRUE(raised.contains("Balance in all: Rupees Ninety Only"));
+        EXPECT_TRUE(raised.contains("TDS and recoveries on payments are not taken off again"));
+    }
 }
 
 // The command line reprints a frozen bill and never freezes an open one.

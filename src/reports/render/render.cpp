@@ -388,23 +388,29 @@ void addAbstractBill(mu::data& ctx, const Rows& rows, const Columns& c, const Re
     ctx["frozen"] = mu::data(run.frozen_flag);
 }
 
-// What a bill stands at: billed, less deductions and tax, less what was received and recovered.
+// What a bill stands at: billed, less its deductions and tax, is the net payable the abstract
+// bill prints; less what was received, the balance. Tax and recoveries typed with a payment were
+// withheld from that net figure already, so they are shown beside it and not taken off again.
 struct Standing {
-    double billed = 0, deductions = 0, tds = 0, received = 0, recoveries = 0;
+    double billed = 0, deductions = 0, tax = 0, received = 0, withheld = 0, recoveries = 0;
     void add(const Standing& s) {
         billed += s.billed;
         deductions += s.deductions;
-        tds += s.tds;
+        tax += s.tax;
         received += s.received;
+        withheld += s.withheld;
         recoveries += s.recoveries;
     }
     void put(mu::data& o) const {
+        const double net = billed - deductions - tax;
         putFigure(o, "billed", billed);
         putFigure(o, "deductions", deductions);
-        putFigure(o, "tds", tds);
+        putFigure(o, "tax", tax);
+        putFigure(o, "net", net);
         putFigure(o, "received", received);
+        putFigure(o, "withheld", withheld);
         putFigure(o, "recoveries", recoveries);
-        putMoney(o, "outstanding", billed - deductions - tds - received - recoveries);
+        putMoney(o, "balance", net - received);
     }
 };
 
@@ -441,13 +447,14 @@ void addBillsRaised(mu::data& ctx, const Rows& rows, const Columns& c, const Con
             o["serial"] = mu::data(std::to_string(++serial));
             standing = {};
             standing.billed = r.number(QStringLiteral("tw_netamt"));
-            standing.tds = r.number(QStringLiteral("tw_tdsamt"));
+            standing.tax = r.number(QStringLiteral("tw_tdsamt"));
             standing.deductions =
                 deducted.value(nocaseKey(r.text(QStringLiteral("tw_contract_num"))) + QChar(0) +
                                nocaseKey(r.text(QStringLiteral("tw_bill_num"))));
             bill = std::move(o);
         } else {
             standing.received += r.number(QStringLiteral("tw_netamt"));
+            standing.withheld += r.number(QStringLiteral("tw_tdsamt"));
             standing.recoveries += r.number(QStringLiteral("tw_recamt"));
             payments.push_back(o);
         }

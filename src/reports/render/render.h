@@ -28,8 +28,9 @@
 //                         of the bill by kind; figures: gross, deductions, tax and net (each
 //                         also _words); frozen: the bill is frozen; has_deductions
 //   billsraisedreport     bills: each bill row with its payments beneath and its standing
-//                         (billed, deductions, tds, received, recoveries, outstanding); all:
-//                         the standing of every bill together
+//                         (billed, deductions, tax, net = billed - deductions - tax, received,
+//                         withheld and recoveries typed with the payments, balance = net -
+//                         received, also _words); all: the standing of every bill together
 //   no working table      record: the project's own row, by the number in param1
 
 #include "reports/fill/report_run.h"
