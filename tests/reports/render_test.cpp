@@ -123,6 +123,10 @@ TEST_F(Render, LayoutsShowTheWorkingTable) {
     run.ewp = "15";
     run.wws = "15";
     EXPECT_EQ(render("Abstract Estimate"), expected("abstract"));
+    // The final bill closes on the gross value of every line, with nothing taken off.
+    EXPECT_TRUE(render("Final Bill - Detailed")
+                    .contains("Value of work measured: Rs. 3,337.50 (Rupees Three Thousand Three "
+                              "Hundred Thirty-Seven and Paise Fifty Only)"));
 
     const auto bar = [&](const char* narration, const char* dia, int bars, double ft, double in,
                          double total, double weight) {
