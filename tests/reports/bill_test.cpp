@@ -220,6 +220,9 @@ TEST_F(Bill, FrozenBillIsReprintedAndItsRowKept) {
     ASSERT_TRUE(generate(again));
     EXPECT_EQ(lines(), frozen);
     EXPECT_EQ(billRow("RA-1"), "250 | 40 | 5 | 02-04-2026");
+    const QString reprint = renderHtml(*findByCaption("Abstract Bill"), again, db());
+    EXPECT_TRUE(reprint.contains(">02-04-2026<"));
+    EXPECT_FALSE(reprint.contains(today));
 
     // A later open bill counts the frozen one and leaves its row alone.
     line("RA-2", "1.1", 2);

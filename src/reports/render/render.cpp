@@ -353,8 +353,16 @@ void addPlainRows(mu::data& ctx, const Rows& rows, const Columns& c) {
 
 // The abstract bill's lines in three lists: the items, the deductions and the tax line (the one
 // deduction line without a unit), and the figures a client pays by: this bill's gross amount,
-// less its deductions, less the tax, the net payable and its words.
-void addAbstractBill(mu::data& ctx, const Rows& rows, const Columns& c, const ReportRun& run) {
+// less its deductions, less the tax, the net payable and its words. The bill is dated as its row
+// in billsraised: a run dates an open bill today, and a frozen bill keeps the day it was last
+// computed, however often it is reprinted.
+void addAbstractBill(mu::data& ctx, const Rows& rows, const Columns& c, const ReportRun& run,
+                     const ConClass& con) {
+    const auto raised =
+        con.first(QStringLiteral("select tw_bill_dt from billsraised where tw_contract_num=? and "
+                                 "tw_bill_num=?"),
+                  {run.contract_num, run.bill});
+    ctx["bill_date"] = val(raised ? raised->text(0) : dateText(QDate::currentDate()));
     mu::data items{mu::data::type::list}, deductions{mu::data::type::list};
     mu::data tds{mu::data::type::list};
     double gross = 0, deducted = 0, tax = 0;
@@ -568,7 +576,7 @@ QString renderHtml(const ReportInput& in, const ConClass& con) {
     else if (table == QLatin1String("dummy_reinforcement_report"))
         addReinforcement(ctx, rows, columns, feet);
     else if (table == QLatin1String("abstractbillrep"))
-        addAbstractBill(ctx, rows, columns, run);
+        addAbstractBill(ctx, rows, columns, run, con);
     else if (table == QLatin1String("billsraisedreport"))
         addBillsRaised(ctx, rows, columns, con);
     else

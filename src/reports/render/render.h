@@ -26,7 +26,8 @@
 //                         bars, length and weight by diameter; total_weight
 //   abstractbillrep       items, deductions (each numbered as `serial`) and tds: the lines
 //                         of the bill by kind; figures: gross, deductions, tax and net (each
-//                         also _words); frozen: the bill is frozen; has_deductions
+//                         also _words); frozen: the bill is frozen; has_deductions;
+//                         bill_date: the bill's date in billsraised
 //   billsraisedreport     bills: each bill row with its payments beneath and its standing
 //                         (billed, deductions, tax, net = billed - deductions - tax, received,
 //                         withheld and recoveries typed with the payments, balance = net -
