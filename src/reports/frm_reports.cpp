@@ -74,14 +74,14 @@ Frm_Reports::Frm_Reports(QWidget* parent) : ui::Screen(parent) {
     Frame11 = named(new QGroupBox(tr("Deductions if any..."), this), "Frame11");
     txtdedDec = named(new QLineEdit(Frame11), "txtdedDec");
     txtdedQty = named(new QLineEdit(Frame11), "txtdedQty");
-    txtdedQty->setMaxLength(6);
+    ui::typingLimit(txtdedQty, 6);
     cmb_lbl = named(new QComboBox(Frame11), "cmb_lbl");
     cmb_lbl->setEditable(true);
     // A typed label is kept as typed (and learnt); the list only offers.
     cmb_lbl->setInsertPolicy(QComboBox::NoInsert);
     cmb_lbl->setCompleter(nullptr);
     txtdedRate = named(new QLineEdit(Frame11), "txtdedRate");
-    txtdedRate->setMaxLength(13);
+    ui::typingLimit(txtdedRate, 13);
     CmdAdToGrd = named(new QPushButton(Frame11), "CmdAdToGrd");
     CmdAdToGrd->setIcon(style()->standardIcon(QStyle::SP_ArrowDown));
     CmdAdToGrd->setToolTip(tr("Add to the list, or change the row of this description"));
@@ -487,11 +487,16 @@ void Frm_Reports::txtdedDec_textEdited() {
 void Frm_Reports::CmdAdToGrd_clicked() {
     const QString details = tr("Details");
     // A blank quantity or rate is no number either, so the blank checks after these never
-    // speak for those two; they stay in their place all the same.
-    if (!tw::strictNumber(txtdedQty->text()))
-        return ui::refuse(txtdedQty, tr("Fill in numbers only"), ui::Information, details);
-    if (!tw::strictNumber(txtdedRate->text()))
-        return ui::refuse(txtdedRate, tr("Fill in numbers only"), ui::Information, details);
+    // speak for those two; they stay in their place all the same. A figure the books cannot keep
+    // is refused with its number check.
+    for (const auto& [field, caption] :
+         {std::pair{txtdedQty, tr("QTY.")}, std::pair{txtdedRate, tr("Rate")}}) {
+        const auto figure = tw::strictNumber(field->text());
+        if (!figure)
+            return ui::refuse(field, tr("Fill in numbers only"), ui::Information, details);
+        if (!tw::fitsMoney(*figure))
+            return ui::refuse(field, tw::tooLargeText(caption, *figure), ui::Information, details);
+    }
     if (txtdedDec->text().trimmed().isEmpty())
         return ui::refuse(txtdedDec, tr("Please Fill Deductions Details"), ui::Information,
                           details);

@@ -142,6 +142,41 @@ TEST_F(Deductions, DeleteTakesTheStoredRowAtOnceAndShowsTheTotalOfRates) {
     EXPECT_EQ(w.txtdedRate->text(), "300");
 }
 
+// Figures of any size travel through the grid as their plain digits and read back as they were;
+// a quantity or rate beyond what the books keep is refused, naming its field.
+TEST_F(Deductions, FiguresOfAnySizeTravelWholeAndTooLargeOnesAreRefused) {
+    deduction("Sand", 1234567.25, 0.00001);
+    auto& w = openBill();
+    EXPECT_EQ(column(2) + column(4) + column(5),
+              (QStringList{"1234567.25", "0.00001", "12.3456725"}));
+    w.LstVwDd->setCurrentItem(w.LstVwDd->topLevelItem(0));
+    w.LstVwDd->itemDoubleClicked(w.LstVwDd->topLevelItem(0), 0);
+    EXPECT_EQ(w.txtdedQty->text(), "1234567.25"); // shown whole, longer as it is than typing allows
+    add("Steel", "999999", "9999999999999");
+    add("Dust", "0.00001", "0.5");
+    EXPECT_EQ(column(5), (QStringList{"12.3456725", "9999989999999000000", "0.000005"}));
+    EXPECT_EQ(w.Text7->text(), "9999989999999000000");
+    const struct {
+        QString qty, rate, text;
+        QWidget* focus;
+    } refused[] = {
+        {"1000000000000000", "1", "QTY. can not be more than 922,337,203,685,477", w.txtdedQty},
+        {"1", "-1000000000000000", "Rate can not be less than -922,337,203,685,477", w.txtdedRate},
+    };
+    for (const auto& c : refused) {
+        messages().clear();
+        add("Huge", c.qty, c.rate, "Tons");
+        EXPECT_EQ(messages().texts(), Texts{c.text});
+        EXPECT_TRUE(twtest::hasFocus(c.focus)) << c.text.toStdString();
+    }
+    EXPECT_EQ(w.LstVwDd->topLevelItemCount(), 3);
+    EXPECT_TRUE(db().keyed("unitlbls", "tw_unit_lbl=?", {"Tons"}).empty());
+    click("Command5");
+    openBill();
+    EXPECT_EQ(column(5), (QStringList{"12.3456725", "9999989999999000000", "0.000005"}));
+    EXPECT_EQ(w.Text7->text(), "9999989999999000000");
+}
+
 TEST_F(Deductions, SavingAnEmptyGridWritesNothingAndLeavesTheHourglass) {
     openBill();
     click("Command5");
