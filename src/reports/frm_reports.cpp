@@ -435,9 +435,11 @@ void Frm_Reports::ReportShow(const ReportType& t) {
 }
 
 void Frm_Reports::Cmdrepexit_clicked() {
-    // A bill once frozen is reprinted as it stands and never asked about again.
+    // A bill once frozen is reprinted as it stands and never asked about again. Freezing cannot
+    // be undone, so Enter answers No.
     if (typeIs({abstractBill}) && !run.frozen_flag &&
-        ui::MsgBox(tr("Do you wish to freeze this bill? "), ui::YesNo) == ui::Answer::Yes) {
+        ui::MsgBox(tr("Do you wish to freeze this bill? "), ui::YesNo | ui::DefaultButton2) ==
+            ui::Answer::Yes) {
         run.bill = CmbBillnum->currentText();
         tw::reports::FreezeBill(run, con);
     }
