@@ -7,6 +7,8 @@
 #include <QApplication>
 #include <QGridLayout>
 #include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QScopedValueRollback>
 #include <QStyle>
 #include <QVBoxLayout>
 
@@ -187,6 +189,7 @@ Frm_Reports::Frm_Reports(QWidget* parent) : ui::Screen(parent) {
             ui::guarded([this] { CmbdetCnum_activated(); }));
     connect(CmbBillnum, &QComboBox::activated, this,
             ui::guarded([this] { CmbBillnum_activated(); }));
+    CmbBillnum->installEventFilter(this);
     connect(Command3, &QPushButton::clicked, this, ui::guarded([this] { Command3_clicked(); }));
     connect(Option2, &QRadioButton::clicked, this, ui::guarded([this] { Option2_clicked(); }));
     connect(Command15, &QPushButton::clicked, this, ui::guarded([this] { Command15_clicked(); }));
@@ -310,13 +313,35 @@ void Frm_Reports::FillReinforcementBills() {
     fillBills(QStringLiteral("reinforcementmaster"));
 }
 
+bool Frm_Reports::eventFilter(QObject* watched, QEvent* event) {
+    if (watched != CmbBillnum || event->type() != QEvent::KeyPress)
+        return ui::Screen::eventFilter(watched, event);
+    switch (static_cast<QKeyEvent*>(event)->key()) {
+    case Qt::Key_Up:
+    case Qt::Key_Down:
+    case Qt::Key_PageUp:
+    case Qt::Key_PageDown:
+    case Qt::Key_Home:
+    case Qt::Key_End: {
+        // The list takes the key itself, and the bill it steps to opens as a click opens it, but
+        // the user goes on stepping: the focus is not sent on to the bill's first field.
+        const QScopedValueRollback<bool> stepping(steppingBills_, true);
+        static_cast<QObject*>(CmbBillnum)->event(event);
+        return true;
+    }
+    default:
+        return ui::Screen::eventFilter(watched, event);
+    }
+}
+
 void Frm_Reports::CmbBillnum_activated() {
     Command4->setEnabled(true);
     if (typeIs({abstractEstimate})) {
         Frame10->show();
         txtEWP->setText(QStringLiteral("15"));
         txtWWS->setText(QStringLiteral("15"));
-        txtEWP->setFocus();
+        if (!steppingBills_)
+            txtEWP->setFocus();
     }
     if (typeIs({abstractBill}))
         OpenBill();
@@ -459,7 +484,7 @@ void Frm_Reports::OpenBill() {
     Frame11->show();
     Command5->setEnabled(!run.frozen_flag);
     Label3->setVisible(run.frozen_flag);
-    if (!run.frozen_flag)
+    if (!run.frozen_flag && !steppingBills_)
         txtdedDec->setFocus();
 }
 

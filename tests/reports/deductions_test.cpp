@@ -181,6 +181,29 @@ TEST_F(Deductions, FiguresOfAnySizeTravelWholeAndTooLargeOnesAreRefused) {
     EXPECT_EQ(w.Text7->text(), "9999989999999000000");
 }
 
+// The Down arrow in the bill list steps to the next bill, opening it as a click would, and
+// leaves the focus in the list for the next step.
+TEST_F(Deductions, DownInTheBillListStepsToTheNextBillAndStaysThere) {
+    deduction("Water", 2, 50);
+    auto& w = openBill();
+    for (const char* type : {"Abstract Bill", "Abstract Estimate"}) {
+        twtest::pick(w.TypeofReport, type);
+        twtest::pick(w.CmbdetCnum, "Hill View");
+        w.CmbBillnum->setFocus();
+        for (const QString bill : {"RA-1", "RA-2"}) {
+            QTest::keyClick(w.CmbBillnum, Qt::Key_Down);
+            EXPECT_EQ(w.CmbBillnum->currentText(), bill) << type;
+            EXPECT_TRUE(twtest::hasFocus(w.CmbBillnum)) << type << " " << bill.toStdString();
+        }
+        if (QString(type) == "Abstract Bill") {
+            EXPECT_TRUE(column(1).isEmpty()); // RA-2's deductions, none
+            EXPECT_TRUE(w.Frame11->isVisibleTo(&w));
+        } else {
+            EXPECT_TRUE(w.Frame10->isVisibleTo(&w));
+        }
+    }
+}
+
 TEST_F(Deductions, SavingAnEmptyGridWritesNothingAndLeavesTheHourglass) {
     openBill();
     click("Command5");
