@@ -133,6 +133,12 @@ TEST_F(Fill, SharesArePrintedAsHashFormatAndZeroStaysANumber) {
         EXPECT_EQ(parameters(*findByCaption("Abstract Estimate"), run).at(2),
                   QVariant(QString(c.ewpPct).toDouble()));
     }
+    // 15 percent of 6.70 is 1.005 as a person reads it (1.00499999... as computed).
+    db().exec("update BillMaster set tw_cal_Area=1");
+    db().exec("update Sch_master set tw_item_rate=6.7");
+    ReportRun run = runOn("School");
+    ASSERT_TRUE(generate("Abstract Estimate", run));
+    EXPECT_EQ(cells("ewp_amt"), QStringList{"1.01"});
 }
 
 // An item number an earlier project also uses: an estimate takes the earlier project's item

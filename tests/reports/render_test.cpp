@@ -143,6 +143,15 @@ TEST_F(Render, LayoutsShowTheWorkingTable) {
     bar("Column ties", "8", 40, 4, 0, 160, 0.12);
     bar("Lintel bars", "12", 6, 10, 0, 60, 0.271);
     EXPECT_EQ(render("Reinforcement Report"), expected("reinforcement"));
+    // Bars that print 33.88, 19.24 and 7.80 weigh 60.92 in all (60.914999999999999 as added).
+    db().exec("delete from dummy_reinforcement_report");
+    bar("Footing bars", "12", 10, 12, 6, 125, 0.271);
+    bar("Column bars", "10", 4, 10, 0, 40, 0.481);
+    bar("Column ties", "8", 65, 1, 0, 65, 0.12);
+    const QString steel = render("Reinforcement Report");
+    for (const char* figure : {"\n33.88\n", "\n19.24\n", "\n7.80\n",
+                               "Total weight of steel\n60.92\n", "\nTotal\n60.92\n"})
+        EXPECT_TRUE(steel.contains(figure)) << figure;
 
     for (const auto& [sch, desc, rate, label] : {std::tuple{"1.1", "Brick work", 2925.0, "Cu ft"},
                                                  std::tuple{"2.1", "Plaster", 12345678.0, "Sq ft"}})
