@@ -4,9 +4,12 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
+# The fonts: reports are set in DejaVu Sans, and names in other scripts (Devanagari, Tamil,
+# Arabic, ...) print in the Noto fonts, which the report tests check.
 packages=(cmake ninja-build ccache g++ pkg-config
           qt6-base-dev libqt6sql6-sqlite libgl-dev libgtest-dev libkainjow-mustache-dev
-          libsqlite3-dev libfreexl-dev liborcus-dev libxlsxwriter-dev)
+          libsqlite3-dev libfreexl-dev liborcus-dev libxlsxwriter-dev
+          fonts-dejavu-core fonts-noto-core)
 
 missing=()
 for p in "${packages[@]}"; do

@@ -7,6 +7,8 @@
 #include <QApplication>
 #include <QGridLayout>
 #include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QScopedValueRollback>
 #include <QStyle>
 #include <QVBoxLayout>
 
@@ -74,14 +76,14 @@ Frm_Reports::Frm_Reports(QWidget* parent) : ui::Screen(parent) {
     Frame11 = named(new QGroupBox(tr("Deductions if any..."), this), "Frame11");
     txtdedDec = named(new QLineEdit(Frame11), "txtdedDec");
     txtdedQty = named(new QLineEdit(Frame11), "txtdedQty");
-    txtdedQty->setMaxLength(6);
+    ui::typingLimit(txtdedQty, 6);
     cmb_lbl = named(new QComboBox(Frame11), "cmb_lbl");
     cmb_lbl->setEditable(true);
     // A typed label is kept as typed (and learnt); the list only offers.
     cmb_lbl->setInsertPolicy(QComboBox::NoInsert);
     cmb_lbl->setCompleter(nullptr);
     txtdedRate = named(new QLineEdit(Frame11), "txtdedRate");
-    txtdedRate->setMaxLength(13);
+    ui::typingLimit(txtdedRate, 13);
     CmdAdToGrd = named(new QPushButton(Frame11), "CmdAdToGrd");
     CmdAdToGrd->setIcon(style()->standardIcon(QStyle::SP_ArrowDown));
     CmdAdToGrd->setToolTip(tr("Add to the list, or change the row of this description"));
@@ -187,6 +189,7 @@ Frm_Reports::Frm_Reports(QWidget* parent) : ui::Screen(parent) {
             ui::guarded([this] { CmbdetCnum_activated(); }));
     connect(CmbBillnum, &QComboBox::activated, this,
             ui::guarded([this] { CmbBillnum_activated(); }));
+    CmbBillnum->installEventFilter(this);
     connect(Command3, &QPushButton::clicked, this, ui::guarded([this] { Command3_clicked(); }));
     connect(Option2, &QRadioButton::clicked, this, ui::guarded([this] { Option2_clicked(); }));
     connect(Command15, &QPushButton::clicked, this, ui::guarded([this] { Command15_clicked(); }));
@@ -310,13 +313,35 @@ void Frm_Reports::FillReinforcementBills() {
     fillBills(QStringLiteral("reinforcementmaster"));
 }
 
+bool Frm_Reports::eventFilter(QObject* watched, QEvent* event) {
+    if (watched != CmbBillnum || event->type() != QEvent::KeyPress)
+        return ui::Screen::eventFilter(watched, event);
+    switch (static_cast<QKeyEvent*>(event)->key()) {
+    case Qt::Key_Up:
+    case Qt::Key_Down:
+    case Qt::Key_PageUp:
+    case Qt::Key_PageDown:
+    case Qt::Key_Home:
+    case Qt::Key_End: {
+        // The list takes the key itself, and the bill it steps to opens as a click opens it, but
+        // the user goes on stepping: the focus is not sent on to the bill's first field.
+        const QScopedValueRollback<bool> stepping(steppingBills_, true);
+        static_cast<QObject*>(CmbBillnum)->event(event);
+        return true;
+    }
+    default:
+        return ui::Screen::eventFilter(watched, event);
+    }
+}
+
 void Frm_Reports::CmbBillnum_activated() {
     Command4->setEnabled(true);
     if (typeIs({abstractEstimate})) {
         Frame10->show();
         txtEWP->setText(QStringLiteral("15"));
         txtWWS->setText(QStringLiteral("15"));
-        txtEWP->setFocus();
+        if (!steppingBills_)
+            txtEWP->setFocus();
     }
     if (typeIs({abstractBill}))
         OpenBill();
@@ -435,9 +460,11 @@ void Frm_Reports::ReportShow(const ReportType& t) {
 }
 
 void Frm_Reports::Cmdrepexit_clicked() {
-    // A bill once frozen is reprinted as it stands and never asked about again.
+    // A bill once frozen is reprinted as it stands and never asked about again. Freezing cannot
+    // be undone, so Enter answers No.
     if (typeIs({abstractBill}) && !run.frozen_flag &&
-        ui::MsgBox(tr("Do you wish to freeze this bill? "), ui::YesNo) == ui::Answer::Yes) {
+        ui::MsgBox(tr("Do you wish to freeze this bill? "), ui::YesNo | ui::DefaultButton2) ==
+            ui::Answer::Yes) {
         run.bill = CmbBillnum->currentText();
         tw::reports::FreezeBill(run, con);
     }
@@ -457,7 +484,7 @@ void Frm_Reports::OpenBill() {
     Frame11->show();
     Command5->setEnabled(!run.frozen_flag);
     Label3->setVisible(run.frozen_flag);
-    if (!run.frozen_flag)
+    if (!run.frozen_flag && !steppingBills_)
         txtdedDec->setFocus();
 }
 
@@ -487,11 +514,16 @@ void Frm_Reports::txtdedDec_textEdited() {
 void Frm_Reports::CmdAdToGrd_clicked() {
     const QString details = tr("Details");
     // A blank quantity or rate is no number either, so the blank checks after these never
-    // speak for those two; they stay in their place all the same.
-    if (!tw::strictNumber(txtdedQty->text()))
-        return ui::refuse(txtdedQty, tr("Fill in numbers only"), ui::Information, details);
-    if (!tw::strictNumber(txtdedRate->text()))
-        return ui::refuse(txtdedRate, tr("Fill in numbers only"), ui::Information, details);
+    // speak for those two; they stay in their place all the same. A figure the books cannot keep
+    // is refused with its number check.
+    for (const auto& [field, caption] :
+         {std::pair{txtdedQty, tr("QTY.")}, std::pair{txtdedRate, tr("Rate")}}) {
+        const auto figure = tw::strictNumber(field->text());
+        if (!figure)
+            return ui::refuse(field, tr("Fill in numbers only"), ui::Information, details);
+        if (!tw::fitsMoney(*figure))
+            return ui::refuse(field, tw::tooLargeText(caption, *figure), ui::Information, details);
+    }
     if (txtdedDec->text().trimmed().isEmpty())
         return ui::refuse(txtdedDec, tr("Please Fill Deductions Details"), ui::Information,
                           details);

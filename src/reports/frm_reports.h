@@ -1,7 +1,7 @@
 #pragma once
 // The report screen: pick a type of report, a project and, for most types, an estimate or bill;
 // Generate fills the type's working table and shows its layout in the viewer. The screen keeps
-// one report run while it is open, so group numbers climb from run to run.
+// one report run while it is open.
 
 #include "reports/fill/report_run.h"
 #include "reports/rptview.h"
@@ -91,6 +91,9 @@ public:
 
     const tw::reports::ReportRun& reportRun() const { return run; }
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
     QString type() const { return TypeofReport->currentText(); }
     bool typeIs(std::initializer_list<const char*> captions) const;
@@ -104,4 +107,6 @@ private:
     // The row of LstVwDd last clicked, counted from 1; 0 when none.
     qint16 selected_row = 0;
     bool hourglass_ = false;
+    // An arrow key is stepping through the bills: the focus stays in the list.
+    bool steppingBills_ = false;
 };

@@ -90,6 +90,7 @@ RptView::~RptView() = default;
 void RptView::setReport(std::unique_ptr<QTextDocument> d, const QString& name) {
     doc = std::move(d);
     pdfName = name;
+    tw::reports::setUpPage(printer, tw::reports::isLandscape(*doc));
     printer.setDocName(doc->metaInformation(QTextDocument::DocumentTitle));
     for (auto* b : {cmdZoomIn, cmdZoomOut, cmdFitWidth, cmdPrint, cmdSavePdf})
         b->setEnabled(true);

@@ -46,7 +46,7 @@ private:
     void preview_paintRequested(QPrinter* printer);
     void showPageCount();
 
-    QPrinter printer{QPrinter::HighResolution};
+    QPrinter printer; // set up as the saved PDF is, so that both have the same pages
     std::unique_ptr<QTextDocument> doc;
     QString pdfName;
 };

@@ -29,7 +29,8 @@ public: // the cases of a table set their data up through it
             add("Sch_master",
                 "tw_contract_num tw_sch_num tw_item_desc tw_item_rate tw_unit tw_unit_lable", item);
     }
-    void line(const QString& bill, const QString& sch, double area, bool deduction = false) {
+    void line(const QString& bill, const QString& sch, const QVariant& area,
+              bool deduction = false) {
         add("BillMaster", "tw_contract_num tw_bill_num tw_sch_num tw_cal_Area tw_deduction",
             {"P1", bill, sch, area, deduction});
     }
@@ -176,6 +177,27 @@ TEST_F(Bill, AbstractBillLines) {
     }
 }
 
+// A measurement line that is no number stops the abstract bill of its own bill only: the other
+// bills are computed from the lines they sum, theirs and those of the bills raised.
+TEST_F(Bill, ABadLineStopsOnlyItsOwnBill) {
+    school();
+    line("RA-1", "1.1", 10);
+    line("RA-2", "2.1", QVariant());
+    line("RA-3", "2.1", "abc");
+    line("RA-4", "1.1", 2);
+    for (const auto& [bill, failure] :
+         {std::pair{"RA-1", ""}, std::pair{"RA-2", "Invalid use of Null"},
+          std::pair{"RA-3", "Type mismatch"}, std::pair{"RA-4", ""}}) {
+        twtest::messages().clear();
+        ReportRun run = runOn(bill);
+        EXPECT_EQ(generate(run), !*failure) << bill;
+        EXPECT_EQ(twtest::messages().texts(),
+                  *failure ? std::vector<QString>{failure} : std::vector<QString>{})
+            << bill;
+    }
+    EXPECT_EQ(lines().front(), "1.1 | Brick work | 10 | 2 | 12 | 250 | 50 | 300");
+}
+
 // Freezing copies the lines and marks the bill; later runs reprint the copy and leave the bill's
 // row as it was frozen, while the open bills around it are still computed.
 TEST_F(Bill, FrozenBillIsReprintedAndItsRowKept) {
@@ -198,6 +220,9 @@ TEST_F(Bill, FrozenBillIsReprintedAndItsRowKept) {
     ASSERT_TRUE(generate(again));
     EXPECT_EQ(lines(), frozen);
     EXPECT_EQ(billRow("RA-1"), "250 | 40 | 5 | 02-04-2026");
+    const QString reprint = renderHtml(*findByCaption("Abstract Bill"), again, db());
+    EXPECT_TRUE(reprint.contains(">02-04-2026<"));
+    EXPECT_FALSE(reprint.contains(today));
 
     // A later open bill counts the frozen one and leaves its row alone.
     line("RA-2", "1.1", 2);
@@ -263,7 +288,8 @@ TEST_F(Bill, BillsRaisedRows) {
 }
 
 // What a client pays by, at the foot of the printed bill: gross, less deductions, less tax, and
-// the net payable in words; and what each bill still stands at in the bills raised report.
+// the net payable in words; and what each bill still stands at in the bills raised report, by
+// project and by period.
 TEST_F(Bill, PrintedFigures) {
     school();
     line("RA-1", "1.1", 12.5);
@@ -284,13 +310,29 @@ TEST_F(Bill, PrintedFigures) {
     FreezeBill(run, db());
     EXPECT_TRUE(renderHtml(*findByCaption("Abstract Bill"), run, db()).contains("FROZEN BILL"));
 
-    // RA-1: 500 billed, 10 tax, 400 received, 5 recovered: 85 outstanding; RA-2: 175 billed,
-    // 100 deducted, 3.50 tax: 71.50; in all 156.50.
-    ASSERT_TRUE(generate(run, "Bills Raised Report"));
-    const QString raised = renderHtml(*findByCaption("Bills Raised Report"), run, db());
-    for (const char* figure :
-         {">85.00<", ">71.50<", ">156.50<", "Rupees One Hundred Fifty-Six and Paise Fifty Only"})
-        EXPECT_TRUE(raised.contains(figure)) << figure;
+    // RA-1: 500 billed, 10 tax, net 490, 400 received: 90 to come. RA-2, paid exactly: 175
+    // billed, 100 deducted, 3.50 tax, net 71.50 received with the deductions and tax noted on the
+    // payment, which are not taken off again.
+    add("payment_rec", "tw_contract_num tw_bill_num tw_netamt tw_recamt tw_tdsamt",
+        {"P1", "RA-2", 71.5, 100, 3.5});
+    for (const bool period : {false, true}) {
+        run.forPeriod = period;
+        run.fromDate = run.toDate = QDate::currentDate();
+        ASSERT_TRUE(generate(run, "Bills Raised Report"));
+        const QString raised = renderHtml(*findByCaption("Bills Raised Report"), run, db());
+        static const QRegularExpression sumRow("<tr class=\"(?:sum|grand)\">(.*?)</tr>"),
+            tag("<[^>]*>");
+        QStringList sums;
+        for (auto m = sumRow.globalMatch(raised); m.hasNext();)
+            sums << m.next().captured(1).replace("</td>", "|").remove(tag).simplified();
+        EXPECT_EQ(sums,
+                  (QStringList{"|Bill RA-1|500.00|0.00|10.00|490.00|400.00|10.00|5.00|90.00|",
+                               "|Bill RA-2|175.00|100.00|3.50|71.50|71.50|3.50|100.00|0.00|",
+                               "|All bills|675.00|100.00|13.50|561.50|471.50|13.50|105.00|90.00|"}))
+            << period;
+        EXPECT_TRUE(raised.contains("Balance in all: Rupees Ninety Only"));
+        EXPECT_TRUE(raised.contains("TDS and recoveries on payments are not taken off again"));
+    }
 }
 
 // The command line reprints a frozen bill and never freezes an open one.

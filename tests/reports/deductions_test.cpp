@@ -3,7 +3,11 @@
 #include "support/fixtures.h"
 
 #include <QApplication>
+#include <QMessageBox>
 #include <QTest>
+#include <QTimer>
+
+#include <functional>
 
 namespace {
 
@@ -142,6 +146,64 @@ TEST_F(Deductions, DeleteTakesTheStoredRowAtOnceAndShowsTheTotalOfRates) {
     EXPECT_EQ(w.txtdedRate->text(), "300");
 }
 
+// Figures of any size travel through the grid as their plain digits and read back as they were;
+// a quantity or rate beyond what the books keep is refused, naming its field.
+TEST_F(Deductions, FiguresOfAnySizeTravelWholeAndTooLargeOnesAreRefused) {
+    deduction("Sand", 1234567.25, 0.00001);
+    auto& w = openBill();
+    EXPECT_EQ(column(2) + column(4) + column(5),
+              (QStringList{"1234567.25", "0.00001", "12.3456725"}));
+    w.LstVwDd->setCurrentItem(w.LstVwDd->topLevelItem(0));
+    w.LstVwDd->itemDoubleClicked(w.LstVwDd->topLevelItem(0), 0);
+    EXPECT_EQ(w.txtdedQty->text(), "1234567.25"); // shown whole, longer as it is than typing allows
+    add("Steel", "999999", "9999999999999");
+    add("Dust", "0.00001", "0.5");
+    EXPECT_EQ(column(5), (QStringList{"12.3456725", "9999989999999000000", "0.000005"}));
+    EXPECT_EQ(w.Text7->text(), "9999989999999000000");
+    const struct {
+        QString qty, rate, text;
+        QWidget* focus;
+    } refused[] = {
+        {"1000000000000000", "1", "QTY. can not be more than 922,337,203,685,477", w.txtdedQty},
+        {"1", "-1000000000000000", "Rate can not be less than -922,337,203,685,477", w.txtdedRate},
+    };
+    for (const auto& c : refused) {
+        messages().clear();
+        add("Huge", c.qty, c.rate, "Tons");
+        EXPECT_EQ(messages().texts(), Texts{c.text});
+        EXPECT_TRUE(twtest::hasFocus(c.focus)) << c.text.toStdString();
+    }
+    EXPECT_EQ(w.LstVwDd->topLevelItemCount(), 3);
+    EXPECT_TRUE(db().keyed("unitlbls", "tw_unit_lbl=?", {"Tons"}).empty());
+    click("Command5");
+    openBill();
+    EXPECT_EQ(column(5), (QStringList{"12.3456725", "9999989999999000000", "0.000005"}));
+    EXPECT_EQ(w.Text7->text(), "9999989999999000000");
+}
+
+// The Down arrow in the bill list steps to the next bill, opening it as a click would, and
+// leaves the focus in the list for the next step.
+TEST_F(Deductions, DownInTheBillListStepsToTheNextBillAndStaysThere) {
+    deduction("Water", 2, 50);
+    auto& w = openBill();
+    for (const char* type : {"Abstract Bill", "Abstract Estimate"}) {
+        twtest::pick(w.TypeofReport, type);
+        twtest::pick(w.CmbdetCnum, "Hill View");
+        w.CmbBillnum->setFocus();
+        for (const QString bill : {"RA-1", "RA-2"}) {
+            QTest::keyClick(w.CmbBillnum, Qt::Key_Down);
+            EXPECT_EQ(w.CmbBillnum->currentText(), bill) << type;
+            EXPECT_TRUE(twtest::hasFocus(w.CmbBillnum)) << type << " " << bill.toStdString();
+        }
+        if (QString(type) == "Abstract Bill") {
+            EXPECT_TRUE(column(1).isEmpty()); // RA-2's deductions, none
+            EXPECT_TRUE(w.Frame11->isVisibleTo(&w));
+        } else {
+            EXPECT_TRUE(w.Frame10->isVisibleTo(&w));
+        }
+    }
+}
+
 TEST_F(Deductions, SavingAnEmptyGridWritesNothingAndLeavesTheHourglass) {
     openBill();
     click("Command5");
@@ -153,7 +215,25 @@ TEST_F(Deductions, SavingAnEmptyGridWritesNothingAndLeavesTheHourglass) {
     EXPECT_EQ(QApplication::overrideCursor(), nullptr);
 }
 
-// Leaving a generated open bill asks to freeze it: No leaves it open, Yes on the real question
+// Runs `action` with the real message box, pressing Enter on each box that shows; gives their
+// texts and titles.
+QStringList enterOnRealBoxes(const std::function<void()>& action) {
+    QStringList shown;
+    QTimer timer;
+    timer.setInterval(10);
+    QObject::connect(&timer, &QTimer::timeout, [&] {
+        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        if (!box || !box->isVisible())
+            return;
+        shown << box->windowTitle() + ": " + box->text();
+        QTest::keyClick(box, Qt::Key_Return);
+    });
+    timer.start();
+    twtest::withRealBoxes({}, action);
+    return shown;
+}
+
+// Leaving a generated open bill asks to freeze it: Enter answers No and leaves it open, Yes
 // freezes it with a copy of its generated lines, and a frozen bill is not asked again.
 TEST_F(Deductions, LeavingAnOpenBillAsksToFreezeItAndAFrozenBillIsNotAsked) {
     db().insert("Sch_master", {{"tw_contract_num", "HV-1"},
@@ -167,11 +247,8 @@ TEST_F(Deductions, LeavingAnOpenBillAsksToFreezeItAndAFrozenBillIsNotAsked) {
     EXPECT_TRUE(w.RptView->isVisibleTo(&w));
     const auto lines = db().keyed("abstractbillrep").size();
     ASSERT_GT(lines, 0u);
-    messages().clear();
-    messages().answers = {tw::Answer::No};
-    click("Cmdrepexit");
-    EXPECT_EQ(messages().texts(), Texts{"Do you wish to freeze this bill? "});
-    EXPECT_EQ(messages().shown[0].title, "Tallywright");
+    EXPECT_EQ(enterOnRealBoxes([&] { click("Cmdrepexit"); }),
+              QStringList{"Tallywright: Do you wish to freeze this bill? "});
     EXPECT_EQ(db().keyed("billsraised")[0].number("tw_froze"), 0);
     EXPECT_TRUE(db().keyed("abstractbills").empty());
 

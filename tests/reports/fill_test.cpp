@@ -87,9 +87,10 @@ TEST_F(Fill, AbstractEstimateCarriesTheNetFiguresAndSharesOfEachGroup) {
                      "Brick work"}));
 }
 
-// Two items, the second all deductions; group numbers go on from run to run while the screen
-// stays open, and the last group's total also marks any row that happens to show it.
-TEST_F(Fill, GroupsAreNumberedOnFromRunToRunAndADeductionOnlyGroupGoesNegative) {
+// Two items, the second all deductions; every run numbers its groups from 0, however far the
+// screen's runs before it counted, and the last group's total also marks any row that happens to
+// show it.
+TEST_F(Fill, GroupsAreNumberedFromZeroEachRunAndADeductionOnlyGroupGoesNegative) {
     project("P1", "School", "Feet");
     item("P1", "1", "Plaster", 30, "1");
     item("P1", "2", "Flooring", 100, "100");
@@ -98,11 +99,11 @@ TEST_F(Fill, GroupsAreNumberedOnFromRunToRunAndADeductionOnlyGroupGoesNegative) 
     line("P1", "RA-1", "2", 3, true);
     line("P1", "RA-2", "2", 9);
     ReportRun run = runOn("School");
-    for (const QStringList& keys : {QStringList{"0", "0", "1"}, QStringList{"1", "1", "2"}}) {
+    for (const qint16 before : {0, 32767}) {
+        run.group_counter = before; // as left by the runs before, up to the field's limit
         ASSERT_TRUE(generate("Tender Schedule", run));
         EXPECT_EQ(cells("tw_recordkey inr inr_d"),
-                  (QStringList{keys[0] + " | " + keys[0] + " | ", keys[1] + " | " + keys[1] + " | ",
-                               keys[2] + " |  | " + keys[2]}));
+                  (QStringList{"0 | 0 | ", "0 | 0 | ", "1 |  | 1"}));
         // No shares on a tender.
         EXPECT_EQ(cells("netqty net_amt prev_bill_qty1 ewp_amt"),
                   (QStringList{"3 | 90 |  | ", "7 | 210 | 7 | ", "-3 | -3 | -3 | "}));
@@ -132,6 +133,12 @@ TEST_F(Fill, SharesArePrintedAsHashFormatAndZeroStaysANumber) {
         EXPECT_EQ(parameters(*findByCaption("Abstract Estimate"), run).at(2),
                   QVariant(QString(c.ewpPct).toDouble()));
     }
+    // 15 percent of 6.70 is 1.005 as a person reads it (1.00499999... as computed).
+    db().exec("update BillMaster set tw_cal_Area=1");
+    db().exec("update Sch_master set tw_item_rate=6.7");
+    ReportRun run = runOn("School");
+    ASSERT_TRUE(generate("Abstract Estimate", run));
+    EXPECT_EQ(cells("ewp_amt"), QStringList{"1.01"});
 }
 
 // An item number an earlier project also uses: an estimate takes the earlier project's item

@@ -7,9 +7,11 @@
 
 #include <QDir>
 #include <QFile>
+#include <QGlyphRun>
 #include <QPaintEngine>
 #include <QPdfWriter>
 #include <QTest>
+#include <QTextLayout>
 
 using namespace tw;
 using namespace tw::reports;
@@ -123,6 +125,10 @@ TEST_F(Render, LayoutsShowTheWorkingTable) {
     run.ewp = "15";
     run.wws = "15";
     EXPECT_EQ(render("Abstract Estimate"), expected("abstract"));
+    // The final bill closes on the gross value of every line, with nothing taken off.
+    EXPECT_TRUE(render("Final Bill - Detailed")
+                    .contains("Value of work measured: Rs. 3,337.50 (Rupees Three Thousand Three "
+                              "Hundred Thirty-Seven and Paise Fifty Only)"));
 
     const auto bar = [&](const char* narration, const char* dia, int bars, double ft, double in,
                          double total, double weight) {
@@ -139,6 +145,15 @@ TEST_F(Render, LayoutsShowTheWorkingTable) {
     bar("Column ties", "8", 40, 4, 0, 160, 0.12);
     bar("Lintel bars", "12", 6, 10, 0, 60, 0.271);
     EXPECT_EQ(render("Reinforcement Report"), expected("reinforcement"));
+    // Bars that print 33.88, 19.24 and 7.80 weigh 60.92 in all (60.914999999999999 as added).
+    db().exec("delete from dummy_reinforcement_report");
+    bar("Footing bars", "12", 10, 12, 6, 125, 0.271);
+    bar("Column bars", "10", 4, 10, 0, 40, 0.481);
+    bar("Column ties", "8", 65, 1, 0, 65, 0.12);
+    const QString steel = render("Reinforcement Report");
+    for (const char* figure : {"\n33.88\n", "\n19.24\n", "\n7.80\n",
+                               "Total weight of steel\n60.92\n", "\nTotal\n60.92\n"})
+        EXPECT_TRUE(steel.contains(figure)) << figure;
 
     for (const auto& [sch, desc, rate, label] : {std::tuple{"1.1", "Brick work", 2925.0, "Cu ft"},
                                                  std::tuple{"2.1", "Plaster", 12345678.0, "Sq ft"}})
@@ -149,6 +164,27 @@ TEST_F(Render, LayoutsShowTheWorkingTable) {
                                          {"tw_units", "Feet"},
                                          {"tw_unit_lable", label}});
     EXPECT_EQ(render("Contract / Schedule"), expected("schedule"));
+}
+
+// Names in any script print: the font reports are set in, with those the system falls back on,
+// has a glyph for every character of a name in Devanagari, Tamil or Arabic. A character no font
+// holds is drawn as an empty box, by a stand-in font without a character map, or as glyph 0.
+TEST(Paging, NamesInAnyScriptHaveTheirGlyphs) {
+    const auto doc = makeDocument("<p>Project</p>");
+    QPdfWriter pdf(QDir::temp().filePath("tw-scripts.pdf"));
+    setUpPage(pdf);
+    for (const QString name : {"विद्यालय भवन", "பள்ளி கட்டிடம்", "مبنى المدرسة"}) {
+        QTextLayout layout(name, doc->defaultFont(), &pdf);
+        layout.beginLayout();
+        layout.createLine();
+        layout.endLayout();
+        const auto runs = layout.glyphRuns();
+        EXPECT_FALSE(runs.isEmpty()) << name.toStdString();
+        for (const QGlyphRun& glyphs : runs)
+            EXPECT_TRUE(!glyphs.rawFont().fontTable("cmap").isEmpty() &&
+                        !glyphs.glyphIndexes().contains(0))
+                << name.toStdString();
+    }
 }
 
 TEST_F(Render, AMissingOrBrokenLayoutIsNamed) {
@@ -188,10 +224,7 @@ struct Text {
 // A printer that keeps the texts painted on each page instead of writing them.
 class TextPages : public QPdfWriter {
 public:
-    TextPages() : QPdfWriter(QString()) {
-        setResolution(300);
-        setUpPage(*this);
-    }
+    TextPages() : QPdfWriter(QString()) { setUpPage(*this); }
     bool newPage() override {
         pages.emplace_back();
         return true;
@@ -284,6 +317,27 @@ TEST(Paging, LongTablesRunOverPagesWithTheirHeading) {
         EXPECT_EQ(all.filter(QRegularExpression("^Line ")), lines) << c.name;
         EXPECT_EQ(all.count("Closing words"), 1) << c.name;
         EXPECT_GT(all.indexOf("Closing words"), all.indexOf(lines.last())) << c.name;
+    }
+}
+
+// The viewer shows the pages that Save as PDF writes, however long the report (text measured at
+// another resolution wraps and stacks otherwise), upright or, for a layout that asks, across.
+TEST(Paging, TheViewerShowsThePagesOfTheSavedPdf) {
+    for (const bool across : {false, true}) {
+        QString html = QString("<html><head>%1</head><body><table width=\"100%\" border=\"0\">"
+                               "<thead><tr><th width=\"100%\">Item</th></tr></thead>")
+                           .arg(across ? "<meta name=\"orientation\" content=\"landscape\">" : "");
+        for (int i = 1; i <= 700; ++i)
+            html += QString("<tr><td>Line %1<br>of the bill<br>and its words</td></tr>").arg(i);
+        html += "</table></body></html>";
+        RptView view;
+        view.show();
+        view.setReport(makeDocument(html), "x.pdf");
+        const QString path = QDir::temp().filePath("tw-pages.pdf");
+        EXPECT_EQ(view.pageCount(), writePdf(*makeDocument(html), path)) << across;
+        EXPECT_EQ(view.preview->orientation(),
+                  across ? QPageLayout::Landscape : QPageLayout::Portrait);
+        QFile::remove(path);
     }
 }
 

@@ -59,6 +59,9 @@ bool fill(const ReportType& type, ReportRun& run, const ConClass& con, Messenger
         run.ewp = QStringLiteral("0");
     if (run.wws.isEmpty())
         run.wws = QStringLiteral("0");
+    // Group numbers only key the rows of this run: counting on from the last run would run a
+    // large project past the 16-bit field after a few reports.
+    run.group_counter = 0;
     try {
         Transaction tx(con);
         try {

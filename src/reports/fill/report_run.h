@@ -1,7 +1,7 @@
 #pragma once
 // What a report run knows: the report screen's members that the fill routines read and write.
-// The screen keeps one ReportRun for as long as it is open (so group numbers climb from run to
-// run); the command-line companion makes one per run.
+// The screen keeps one ReportRun for as long as it is open; the command-line companion makes
+// one per run.
 
 #include "store/store.h"
 
@@ -20,8 +20,8 @@ struct ReportRun {
     double tax_rate = 0;
     QString ReportOrgName;
     bool frozen_flag = false;
-    qint16 group_counter = 0;
-    QString bill;                       // the estimate or bill
+    qint16 group_counter = 0; // the item group of the row being written; 0 at each run's start
+    QString bill;             // the estimate or bill
     QString ewp = QStringLiteral("15"); // electrical works percentage, as typed
     QString wws = QStringLiteral("15"); // plumbing and sanitary percentage, as typed
     bool forPeriod = false;             // bills raised: for a period instead of a project

@@ -2,6 +2,7 @@
 
 #include "reports/fill/fill_support.h"
 
+#include <QSet>
 #include <QSqlQuery>
 
 #include <algorithm>
@@ -59,22 +60,29 @@ struct Line {
 // The measured quantity of each bill and item of a project: the lines' areas added in store
 // order in single precision, rounded after every addition, deduction lines added as they stand
 // (they are positive), so a bill's figure is the same to the last bit however it is read.
-// Bills and items are found as the store compares texts.
+// Bills and items are found as the store compares texts. Only the lines of the bills and items
+// given are read: a line that is no number stops the bill it belongs to, not every bill of the
+// project.
 class Measured {
 public:
     using Items = QHash<QString, float>;
 
-    Measured(const ConClass& con, const QString& project) {
+    Measured(const ConClass& con, const QString& project, const QSet<QString>& billKeys,
+             const QSet<QString>& itemKeys) {
         QSqlQuery q = prepared(con.db(),
                                QStringLiteral("select tw_bill_num, tw_sch_num, tw_cal_Area from "
                                               "billmaster where tw_contract_num=? order by "
                                               "tw_recordkey"),
                                {project});
         while (q.next()) {
+            const QString bill = nocaseKey(q.value(0).toString());
+            const QString item = nocaseKey(q.value(1).toString());
+            if (!billKeys.contains(bill) || !itemKeys.contains(item))
+                continue;
             const Nullable area = storedNumber(q.value(2));
             if (area.isNull())
                 throw Error(QStringLiteral("Invalid use of Null"));
-            float& qty = bills_[nocaseKey(q.value(0).toString())][nocaseKey(q.value(1).toString())];
+            float& qty = bills_[bill][item];
             qty = static_cast<float>(static_cast<double>(qty) + area.value());
         }
     }
@@ -118,12 +126,18 @@ void computeAbstractBill(ReportRun& run, const ConClass& con) {
     emptyTable(con, workTable);
     const Rows items = con.keyed(QStringLiteral("Sch_master"), QStringLiteral("tw_contract_num=?"),
                                  {run.contract_num});
-    const Measured measured(con, run.contract_num);
-    std::vector<Line> lines;
-
     QStringList itemKeys;
     for (const Row& item : items)
         itemKeys << nocaseKey(item.text(QStringLiteral("tw_sch_num")));
+    // The bills summed: this one and those raised before or after it.
+    const Rows others = otherBills(run, con);
+    QSet<QString> billKeys{nocaseKey(run.bill)};
+    for (const Row& other : others)
+        billKeys.insert(nocaseKey(other.text(QStringLiteral("tw_bill_num"))));
+    const Measured measured(con, run.contract_num, billKeys,
+                            QSet<QString>(itemKeys.begin(), itemKeys.end()));
+    std::vector<Line> lines;
+
     // The first line of each item number, as a look-up by number finds it.
     QHash<QString, size_t> lineOf;
     const auto addLine = [&](const Row& item, const QString& key) {
@@ -142,7 +156,6 @@ void computeAbstractBill(ReportRun& run, const ConClass& con) {
 
     // The other bills: each one that measured an item puts its own quantity on the item's line,
     // so the last of them in store order is the one that shows.
-    const Rows others = otherBills(run, con);
     for (const Row& other : others) {
         const Measured::Items& bill = measured.of(other.text(QStringLiteral("tw_bill_num")));
         if (bill.isEmpty())

@@ -9,6 +9,7 @@
 #include <QPagedPaintDevice>
 #include <QPainter>
 #include <QPdfWriter>
+#include <QRegularExpression>
 #include <QSaveFile>
 #include <QTextBlock>
 #include <QTextCursor>
@@ -24,6 +25,8 @@
 
 namespace tw::reports {
 namespace {
+
+const char* const landscapeProperty = "landscape";
 
 // Qt's own layout of a report of thousands of table rows lays the whole document out at once,
 // twice over, and spends most of that finding each cell's format again: a final bill of 5,000
@@ -544,12 +547,16 @@ std::unique_ptr<QTextDocument> makeDocument(const QString& html) {
     doc->setDocumentLayout(new ContentOnly(doc.get()));
     setUpDocument(*doc);
     doc->setHtml(html);
+    // The HTML reader keeps no <meta> but the title, so the page's orientation is read here.
+    static const QRegularExpression landscape(
+        QStringLiteral("<meta\\s+name=\"orientation\"\\s+content=\"landscape\""),
+        QRegularExpression::CaseInsensitiveOption);
+    doc->setProperty(landscapeProperty, landscape.match(html).hasMatch());
     return doc;
 }
 
-void setUpPage(QPagedPaintDevice& device) {
-    device.setPageLayout(QPageLayout(QPageSize(QPageSize::A4), QPageLayout::Portrait,
-                                     QMarginsF(15, 12, 15, 12), QPageLayout::Millimeter));
+bool isLandscape(const QTextDocument& doc) {
+    return doc.property(landscapeProperty).toBool();
 }
 
 int printDocument(QTextDocument& doc, QPagedPaintDevice& device) {
@@ -608,10 +615,9 @@ int writePdf(QTextDocument& doc, const QString& path) {
                             .arg(QDir::toNativeSeparators(path), probe.errorString()));
     }
     QPdfWriter pdf(path);
-    pdf.setResolution(300);
     pdf.setCreator(QStringLiteral("Tallywright"));
     pdf.setTitle(doc.metaInformation(QTextDocument::DocumentTitle));
-    setUpPage(pdf);
+    setUpPage(pdf, isLandscape(doc));
     return printDocument(doc, pdf);
 }
 

@@ -1,7 +1,8 @@
 #pragma once
-// A rendered report on paper: the layout's HTML as a QTextDocument, laid out on A4 portrait
-// pages, each with "Page N of M" at its foot; tables repeat their <thead> rows on every page.
+// A rendered report on paper: the layout's HTML as a QTextDocument, laid out on A4 pages, each
+// with "Page N of M" at its foot; tables repeat their <thead> rows on every page.
 
+#include <QPageLayout>
 #include <QString>
 #include <QTextDocument>
 
@@ -13,17 +14,31 @@ namespace tw::reports {
 
 // The document of a rendered layout (its <title> becomes the document's title). It holds the
 // report's text and formats but is laid out only by printDocument, page by page: ask that for
-// pages, not the document.
+// pages, not the document. A layout too wide for a portrait page says so in its head with
+// <meta name="orientation" content="landscape">.
 std::unique_ptr<QTextDocument> makeDocument(const QString& html);
+// Whether the document's layout asked for a landscape page.
+bool isLandscape(const QTextDocument& doc);
+
+// The resolution every report is laid out at, in the viewer, on paper and in a PDF. Text is
+// measured in whole device pixels, so at another resolution its lines come out a little higher
+// or lower and wrap elsewhere: the viewer would show other pages than the saved PDF holds.
+inline constexpr int kPageResolution = 300;
+
+// A4 with 15 mm margins at kPageResolution, as every report is printed: a QPrinter or a
+// QPdfWriter.
+template <class Device> void setUpPage(Device& device, bool landscape = false) {
+    device.setResolution(kPageResolution);
+    device.setPageLayout(QPageLayout(QPageSize(QPageSize::A4),
+                                     landscape ? QPageLayout::Landscape : QPageLayout::Portrait,
+                                     QMarginsF(15, 12, 15, 12), QPageLayout::Millimeter));
+}
 
 // Lays `doc` out on the pages of `device` (a QPrinter or QPdfWriter set up by the caller) and
 // paints every page, the document's title and "Page N of M" at its foot. A page ends between
 // table rows, never inside one, and a table going on to the next page repeats its <thead> rows
 // there. Gives the number of pages. The document keeps no hold on the device afterwards.
 int printDocument(QTextDocument& doc, QPagedPaintDevice& device);
-
-// Sets up A4 portrait with 15 mm margins, as every report is printed.
-void setUpPage(QPagedPaintDevice& device);
 
 // Writes the document as a PDF file and gives its number of pages. Throws tw::Error naming the
 // file when it cannot be written.

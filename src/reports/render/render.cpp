@@ -353,8 +353,16 @@ void addPlainRows(mu::data& ctx, const Rows& rows, const Columns& c) {
 
 // The abstract bill's lines in three lists: the items, the deductions and the tax line (the one
 // deduction line without a unit), and the figures a client pays by: this bill's gross amount,
-// less its deductions, less the tax, the net payable and its words.
-void addAbstractBill(mu::data& ctx, const Rows& rows, const Columns& c, const ReportRun& run) {
+// less its deductions, less the tax, the net payable and its words. The bill is dated as its row
+// in billsraised: a run dates an open bill today, and a frozen bill keeps the day it was last
+// computed, however often it is reprinted.
+void addAbstractBill(mu::data& ctx, const Rows& rows, const Columns& c, const ReportRun& run,
+                     const ConClass& con) {
+    const auto raised =
+        con.first(QStringLiteral("select tw_bill_dt from billsraised where tw_contract_num=? and "
+                                 "tw_bill_num=?"),
+                  {run.contract_num, run.bill});
+    ctx["bill_date"] = val(raised ? raised->text(0) : dateText(QDate::currentDate()));
     mu::data items{mu::data::type::list}, deductions{mu::data::type::list};
     mu::data tds{mu::data::type::list};
     double gross = 0, deducted = 0, tax = 0;
@@ -388,23 +396,29 @@ void addAbstractBill(mu::data& ctx, const Rows& rows, const Columns& c, const Re
     ctx["frozen"] = mu::data(run.frozen_flag);
 }
 
-// What a bill stands at: billed, less deductions and tax, less what was received and recovered.
+// What a bill stands at: billed, less its deductions and tax, is the net payable the abstract
+// bill prints; less what was received, the balance. Tax and recoveries typed with a payment were
+// withheld from that net figure already, so they are shown beside it and not taken off again.
 struct Standing {
-    double billed = 0, deductions = 0, tds = 0, received = 0, recoveries = 0;
+    double billed = 0, deductions = 0, tax = 0, received = 0, withheld = 0, recoveries = 0;
     void add(const Standing& s) {
         billed += s.billed;
         deductions += s.deductions;
-        tds += s.tds;
+        tax += s.tax;
         received += s.received;
+        withheld += s.withheld;
         recoveries += s.recoveries;
     }
     void put(mu::data& o) const {
+        const double net = billed - deductions - tax;
         putFigure(o, "billed", billed);
         putFigure(o, "deductions", deductions);
-        putFigure(o, "tds", tds);
+        putFigure(o, "tax", tax);
+        putFigure(o, "net", net);
         putFigure(o, "received", received);
+        putFigure(o, "withheld", withheld);
         putFigure(o, "recoveries", recoveries);
-        putMoney(o, "outstanding", billed - deductions - tds - received - recoveries);
+        putMoney(o, "balance", net - received);
     }
 };
 
@@ -441,13 +455,14 @@ void addBillsRaised(mu::data& ctx, const Rows& rows, const Columns& c, const Con
             o["serial"] = mu::data(std::to_string(++serial));
             standing = {};
             standing.billed = r.number(QStringLiteral("tw_netamt"));
-            standing.tds = r.number(QStringLiteral("tw_tdsamt"));
+            standing.tax = r.number(QStringLiteral("tw_tdsamt"));
             standing.deductions =
                 deducted.value(nocaseKey(r.text(QStringLiteral("tw_contract_num"))) + QChar(0) +
                                nocaseKey(r.text(QStringLiteral("tw_bill_num"))));
             bill = std::move(o);
         } else {
             standing.received += r.number(QStringLiteral("tw_netamt"));
+            standing.withheld += r.number(QStringLiteral("tw_tdsamt"));
             standing.recoveries += r.number(QStringLiteral("tw_recamt"));
             payments.push_back(o);
         }
@@ -561,7 +576,7 @@ QString renderHtml(const ReportInput& in, const ConClass& con) {
     else if (table == QLatin1String("dummy_reinforcement_report"))
         addReinforcement(ctx, rows, columns, feet);
     else if (table == QLatin1String("abstractbillrep"))
-        addAbstractBill(ctx, rows, columns, run);
+        addAbstractBill(ctx, rows, columns, run, con);
     else if (table == QLatin1String("billsraisedreport"))
         addBillsRaised(ctx, rows, columns, con);
     else

@@ -26,10 +26,12 @@
 //                         bars, length and weight by diameter; total_weight
 //   abstractbillrep       items, deductions (each numbered as `serial`) and tds: the lines
 //                         of the bill by kind; figures: gross, deductions, tax and net (each
-//                         also _words); frozen: the bill is frozen; has_deductions
+//                         also _words); frozen: the bill is frozen; has_deductions;
+//                         bill_date: the bill's date in billsraised
 //   billsraisedreport     bills: each bill row with its payments beneath and its standing
-//                         (billed, deductions, tds, received, recoveries, outstanding); all:
-//                         the standing of every bill together
+//                         (billed, deductions, tax, net = billed - deductions - tax, received,
+//                         withheld and recoveries typed with the payments, balance = net -
+//                         received, also _words); all: the standing of every bill together
 //   no working table      record: the project's own row, by the number in param1
 
 #include "reports/fill/report_run.h"
