@@ -1,6 +1,7 @@
 #include "rates/catrateanal.h"
 
 #include "rates/rateform.h"
+#include "rates/reprice.h"
 #include "rates/slots.h"
 #include "store/store.h"
 #include "values/values.h"
@@ -250,8 +251,8 @@ void catrateanal::FillMaterialCombo() {
 }
 
 void catrateanal::LookupMaterial() {
-    const auto m = con.find(QStringLiteral("materials"), QStringLiteral("tw_mat_desc=?"),
-                            {cmbmatl->currentText()});
+    const auto m =
+        con.find(QStringLiteral("materials"), tw::MaterialKey(), {cmbmatl->currentText()});
     if (!m)
         return;
     txt_unitrt->setText(tw::formatFixed2(leadingNumber(numberText(m->value(1)))));
@@ -354,7 +355,8 @@ void catrateanal::matlist_itemDoubleClicked() {
     if (matlist->topLevelItemCount() == 0 || !row || row->text(MatMaterial).isEmpty())
         return;
     delmatl->setEnabled(true);
-    const int entry = cmbmatl->findText(row->text(MatMaterial), Qt::MatchExactly);
+    const int entry =
+        cmbmatl->findText(row->text(MatMaterial), Qt::MatchExactly | Qt::MatchCaseSensitive);
     if (entry >= 0)
         cmbmatl->setCurrentIndex(entry);
     else
@@ -490,8 +492,8 @@ void catrateanal::catlist_itemDoubleClicked() {
     }
     for (int i = 0; i < matlist->topLevelItemCount(); ++i) {
         QTreeWidgetItem* row = matlist->topLevelItem(i);
-        const auto m = con.find(QStringLiteral("materials"), QStringLiteral("tw_mat_desc=?"),
-                                {row->text(MatMaterial)});
+        const auto m =
+            con.find(QStringLiteral("materials"), tw::MaterialKey(), {row->text(MatMaterial)});
         if (m && !row->text(MatMaterial).trimmed().isEmpty())
             row->setText(MatUnits, m->text(QStringLiteral("tw_unitlbl")));
     }

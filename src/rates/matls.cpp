@@ -17,7 +17,7 @@ matls::matls(QWidget* parent) : ui::Screen(parent) {
     setWindowTitle(tr("Maintain Materials"));
 
     cmb_matdesc = named(new QLineEdit(this), "cmb_matdesc");
-    cmb_matdesc->setMaxLength(50);
+    ui::typingLimit(cmb_matdesc, 50);
     ui::selectAllOnFocus(cmb_matdesc);
     matrate = named(new QLineEdit(this), "matrate");
     matrate->setAlignment(Qt::AlignRight);
@@ -119,7 +119,7 @@ void matls::matlcancel_clicked() {
             // The category slots that name the material keep it: they are priced again only
             // when a material is saved.
             tw::Transaction action(con);
-            con.exec(QStringLiteral("delete from Materials where tw_mat_desc=?"), {desc});
+            con.exec(QStringLiteral("delete from Materials where ") + tw::MaterialKey(), {desc});
             action.commit();
         }
     }

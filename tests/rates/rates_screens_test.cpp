@@ -54,6 +54,28 @@ TEST_F(MatlsTest, ListCrossesItsCellsAndDeleteNeverReprices) {
     EXPECT_EQ(wall->number("tw_rate"), 5);
 }
 
+// The whole description is the key, compared exactly: a long one comes back whole for editing,
+// and one in another case is another material.
+TEST_F(MatlsTest, DescriptionIsTheWholeExactKey) {
+    const QString longName = QString(60, u'w');
+    db().exec("insert into materials values (?, ?, ?), (?, ?, ?)",
+              {"Cement", 300, "Bag", longName, 1, "Kg"});
+    auto& w = open();
+    clickRow(w.matlist1, 1, true);
+    EXPECT_EQ(w.cmb_matdesc->text(), longName);
+    w.matrate->setText("2");
+    click("savematl");
+    w.cmb_matdesc->setText("cement");
+    w.matrate->setText("5");
+    click("savematl");
+    ASSERT_EQ(w.matlist1->topLevelItemCount(), 3);
+    EXPECT_EQ(rowCells(w.matlist1, 1).mid(1), (QStringList{longName, "Kg", "2"}));
+    w.matlist1->setCurrentItem(w.matlist1->topLevelItem(2));
+    click("matlcancel");
+    EXPECT_EQ(rowCells(w.matlist1, 0).mid(1), (QStringList{"Cement", "Bag", "300"}));
+    EXPECT_EQ(w.matlist1->topLevelItemCount(), 2);
+}
+
 // ---- Rate Analysis for Standard Categories ------------------------------------------------
 
 class CatRateAnalTest : public twtest::ScreenTest<catrateanal> {
@@ -133,6 +155,17 @@ TEST_F(CatRateAnalTest, SaveWritesSlotsByRowAndLoadStepsOverTheBlankOne) {
     EXPECT_EQ(w.txtcatdesc->text(), QString::fromUtf8("Brick wall — ईंट"));
     EXPECT_EQ(w.txt_item_unit_cost->text(), "50.00");
     EXPECT_EQ(w.Label7->text(), "S Mt");
+}
+
+// A material is looked up by its description exactly: "m1" is not "M1".
+TEST_F(CatRateAnalTest, MaterialLookUpIsExact) {
+    db().exec("insert into materials values ('m1', 7, 'Bag')");
+    auto& w = go();
+    add("m1", "2");
+    EXPECT_EQ(row(0), (QStringList{"1", "m1", "2", "Bag", "7.00", "14"}));
+    clickRow(w.matlist, 0, true);
+    EXPECT_EQ(w.cmbmatl->currentText(), "m1");
+    EXPECT_EQ(w.txt_unitrt->text(), "7.00");
 }
 
 TEST_F(CatRateAnalTest, UnitLabelFollowsMeasureTypeAndSystem) {
