@@ -56,7 +56,7 @@ catrateanal::catrateanal(QWidget* parent) : ui::Screen(parent) {
     fraRateAnalysis = named(new QGroupBox(tr("Rate Analysis"), this), "fraRateAnalysis");
     auto* f = fraRateAnalysis;
     txtcatname = named(new QLineEdit(f), "txtcatname");
-    txtcatname->setMaxLength(50);
+    ui::typingLimit(txtcatname, 50);
     txtcatdesc = named(new QLineEdit(f), "txtcatdesc");
     cmb_volarea = freeCombo(f, "cmb_volarea", 14);
     cmb_volarea->installEventFilter(this);
@@ -67,7 +67,7 @@ catrateanal::catrateanal(QWidget* parent) : ui::Screen(parent) {
     cmbmatl->setMinimumContentsLength(30);
     cmbmatl->installEventFilter(this);
     txtmatqty = named(new QLineEdit(f), "txtmatqty");
-    txtmatqty->setMaxLength(10);
+    ui::typingLimit(txtmatqty, 10);
     txtmatqty->setAlignment(Qt::AlignRight);
     // Any number of points passes; the quantity counts up to the second one.
     ui::decimalRule(txtmatqty, false);
@@ -235,6 +235,9 @@ void catrateanal::FillUnitNos() {
     cmbunitnos->clear();
     for (const auto& r : con.keyed(QStringLiteral("units")))
         cmbunitnos->addItem(r.text(QStringLiteral("units")));
+    // Filling the list picks nothing: an item whose unit is not in it loads with no unit, and
+    // its save asks for one.
+    noSelection(cmbunitnos);
 }
 
 void catrateanal::FillMeasureTypes() {

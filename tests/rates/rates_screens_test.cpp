@@ -157,6 +157,31 @@ TEST_F(CatRateAnalTest, SaveWritesSlotsByRowAndLoadStepsOverTheBlankOne) {
     EXPECT_EQ(w.Label7->text(), "S Mt");
 }
 
+// A stored item loads as it stands: a long name whole, a tiny quantity in plain digits, and a
+// unit the list lacks as no unit, so that the save asks for one; the save keeps all of it.
+TEST_F(CatRateAnalTest, ItemLoadsAndSavesAsStored) {
+    const QString name = QString(60, u'c');
+    db().exec("insert into categorylist_meter (tw_category_name, tw_description, tw_unit, "
+              "tw_measure_type, tw_rate, tw_matl1, tw_matl1_qty, tw_matl1_rate) values "
+              "(?, 'Wall', 'Bags', 'Area', 5, 'M1', 0.00005, 100)",
+              {name});
+    auto& w = go();
+    clickRow(w.catlist, 0, true);
+    EXPECT_EQ(w.txtcatname->text(), name);
+    EXPECT_EQ(row(0), (QStringList{"1", "M1", "0.00005", "Kg", "100", "0.005"}));
+    EXPECT_EQ(w.cmbunitnos->currentText(), "");
+    click("saverate");
+    EXPECT_EQ(messages().texts(), Texts{"Units is blank"});
+    clickRow(w.catlist, 0, true);
+    pick(w.cmbunitnos, "10");
+    click("saverate");
+    const auto saved = db().keyed("categorylist_meter");
+    ASSERT_EQ(saved.size(), 1u);
+    EXPECT_EQ(saved[0].text(0), name);
+    EXPECT_EQ(saved[0].number(8), 0.00005);
+    EXPECT_EQ(saved[0].text("tw_unit"), "10");
+}
+
 // A material is looked up by its description exactly: "m1" is not "M1".
 TEST_F(CatRateAnalTest, MaterialLookUpIsExact) {
     db().exec("insert into materials values ('m1', 7, 'Bag')");
