@@ -9,6 +9,8 @@
 #include <QEvent>
 #include <QGridLayout>
 #include <QHBoxLayout>
+#include <QMdiArea>
+#include <QMdiSubWindow>
 #include <QSqlRecord>
 #include <QStyle>
 #include <QVBoxLayout>
@@ -213,7 +215,25 @@ void catrateanal::btngo_clicked() {
     cmb_units->setEnabled(false);
     Label7->hide();
     delmatl->setEnabled(false);
+    growToShowAll();
     txtcatname->setFocus();
+}
+
+void catrateanal::growToShowAll() {
+    layout()->activate();
+    auto* sub = qobject_cast<QMdiSubWindow*>(parentWidget());
+    if (!sub) {
+        if (isWindow())
+            resize(size().expandedTo(sizeHint()));
+        return;
+    }
+    if (sub->isMaximized() || sub->isMinimized() || !sub->mdiArea())
+        return;
+    const QSize room = sub->mdiArea()->viewport()->size();
+    const QSize size = sub->size().expandedTo(sub->sizeHint()).boundedTo(room);
+    sub->resize(size);
+    sub->move(qBound(0, sub->x(), qMax(0, room.width() - size.width())),
+              qBound(0, sub->y(), qMax(0, room.height() - size.height())));
 }
 
 void catrateanal::FillCategoryList() {

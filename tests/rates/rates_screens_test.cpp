@@ -6,6 +6,8 @@
 
 #include <QApplication>
 #include <QFocusEvent>
+#include <QMdiArea>
+#include <QMdiSubWindow>
 #include <QTest>
 #include <QTimer>
 
@@ -191,6 +193,25 @@ TEST_F(CatRateAnalTest, MaterialLookUpIsExact) {
     clickRow(w.matlist, 0, true);
     EXPECT_EQ(w.cmbmatl->currentText(), "m1");
     EXPECT_EQ(w.txt_unitrt->text(), "7.00");
+}
+
+// In the frame, Go grows the child window to show the analysis whole, and typing goes into the
+// name of the item.
+TEST_F(CatRateAnalTest, GoShowsTheAnalysisWholeInTheFramesWindow) {
+    QMdiArea area;
+    area.resize(1300, 740);
+    QMdiSubWindow* sub = area.addSubWindow(new catrateanal);
+    auto* w = static_cast<catrateanal*>(sub->widget());
+    sub->resize(sub->sizeHint());
+    area.show();
+    QApplication::setActiveWindow(&area);
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&area));
+    QTest::mouseClick(w->btngo, Qt::LeftButton);
+    QTest::keyClicks(QApplication::focusWidget(), "Wall");
+    EXPECT_EQ(w->txtcatname->text(), "Wall");
+    EXPECT_TRUE(area.viewport()->rect().contains(sub->geometry()));
+    EXPECT_GE(w->height(), w->minimumSizeHint().height());
+    EXPECT_TRUE(w->rect().contains(w->fraRateAnalysis->geometry()));
 }
 
 TEST_F(CatRateAnalTest, UnitLabelFollowsMeasureTypeAndSystem) {
