@@ -41,12 +41,15 @@ void figureRule(QLineEdit* field, int limit, const QString& text, const QString&
     });
 }
 
-// The inch mark typed in a cost item's name is written out: 6" becomes "6 in".
+// The inch mark typed in a cost item's name is written out: 6" becomes "6 in". Typed keys
+// reach the list itself, which hands them on to its editor.
 class InchMark : public QObject {
 public:
-    using QObject::QObject;
+    explicit InchMark(QComboBox* list) : QObject(list), list_(list) {
+        list->installEventFilter(this);
+    }
     bool eventFilter(QObject* watched, QEvent* event) override {
-        auto* edit = qobject_cast<QLineEdit*>(watched);
+        QLineEdit* edit = list_->lineEdit();
         if (edit && event->type() == QEvent::KeyPress &&
             static_cast<QKeyEvent*>(event)->text() == QLatin1String("\"")) {
             edit->setText(edit->text() + QStringLiteral(" in"));
@@ -55,6 +58,9 @@ public:
         }
         return QObject::eventFilter(watched, event);
     }
+
+private:
+    QComboBox* list_;
 };
 
 } // namespace
@@ -78,7 +84,7 @@ Frm_RateAnalysis::Frm_RateAnalysis(QWidget* parent) : ui::Screen(parent) {
     TxtUnts->setEnabled(false);
     TxtUnts->setReadOnly(true);
     CmbItems = freeCombo(this, "CmbItems", 30);
-    CmbItems->lineEdit()->installEventFilter(new InchMark(CmbItems));
+    new InchMark(CmbItems);
     TxtQty = named(new QLineEdit(this), "TxtQty");
     TxtQty->setMaxLength(15);
     figureRule(TxtQty, 15, tr("You Cannot Enter More than 15 Digits..."), tr("Quantity"));
