@@ -86,10 +86,11 @@ Frm_RateAnalysis::Frm_RateAnalysis(QWidget* parent) : ui::Screen(parent) {
     CmbItems = freeCombo(this, "CmbItems", 30);
     new InchMark(CmbItems);
     TxtQty = named(new QLineEdit(this), "TxtQty");
-    TxtQty->setMaxLength(15);
+    // The limits hold for typing: a figure taken back from the list comes in whole.
+    ui::typingLimit(TxtQty, 15);
     figureRule(TxtQty, 15, tr("You Cannot Enter More than 15 Digits..."), tr("Quantity"));
     TxtRate = named(new QLineEdit(this), "TxtRate");
-    TxtRate->setMaxLength(17);
+    ui::typingLimit(TxtRate, 17);
     figureRule(TxtRate, 17, tr("You Cannot Enter More than 17 Digits, Including Decimal Places..."),
                tr("Rate"));
     CmdAdd =

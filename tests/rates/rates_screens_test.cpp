@@ -310,6 +310,23 @@ TEST_F(RateAnalysisTest, EleventhRowPricesTheCostItemBeforeItIsRefused) {
     EXPECT_EQ(cost->number("tw_unit_rate"), 350.5);
 }
 
+// A row taken back for editing brings its figures whole, in plain digits, and saves them so.
+TEST_F(RateAnalysisTest, EditedRowKeepsItsFiguresWhole) {
+    db().exec("insert into categorylist_meter (tw_category_name, tw_matl1, tw_matl1_qty, "
+              "tw_matl1_rate) values ('Wall', 'Steel', 1234.56789012345, 0.00005)");
+    auto& w = openOnItem();
+    const QStringList cells{"1", "Steel", "1234.56789012345", "0.00005", "0.0617283945061725"};
+    EXPECT_EQ(rowCells(w.LstVwItmDtls, 0), cells);
+    clickRow(w.LstVwItmDtls, 0, true);
+    EXPECT_EQ(w.TxtQty->text() + " " + w.TxtRate->text(), cells[2] + " " + cells[3]);
+    click("CmdAdd");
+    click("CmdSave");
+    const auto cat = db().find("categorylist_meter", "tw_category_name='Wall'");
+    EXPECT_EQ(cat->number(8), 1234.56789012345);
+    EXPECT_EQ(cat->number(9), 0.00005);
+    EXPECT_EQ(db().keyed("sch_master")[0].number("tw_item_rate"), 0.0617283945061725);
+}
+
 TEST_F(RateAnalysisTest, DeleteBlanksEveryMatchingSlotAtOnce) {
     wall();
     auto& w = openOnItem();
