@@ -155,11 +155,17 @@ TEST_F(FrmPaymentTest, BillAmountIsRoundedHalfEvenAndAProjectWithoutBillsHasNone
     for (QFocusEvent* e : {&tabbedIn, &backFromBox, &tabbedIn})
         QApplication::sendEvent(w.Cmbpaybillno, e);
     EXPECT_EQ(messages().texts(), Texts(2, "No bills raised in this project"));
-    // A payment may still be written, against no bill.
+    // A payment may still be written, against an empty bill, and is listed and deleted by it.
     fill("R1");
     save();
     ASSERT_EQ(payments().size(), 1u);
-    EXPECT_EQ(payments()[0].text("tw_contract_num") + payments()[0].text("tw_bill_num"), "P2");
+    EXPECT_EQ(payments()[0].text("tw_contract_num"), "P2");
+    EXPECT_FALSE(payments()[0].isNull("tw_bill_num"));
+    ASSERT_EQ(w.pmntlist->topLevelItemCount(), 1);
+    QTest::mouseClick(w.pmntlist->viewport(), Qt::LeftButton, {},
+                      w.pmntlist->visualItemRect(w.pmntlist->topLevelItem(0)).center());
+    click("cmd_delete");
+    EXPECT_TRUE(payments().empty());
 }
 
 TEST_F(FrmPaymentTest, DeleteAsksThroughTheRealBoxAndDeletesOnlyOnYes) {
