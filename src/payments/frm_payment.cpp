@@ -321,6 +321,17 @@ void frm_payment::cmd_save_clicked() {
         return ui::refuse(
             txt_receiptno,
             tr("Details are already exisiting. Enter another Receipt/Voucher Number"));
+    // A figure beyond what the books' money type holds would break every bill and register
+    // that sums it.
+    const std::pair<QLineEdit*, const char*> amounts[] = {
+        {txt_amount, QT_TR_NOOP("Amount")},
+        {txt_tds, QT_TR_NOOP("TDS")},
+        {txt_recoveries, QT_TR_NOOP("Other Recoveries")}};
+    for (const auto& [field, caption] : amounts) {
+        const double value = tw::leadingNumber(field->text());
+        if (!tw::fitsMoney(value))
+            return ui::refuse(field, tw::tooLargeText(tr(caption), value));
+    }
     tw::Transaction tx(con);
     con.insert(kPayments, {{QStringLiteral("tw_contract_num"), contract_num},
                            {QStringLiteral("tw_bill_num"), bill},

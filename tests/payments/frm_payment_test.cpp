@@ -168,6 +168,34 @@ TEST_F(FrmPaymentTest, BillAmountIsRoundedHalfEvenAndAProjectWithoutBillsHasNone
     EXPECT_TRUE(payments().empty());
 }
 
+// A figure beyond the money the books hold is refused, naming its field, and nothing is
+// written; the largest that fits is taken.
+TEST_F(FrmPaymentTest, AmountsBeyondTheMoneyLimitAreRefused) {
+    auto& w = open();
+    const QString tooLarge = "922337203685478";
+    const std::pair<QLineEdit*, const char*> cases[] = {
+        {w.txt_amount, "Amount can not be more than 922,337,203,685,477"},
+        {w.txt_tds, "TDS can not be more than 922,337,203,685,477"},
+        {w.txt_recoveries, "Other Recoveries can not be more than 922,337,203,685,477"}};
+    for (const auto& [field, message] : cases) {
+        fill("R1");
+        field->setText(tooLarge);
+        if (field == w.txt_amount) { // once through the real box
+            EXPECT_EQ(twtest::withRealBoxes({"OK"}, [&] { save(); }), QStringList{message});
+        } else {
+            messages().clear();
+            save();
+            EXPECT_EQ(messages().texts(), Texts{message});
+        }
+        EXPECT_TRUE(focused(field)) << message;
+        EXPECT_TRUE(payments().empty());
+    }
+    fill("R1", "922337203685477");
+    save();
+    ASSERT_EQ(payments().size(), 1u);
+    EXPECT_EQ(payments()[0].number("tw_netamt"), 922337203685477.0);
+}
+
 TEST_F(FrmPaymentTest, DeleteAsksThroughTheRealBoxAndDeletesOnlyOnYes) {
     auto& w = open();
     w.cmd_delete->setEnabled(true);
