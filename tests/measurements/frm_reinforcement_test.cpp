@@ -153,6 +153,28 @@ TEST_F(ReinforcementTest, AddWritesALineThatADoubleClickBringsBack) {
     EXPECT_TRUE(messages().shown.empty());
 }
 
+// A line taken back from the grid comes in whole, however long its texts and figures, and is
+// saved whole.
+TEST_F(ReinforcementTest, DoubleClickBringsALongLineBackWhole) {
+    const QString narration(60, u'n');
+    db().insert("reinforcementmaster", {{"tw_contract_num", "M-7"},
+                                        {"tw_bill_num", "B1"},
+                                        {"tw_narration", narration},
+                                        {"tw_diameter", "8"},
+                                        {"tw_length_qty", 123456},
+                                        {"tw_length_ft", 12345},
+                                        {"tw_length_inches", 1234.5678}});
+    pick(screen->CmbCntNum, "Metro Depot");
+    pick(screen->CmbBlNo, "B1");
+    emit screen->LstVwRnftDet->itemDoubleClicked(screen->LstVwRnftDet->topLevelItem(0), 0);
+    EXPECT_EQ(texts(*screen, {"rtb_nrtn", "TxtNos", "TxtMtFt", "TxtCmIn"}),
+              (QStringList{narration, "123456", "12345 ", "1234.5678 "}));
+    click("CmdAdd");
+    ASSERT_EQ(stored().size(), 1u);
+    EXPECT_EQ(stored()[0].number("tw_length_qty"), 123456);
+    EXPECT_EQ(stored()[0].number("tw_length_inches"), 1234.5678);
+}
+
 // A size typed into the list is learnt on leaving it, once, by its number of millimetres; a
 // text without a number is learnt once as it stands.
 TEST_F(ReinforcementTest, DiameterIsLearntByItsNumber) {
