@@ -154,7 +154,7 @@ frm_dims::frm_dims(QWidget* parent) : ui::Screen(parent) {
     lineGrid->addWidget(new QLabel(tr("Shape of Object"), this), 1, 0);
     lineGrid->addWidget(cmb_shape, 1, 1, 1, 3, Qt::AlignLeft);
     const std::array<QLabel*, 4> wholeUnit{Label89, Label90, Label91, Label92};
-    const std::array<QLabel*, 4> fracUnit{Label93, Label94, Label95, Label96};
+    fracUnit_ = {Label93, Label94, Label95, Label96};
     for (int i = 0; i < 4; ++i) {
         lbldim_[i]->setMinimumWidth(
             lbldim_[i]->fontMetrics().horizontalAdvance(QStringLiteral("Slant Height")) + 8);
@@ -162,7 +162,7 @@ frm_dims::frm_dims(QWidget* parent) : ui::Screen(parent) {
         lineGrid->addWidget(whole_[i], 2 + i, 1);
         lineGrid->addWidget(wholeUnit[i], 2 + i, 2);
         lineGrid->addWidget(frac_[i], 2 + i, 3);
-        lineGrid->addWidget(fracUnit[i], 2 + i, 4);
+        lineGrid->addWidget(fracUnit_[i], 2 + i, 4);
     }
     lineGrid->addWidget(new QLabel(tr("Quantity"), this), 6, 0, Qt::AlignRight);
     lineGrid->addWidget(txt_qty, 6, 1, 1, 3);
@@ -361,6 +361,22 @@ void frm_dims::cmd_mes_save_clicked() {
         if (frac_[i]->isEnabled() && frac_[i]->text().isEmpty())
             frac_[i]->setText(QStringLiteral("00"));
     }
+
+    // Figures beyond their columns: whole parts and the quantity hold up to the largest sum the
+    // books keep, a fractional part is a 16-bit number. A field the shape does not ask for
+    // cannot be mended here and is left to the arithmetic.
+    for (int i = 0; i < 4; ++i) {
+        if (!whole_[i]->isEnabled())
+            continue;
+        const double whole = tw::leadingNumber(whole_[i]->text());
+        if (!tw::fitsMoney(whole))
+            return ui::refuse(whole_[i], tw::tooLargeText(lbldim_[i]->text(), whole));
+        const double frac = tw::leadingNumber(frac_[i]->text());
+        if (!tw::fitsInt16(frac))
+            return ui::refuse(frac_[i], tw::tooLargeText(fracUnit_[i]->text(), frac, true));
+    }
+    if (const double qty = tw::leadingNumber(txt_qty->text()); !tw::fitsMoney(qty))
+        return ui::refuse(txt_qty, tw::tooLargeText(tr("Quantity"), qty));
 
     const ui::BusyCursor busy;
     tw::Dims dims;

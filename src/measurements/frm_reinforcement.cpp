@@ -327,6 +327,15 @@ void Frm_Reinforcement::CmdAdd_clicked() {
     if (LblMtFt->text() == QLatin1String("Mt") && inches >= 100)
         ui::refuse(TxtCmIn, tr("Inches Cannot be less than 100..."), Information, tr("Inches"));
 
+    // A figure beyond the largest the books hold would break the steel report's totals.
+    const std::pair<QLineEdit*, QString> figures[] = {
+        {TxtNos, tr("Nos.")}, {TxtMtFt, tr("Meters/Feet")}, {TxtCmIn, tr("Centimeters/Inches")}};
+    for (const auto& [field, caption] : figures) {
+        const double figure = *tw::strictNumber(field->text());
+        if (!tw::fitsMoney(figure))
+            return ui::refuse(field, tw::tooLargeText(caption, figure));
+    }
+
     {
         tw::Transaction tx(con);
         const QString narration = rtb_nrtn->text();

@@ -330,6 +330,11 @@ void catrateanal::savematl_clicked() {
         return void(
             ui::MsgBox(tr("You can enter maximum of only ten materials per Category Item")));
 
+    // A quantity taken back from a stored item may be longer than one typed, and beyond the
+    // largest figure the books hold.
+    if (const double typed = leadingNumber(txtmatqty->text()); !tw::fitsMoney(typed))
+        return ui::refuse(txtmatqty, tw::tooLargeText(tr("Quantity per Unit"), typed));
+
     const QString material = cmbmatl->currentText();
     const QString qty = txtmatqty->text();
     const QString cost = txt_unitrt->text();

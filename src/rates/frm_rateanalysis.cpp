@@ -340,6 +340,14 @@ void Frm_RateAnalysis::CmdAdd_clicked() {
         return ui::refuse(CmbItems, tr("Please Enter Item Name other than 'Add New'...!"),
                           ui::Information, tr("Item Name"));
 
+    // A figure beyond the largest sum the books hold would break the total and the rate saved.
+    for (QLineEdit* field : {TxtQty, TxtRate}) {
+        const double figure = *tw::strictNumber(field->text());
+        if (!tw::fitsMoney(figure))
+            return ui::refuse(
+                field, tw::tooLargeText(field == TxtQty ? tr("Quantity") : tr("Rate"), figure));
+    }
+
     // The cost item keeps the rate even when the row is refused for the count below.
     {
         const QString t = QStringLiteral("costitems");

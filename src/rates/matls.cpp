@@ -92,6 +92,10 @@ void matls::savematl_clicked() {
         return ui::refuse(cmb_matdesc, tr("Material Description is blank"));
     if (matrate->text().isEmpty())
         return ui::refuse(matrate, tr("Material Description is blank"));
+    // A price beyond the largest sum the books hold would break every category it prices.
+    const double rate = tw::leadingNumber(matrate->text());
+    if (!tw::fitsMoney(rate))
+        return ui::refuse(matrate, tw::tooLargeText(tr("Material cost per unit"), rate));
     const bool priced = tw::SaveMaterial(con, ui::boxes(), cmb_matdesc->text(), matrate->text(),
                                          cmb_unitlbl->currentText());
     RefreshMaterialList();

@@ -68,6 +68,8 @@ TEST_F(ReinforcementTest, AddChecksRunInOrderAndOnlyTheArrowSaves) {
          "CmbDia"},
         {"B1,beam,,4,3,12", "Please Select Diameter from the List...", "Enter Diameter", "CmbDia"},
         {"B1,beam,8 mm,4,3,12", "Inches Cannot be less than 12...", "Inches", "TxtCmIn"},
+        {"B1,beam,8 mm,922337203685478,3,0", "Nos. can not be more than 922,337,203,685,477",
+         "Tallywright", "TxtNos"},
     };
     for (const auto& [line, message, title, focus] : cases) {
         SCOPED_TRACE(std::string(message) + " " + focus);

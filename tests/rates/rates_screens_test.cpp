@@ -41,9 +41,13 @@ TEST_F(MatlsTest, ListCrossesItsCellsAndDeleteNeverReprices) {
     click("savematl");
     w.cmb_matdesc->setText("Sand");
     click("savematl");
+    w.matrate->setText("922337203685478");
+    click("savematl");
     EXPECT_EQ(messages().texts(),
-              (Texts{"Material Description is blank", "Material Description is blank"}));
+              (Texts{"Material Description is blank", "Material Description is blank",
+                     "Material cost per unit can not be more than 922,337,203,685,477"}));
     EXPECT_TRUE(twtest::hasFocus(w.matrate));
+    EXPECT_EQ(db().keyed("materials").size(), 1u);
 
     clickRow(w.matlist1, 0, true);
     EXPECT_EQ(w.matrate->text(), "300.00");
@@ -121,6 +125,13 @@ TEST_F(CatRateAnalTest, AddPassReplacesRefillsBlankRowsAndTakesAnEleventh) {
     add("M2", "2");
     EXPECT_EQ(row(1), (QStringList{"2", "M2", "2", "", "20.00", "40"}));
     EXPECT_EQ(w.txt_item_unit_cost->text(), "80");
+
+    // A quantity beyond the largest figure the books hold, as a stored item may bring it.
+    messages().clear();
+    add("M3", "922337203685478");
+    EXPECT_EQ(messages().texts(),
+              Texts{"Quantity per Unit can not be more than 922,337,203,685,477"});
+    EXPECT_EQ(w.matlist->topLevelItemCount(), 2);
 
     messages().clear();
     for (int i = 3; i <= 11; ++i)
@@ -325,6 +336,28 @@ TEST_F(RateAnalysisTest, EditedRowKeepsItsFiguresWhole) {
     EXPECT_EQ(cat->number(8), 1234.56789012345);
     EXPECT_EQ(cat->number(9), 0.00005);
     EXPECT_EQ(db().keyed("sch_master")[0].number("tw_item_rate"), 0.0617283945061725);
+}
+
+// A quantity or rate beyond the largest sum the books hold is refused before the cost item is
+// priced.
+TEST_F(RateAnalysisTest, FiguresBeyondTheMoneyLimitAreRefused) {
+    wall();
+    auto& w = openOnItem();
+    QApplication::setActiveWindow(&w);
+    const std::array<const char*, 4> cases[] = {
+        {"999999999999999", "1", "Quantity can not be more than 922,337,203,685,477", "TxtQty"},
+        {"1", "922337203685478", "Rate can not be more than 922,337,203,685,477", "TxtRate"}};
+    for (const auto& [qty, rate, message, focus] : cases) {
+        w.CmbItems->setEditText("Labour");
+        w.TxtQty->setText(qty);
+        w.TxtRate->setText(rate);
+        messages().clear();
+        click("CmdAdd");
+        EXPECT_EQ(messages().texts(), Texts{message});
+        EXPECT_TRUE(twtest::hasFocus(field(focus)));
+        EXPECT_TRUE(db().keyed("costitems").empty());
+        EXPECT_EQ(w.LstVwItmDtls->topLevelItemCount(), 2);
+    }
 }
 
 TEST_F(RateAnalysisTest, DeleteBlanksEveryMatchingSlotAtOnce) {
