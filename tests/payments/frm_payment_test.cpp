@@ -196,6 +196,15 @@ TEST_F(FrmPaymentTest, AmountsBeyondTheMoneyLimitAreRefused) {
     EXPECT_EQ(payments()[0].number("tw_netamt"), 922337203685477.0);
 }
 
+// The total adds the amounts as figures, however large a stored one is.
+TEST_F(FrmPaymentTest, TotalOfAVeryLargeReceiptIsWhole) {
+    db().exec("insert into payment_rec (tw_contract_num, tw_bill_num, tw_recpt_num, tw_netamt) "
+              "values ('P1', 'RA-1', 'R1', 1e38), ('P1', 'RA-1', 'R2', 0.00005)");
+    auto& w = open();
+    EXPECT_EQ(w.txt_totamt->text(), "100000000000000000000000000000000000000");
+    EXPECT_EQ(twtest::rowCells(w.pmntlist, 1).value(3), "0.00005");
+}
+
 TEST_F(FrmPaymentTest, DeleteAsksThroughTheRealBoxAndDeletesOnlyOnYes) {
     auto& w = open();
     w.cmd_delete->setEnabled(true);
