@@ -198,6 +198,22 @@ TEST_F(DimsTest, LumpsumTakesOneAmountInAnySystem) {
     EXPECT_EQ(lines()[0].number("tw_cal_Area"), 3000);
 }
 
+// The Down key walks the bill list: each press shows the next bill's lines, the focus stays.
+TEST_F(DimsTest, DownKeyWalksTheBills) {
+    for (const auto& [bill, narration] : {std::pair{"B1", "a"}, {"B2", "b"}, {"B2", "c"}})
+        db().insert(
+            "BillMaster",
+            {{"tw_contract_num", "P-1"}, {"tw_bill_num", bill}, {"tw_item_narration", narration}});
+    pick(screen->cmb_proj_name, "Ring Road");
+    screen->cmb_bill_num->setFocus(Qt::TabFocusReason);
+    for (const auto& [bill, lines] : {std::pair{"B1", 1}, {"B2", 2}, {"B2", 2}}) {
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Down);
+        EXPECT_EQ(screen->cmb_bill_num->currentText(), bill);
+        EXPECT_EQ(screen->dimlist->topLevelItemCount(), lines) << bill;
+        EXPECT_TRUE(twtest::hasFocus(screen->cmb_bill_num)) << bill;
+    }
+}
+
 // The question goes through the real message box: Cancel keeps the line, OK deletes it.
 TEST_F(DimsTest, DeleteAsksOnTheRealBox) {
     for (const auto& [bill, narration] :

@@ -234,6 +234,23 @@ TEST_F(ReinforcementTest, RemoveAsksOnTheRealBox) {
     }
 }
 
+// The Down key walks the bill list from "Add New": each press shows the next bill's lines, and
+// the focus stays.
+TEST_F(ReinforcementTest, DownKeyWalksTheBills) {
+    for (const auto& [bill, narration] : {std::pair{"B1", "a"}, {"B2", "b"}, {"B2", "c"}})
+        db().insert(
+            "reinforcementmaster",
+            {{"tw_contract_num", "P-1"}, {"tw_bill_num", bill}, {"tw_narration", narration}});
+    pick(screen->CmbCntNum, "Ring Road");
+    screen->CmbBlNo->setFocus(Qt::TabFocusReason);
+    for (const auto& [bill, lines] : {std::pair{"B1", 1}, {"B2", 2}, {"B2", 2}}) {
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Down);
+        EXPECT_EQ(screen->CmbBlNo->currentText(), bill);
+        EXPECT_EQ(screen->LstVwRnftDet->topLevelItemCount(), lines) << bill;
+        EXPECT_TRUE(twtest::hasFocus(screen->CmbBlNo)) << bill;
+    }
+}
+
 TEST_F(ReinforcementTest, LeavingFieldsWarns) {
     // A bill number of 30 characters or more is refused on every leaving; 29 pass.
     screen->CmbBlNo->setEditText(QString(29, u'9'));

@@ -205,6 +205,19 @@ TEST_F(FrmPaymentTest, TotalOfAVeryLargeReceiptIsWhole) {
     EXPECT_EQ(twtest::rowCells(w.pmntlist, 1).value(3), "0.00005");
 }
 
+// The Down key moves to the next bill and shows its amount and payments; the focus stays.
+TEST_F(FrmPaymentTest, DownKeyMovesToTheNextBill) {
+    auto& w = open();
+    QApplication::setActiveWindow(&w);
+    w.Cmbpaybillno->setFocus(Qt::TabFocusReason);
+    for (const char* bill : {"RA-2", "RA-2"}) {
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Down);
+        EXPECT_EQ(w.Cmbpaybillno->currentText() + " " + w.txt_bl_amount->text(),
+                  QString(bill) + " 0.38");
+        EXPECT_TRUE(focused(w.Cmbpaybillno));
+    }
+}
+
 TEST_F(FrmPaymentTest, DeleteAsksThroughTheRealBoxAndDeletesOnlyOnYes) {
     auto& w = open();
     w.cmd_delete->setEnabled(true);
