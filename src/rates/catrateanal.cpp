@@ -9,6 +9,7 @@
 #include <QEvent>
 #include <QGridLayout>
 #include <QHBoxLayout>
+#include <QHeaderView>
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QSqlRecord>
@@ -230,10 +231,14 @@ void catrateanal::growToShowAll() {
     if (sub->isMaximized() || sub->isMinimized() || !sub->mdiArea())
         return;
     const QSize room = sub->mdiArea()->viewport()->size();
-    const QSize size = sub->size().expandedTo(sub->sizeHint()).boundedTo(room);
-    sub->resize(size);
-    sub->move(qBound(0, sub->x(), qMax(0, room.width() - size.width())),
-              qBound(0, sub->y(), qMax(0, room.height() - size.height())));
+    sub->resize(sub->size().expandedTo(sub->sizeHint()).boundedTo(room));
+    // The list of categories is the widest part: it gets room for all its columns too.
+    ui::fitColumns(catlist);
+    const int hidden = catlist->header()->length() - catlist->viewport()->width();
+    if (hidden > 0)
+        sub->resize(QSize(sub->width() + hidden, sub->height()).boundedTo(room));
+    sub->move(qBound(0, sub->x(), qMax(0, room.width() - sub->width())),
+              qBound(0, sub->y(), qMax(0, room.height() - sub->height())));
 }
 
 void catrateanal::FillCategoryList() {

@@ -6,6 +6,7 @@
 
 #include <QApplication>
 #include <QFocusEvent>
+#include <QHeaderView>
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QTest>
@@ -209,6 +210,8 @@ TEST_F(CatRateAnalTest, MaterialLookUpIsExact) {
 // In the frame, Go grows the child window to show the analysis whole, and typing goes into the
 // name of the item.
 TEST_F(CatRateAnalTest, GoShowsTheAnalysisWholeInTheFramesWindow) {
+    db().exec("insert into categorylist_meter (tw_category_name, tw_description) values (?, ?)",
+              {"Earthwork", QString(90, u'd')});
     QMdiArea area;
     area.resize(1300, 740);
     QMdiSubWindow* sub = area.addSubWindow(new catrateanal);
@@ -218,11 +221,13 @@ TEST_F(CatRateAnalTest, GoShowsTheAnalysisWholeInTheFramesWindow) {
     QApplication::setActiveWindow(&area);
     ASSERT_TRUE(QTest::qWaitForWindowActive(&area));
     QTest::mouseClick(w->btngo, Qt::LeftButton);
+    QCoreApplication::processEvents(); // the list's columns are fitted once it is filled
     QTest::keyClicks(QApplication::focusWidget(), "Wall");
     EXPECT_EQ(w->txtcatname->text(), "Wall");
     EXPECT_TRUE(area.viewport()->rect().contains(sub->geometry()));
     EXPECT_GE(w->height(), w->minimumSizeHint().height());
     EXPECT_TRUE(w->rect().contains(w->fraRateAnalysis->geometry()));
+    EXPECT_LE(w->catlist->header()->length(), w->catlist->viewport()->width()); // every column
 }
 
 TEST_F(CatRateAnalTest, UnitLabelFollowsMeasureTypeAndSystem) {
