@@ -16,19 +16,12 @@ namespace {
 using tw::numberText;
 using ui::named;
 
-// Whether one more typed character fits in `limit`; the selection is replaced by the key.
-bool typedRoom(const QLineEdit& f, int limit) {
-    return f.text().size() - f.selectedText().size() < limit;
-}
-
-// A length limit on what the user types or pastes, leaving text set by the program alone.
-void limitTyping(QLineEdit* f, int limit) {
+// A dimension field: right-aligned figures, and a length limit on what the user types or
+// pastes, leaving text set by the program alone.
+void dimensionField(QLineEdit* f, int limit) {
     f->setAlignment(Qt::AlignRight);
     f->setMaximumWidth(f->fontMetrics().horizontalAdvance(QStringLiteral("000000")) + 16);
-    QObject::connect(f, &QLineEdit::textEdited, f, [f, limit](const QString& text) {
-        if (text.size() > limit)
-            f->setText(text.left(limit));
-    });
+    ui::typingLimit(f, limit);
 }
 
 // A measurement line is known by its project, bill, schedule item and narration.
@@ -102,29 +95,29 @@ frm_dims::frm_dims(QWidget* parent) : ui::Screen(parent) {
     // The whole parts take four digits, the fractional parts three. The limit holds for what
     // is typed or pasted; a line taken back from the list for editing comes in whole.
     for (int i = 0; i < 4; ++i) {
-        limitTyping(whole_[i], 4);
-        limitTyping(frac_[i], 3);
+        dimensionField(whole_[i], 4);
+        dimensionField(frac_[i], 3);
         // A point in the whole part means "now the fraction": it moves to the pair's
         // fractional field and is not typed.
         QLineEdit* fracField = frac_[i];
-        new ui::KeyRule(whole_[i], [fracField](QChar c, const QLineEdit& f) {
+        new ui::KeyRule(whole_[i], [fracField](QChar c, const QLineEdit&) {
             if (c == u'.') {
                 fracField->setFocus(Qt::TabFocusReason);
                 return false;
             }
             if (c == u'\b')
                 return true;
-            return c >= u'0' && c <= u'9' && typedRoom(f, 4);
+            return c >= u'0' && c <= u'9';
         });
         // Every fractional field looks at txtdim11 for a point already typed, so a point there
         // blocks a point in the others while txtdim22 to txtdim44 may take several.
         QLineEdit* first = frac_[0];
-        new ui::KeyRule(frac_[i], [first](QChar c, const QLineEdit& f) {
+        new ui::KeyRule(frac_[i], [first](QChar c, const QLineEdit&) {
             if (c == u'\b')
                 return true;
             if (c == u'.')
-                return !first->text().contains(u'.') && typedRoom(f, 3);
-            return c >= u'0' && c <= u'9' && typedRoom(f, 3);
+                return !first->text().contains(u'.');
+            return c >= u'0' && c <= u'9';
         });
     }
     ui::selectAllOnFocusBelow(this);
