@@ -205,13 +205,8 @@ TEST_F(DimsTest, DownKeyWalksTheBills) {
             "BillMaster",
             {{"tw_contract_num", "P-1"}, {"tw_bill_num", bill}, {"tw_item_narration", narration}});
     pick(screen->cmb_proj_name, "Ring Road");
-    screen->cmb_bill_num->setFocus(Qt::TabFocusReason);
-    for (const auto& [bill, lines] : {std::pair{"B1", 1}, {"B2", 2}, {"B2", 2}}) {
-        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Down);
-        EXPECT_EQ(screen->cmb_bill_num->currentText(), bill);
-        EXPECT_EQ(screen->dimlist->topLevelItemCount(), lines) << bill;
-        EXPECT_TRUE(twtest::hasFocus(screen->cmb_bill_num)) << bill;
-    }
+    meastest::expectDownWalks(screen->cmb_bill_num, screen->dimlist,
+                              {{"B1", 1}, {"B2", 2}, {"B2", 2}});
 }
 
 // The question goes through the real message box: Cancel keeps the line, OK deletes it.

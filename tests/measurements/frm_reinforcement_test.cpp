@@ -242,13 +242,8 @@ TEST_F(ReinforcementTest, DownKeyWalksTheBills) {
             "reinforcementmaster",
             {{"tw_contract_num", "P-1"}, {"tw_bill_num", bill}, {"tw_narration", narration}});
     pick(screen->CmbCntNum, "Ring Road");
-    screen->CmbBlNo->setFocus(Qt::TabFocusReason);
-    for (const auto& [bill, lines] : {std::pair{"B1", 1}, {"B2", 2}, {"B2", 2}}) {
-        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Down);
-        EXPECT_EQ(screen->CmbBlNo->currentText(), bill);
-        EXPECT_EQ(screen->LstVwRnftDet->topLevelItemCount(), lines) << bill;
-        EXPECT_TRUE(twtest::hasFocus(screen->CmbBlNo)) << bill;
-    }
+    meastest::expectDownWalks(screen->CmbBlNo, screen->LstVwRnftDet,
+                              {{"B1", 1}, {"B2", 2}, {"B2", 2}});
 }
 
 TEST_F(ReinforcementTest, LeavingFieldsWarns) {
