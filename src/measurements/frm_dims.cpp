@@ -16,19 +16,12 @@ namespace {
 using tw::numberText;
 using ui::named;
 
-// Whether one more typed character fits in `limit`; the selection is replaced by the key.
-bool typedRoom(const QLineEdit& f, int limit) {
-    return f.text().size() - f.selectedText().size() < limit;
-}
-
-// A length limit on what the user types or pastes, leaving text set by the program alone.
-void limitTyping(QLineEdit* f, int limit) {
+// A dimension field: right-aligned figures, and a length limit on what the user types or
+// pastes, leaving text set by the program alone.
+void dimensionField(QLineEdit* f, int limit) {
     f->setAlignment(Qt::AlignRight);
     f->setMaximumWidth(f->fontMetrics().horizontalAdvance(QStringLiteral("000000")) + 16);
-    QObject::connect(f, &QLineEdit::textEdited, f, [f, limit](const QString& text) {
-        if (text.size() > limit)
-            f->setText(text.left(limit));
-    });
+    ui::typingLimit(f, limit);
 }
 
 // A measurement line is known by its project, bill, schedule item and narration.
@@ -102,29 +95,29 @@ frm_dims::frm_dims(QWidget* parent) : ui::Screen(parent) {
     // The whole parts take four digits, the fractional parts three. The limit holds for what
     // is typed or pasted; a line taken back from the list for editing comes in whole.
     for (int i = 0; i < 4; ++i) {
-        limitTyping(whole_[i], 4);
-        limitTyping(frac_[i], 3);
+        dimensionField(whole_[i], 4);
+        dimensionField(frac_[i], 3);
         // A point in the whole part means "now the fraction": it moves to the pair's
         // fractional field and is not typed.
         QLineEdit* fracField = frac_[i];
-        new ui::KeyRule(whole_[i], [fracField](QChar c, const QLineEdit& f) {
+        new ui::KeyRule(whole_[i], [fracField](QChar c, const QLineEdit&) {
             if (c == u'.') {
                 fracField->setFocus(Qt::TabFocusReason);
                 return false;
             }
             if (c == u'\b')
                 return true;
-            return c >= u'0' && c <= u'9' && typedRoom(f, 4);
+            return c >= u'0' && c <= u'9';
         });
         // Every fractional field looks at txtdim11 for a point already typed, so a point there
         // blocks a point in the others while txtdim22 to txtdim44 may take several.
         QLineEdit* first = frac_[0];
-        new ui::KeyRule(frac_[i], [first](QChar c, const QLineEdit& f) {
+        new ui::KeyRule(frac_[i], [first](QChar c, const QLineEdit&) {
             if (c == u'\b')
                 return true;
             if (c == u'.')
-                return !first->text().contains(u'.') && typedRoom(f, 3);
-            return c >= u'0' && c <= u'9' && typedRoom(f, 3);
+                return !first->text().contains(u'.');
+            return c >= u'0' && c <= u'9';
         });
     }
     ui::selectAllOnFocusBelow(this);
@@ -154,7 +147,7 @@ frm_dims::frm_dims(QWidget* parent) : ui::Screen(parent) {
     lineGrid->addWidget(new QLabel(tr("Shape of Object"), this), 1, 0);
     lineGrid->addWidget(cmb_shape, 1, 1, 1, 3, Qt::AlignLeft);
     const std::array<QLabel*, 4> wholeUnit{Label89, Label90, Label91, Label92};
-    const std::array<QLabel*, 4> fracUnit{Label93, Label94, Label95, Label96};
+    fracUnit_ = {Label93, Label94, Label95, Label96};
     for (int i = 0; i < 4; ++i) {
         lbldim_[i]->setMinimumWidth(
             lbldim_[i]->fontMetrics().horizontalAdvance(QStringLiteral("Slant Height")) + 8);
@@ -162,7 +155,7 @@ frm_dims::frm_dims(QWidget* parent) : ui::Screen(parent) {
         lineGrid->addWidget(whole_[i], 2 + i, 1);
         lineGrid->addWidget(wholeUnit[i], 2 + i, 2);
         lineGrid->addWidget(frac_[i], 2 + i, 3);
-        lineGrid->addWidget(fracUnit[i], 2 + i, 4);
+        lineGrid->addWidget(fracUnit_[i], 2 + i, 4);
     }
     lineGrid->addWidget(new QLabel(tr("Quantity"), this), 6, 0, Qt::AlignRight);
     lineGrid->addWidget(txt_qty, 6, 1, 1, 3);
@@ -361,6 +354,22 @@ void frm_dims::cmd_mes_save_clicked() {
         if (frac_[i]->isEnabled() && frac_[i]->text().isEmpty())
             frac_[i]->setText(QStringLiteral("00"));
     }
+
+    // Figures beyond their columns: whole parts and the quantity hold up to the largest sum the
+    // books keep, a fractional part is a 16-bit number. A field the shape does not ask for
+    // cannot be mended here and is left to the arithmetic.
+    for (int i = 0; i < 4; ++i) {
+        if (!whole_[i]->isEnabled())
+            continue;
+        const double whole = tw::leadingNumber(whole_[i]->text());
+        if (!tw::fitsMoney(whole))
+            return ui::refuse(whole_[i], tw::tooLargeText(lbldim_[i]->text(), whole));
+        const double frac = tw::leadingNumber(frac_[i]->text());
+        if (!tw::fitsInt16(frac))
+            return ui::refuse(frac_[i], tw::tooLargeText(fracUnit_[i]->text(), frac, true));
+    }
+    if (const double qty = tw::leadingNumber(txt_qty->text()); !tw::fitsMoney(qty))
+        return ui::refuse(txt_qty, tw::tooLargeText(tr("Quantity"), qty));
 
     const ui::BusyCursor busy;
     tw::Dims dims;

@@ -78,6 +78,7 @@ private:
     std::array<QLabel*, 4> lbldim_{};
     std::array<QLineEdit*, 4> whole_{};
     std::array<QLineEdit*, 4> frac_{};
+    std::array<QLabel*, 4> fracUnit_{}; // "Inches" or "CMs" beside each fractional field
 
     QString contract; // tw_contract_num of the chosen project
     QString units;    // its tw_units, "Feet" or "Metre"

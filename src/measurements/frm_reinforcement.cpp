@@ -59,8 +59,9 @@ Frm_Reinforcement::Frm_Reinforcement(QWidget* parent) : ui::Screen(parent) {
     CmbBlNo->setCompleter(nullptr);
     CmbBlNo->setToolTip(tr("Max. 20 Characters Allowed"));
     CmbBlNo->setMinimumContentsLength(14);
+    // The length limits hold for typing: a line taken back from the grid comes in whole.
     rtb_nrtn = named(new QLineEdit(this), "rtb_nrtn");
-    rtb_nrtn->setMaxLength(50);
+    ui::typingLimit(rtb_nrtn, 50);
     CmbDia = named(new QComboBox(this), "CmbDia");
     CmbDia->setEditable(true);
     CmbDia->setInsertPolicy(QComboBox::NoInsert);
@@ -68,12 +69,12 @@ Frm_Reinforcement::Frm_Reinforcement(QWidget* parent) : ui::Screen(parent) {
     CmbDia->setToolTip(tr("Diameter"));
     CmbDia->setMinimumContentsLength(8);
     TxtNos = named(new QLineEdit(this), "TxtNos");
-    TxtNos->setMaxLength(5);
+    ui::typingLimit(TxtNos, 5);
     TxtMtFt = named(new QLineEdit(this), "TxtMtFt");
-    TxtMtFt->setMaxLength(4);
+    ui::typingLimit(TxtMtFt, 4);
     TxtMtFt->setToolTip(tr("Meters/Feet"));
     TxtCmIn = named(new QLineEdit(this), "TxtCmIn");
-    TxtCmIn->setMaxLength(7);
+    ui::typingLimit(TxtCmIn, 7);
     TxtCmIn->setToolTip(tr("Centimeters/Inches"));
     TxtRmrks = named(new QLineEdit(this), "TxtRmrks");
     TxtRmrks->setToolTip(tr("You Can Enter Max. 255 Characters ONLY"));
@@ -325,6 +326,15 @@ void Frm_Reinforcement::CmdAdd_clicked() {
     // A hundred centimetres or more is only a warning: the line is saved as typed.
     if (LblMtFt->text() == QLatin1String("Mt") && inches >= 100)
         ui::refuse(TxtCmIn, tr("Inches Cannot be less than 100..."), Information, tr("Inches"));
+
+    // A figure beyond the largest the books hold would break the steel report's totals.
+    const std::pair<QLineEdit*, QString> figures[] = {
+        {TxtNos, tr("Nos.")}, {TxtMtFt, tr("Meters/Feet")}, {TxtCmIn, tr("Centimeters/Inches")}};
+    for (const auto& [field, caption] : figures) {
+        const double figure = *tw::strictNumber(field->text());
+        if (!tw::fitsMoney(figure))
+            return ui::refuse(field, tw::tooLargeText(caption, figure));
+    }
 
     {
         tw::Transaction tx(con);

@@ -232,11 +232,16 @@ void frm_payment::CmbPayCno_activated() {
 void frm_payment::Cmbpaybillno_activated() {
     const auto bill = con.find(QStringLiteral("billsraised"),
                                QStringLiteral("tw_contract_num=? and tw_bill_num=?"),
-                               {contract_num, Cmbpaybillno->currentText()});
+                               {contract_num, billNumber()});
     if (bill)
         txt_bl_amount->setText(
             tw::doubleText(tw::round2(bill->number(QStringLiteral("tw_bill_amount")))));
     ShowPayments();
+}
+
+QString frm_payment::billNumber() const {
+    const QString bill = Cmbpaybillno->currentText();
+    return bill.isNull() ? QStringLiteral("") : bill;
 }
 
 void frm_payment::Cmbpaybillno_focusIn() {
@@ -256,7 +261,7 @@ void frm_payment::ShowPayments() {
     pmntlist->clear();
     int number = 0;
     for (const auto& r : con.keyed(kPayments, QStringLiteral("tw_contract_num=? and tw_bill_num=?"),
-                                   {contract_num, Cmbpaybillno->currentText()})) {
+                                   {contract_num, billNumber()})) {
         auto* item = ui::addListRow(
             pmntlist, {QString::number(++number), r.text(QStringLiteral("tw_recpt_num")),
                        r.text(QStringLiteral("tw_recpt_date")),
@@ -307,7 +312,7 @@ void frm_payment::cmd_save_clicked() {
     if (cmb_typofpmnt->currentText().size() > kTypeLength)
         return ui::refuse(cmb_typofpmnt, tr("Type of Payment can not be more than 20 characters"));
 
-    const QString bill = Cmbpaybillno->currentText();
+    const QString bill = billNumber();
     const QString receipt = txt_receiptno->text();
     // A receipt number is unique within its bill only: the same voucher may pay two bills.
     if (con.find(kPayments,
@@ -316,6 +321,17 @@ void frm_payment::cmd_save_clicked() {
         return ui::refuse(
             txt_receiptno,
             tr("Details are already exisiting. Enter another Receipt/Voucher Number"));
+    // A figure beyond what the books' money type holds would break every bill and register
+    // that sums it.
+    const std::pair<QLineEdit*, const char*> amounts[] = {
+        {txt_amount, QT_TR_NOOP("Amount")},
+        {txt_tds, QT_TR_NOOP("TDS")},
+        {txt_recoveries, QT_TR_NOOP("Other Recoveries")}};
+    for (const auto& [field, caption] : amounts) {
+        const double value = tw::leadingNumber(field->text());
+        if (!tw::fitsMoney(value))
+            return ui::refuse(field, tw::tooLargeText(tr(caption), value));
+    }
     tw::Transaction tx(con);
     con.insert(kPayments, {{QStringLiteral("tw_contract_num"), contract_num},
                            {QStringLiteral("tw_bill_num"), bill},
@@ -348,7 +364,7 @@ void frm_payment::cmd_delete_clicked() {
             if (const auto found = con.find(
                     kPayments,
                     QStringLiteral("tw_contract_num=? and tw_bill_num=? and tw_recpt_num=?"),
-                    {contract_num, Cmbpaybillno->currentText(), receipt})) {
+                    {contract_num, billNumber(), receipt})) {
                 con.remove(kPayments, found->id());
                 tx.commit();
             } else {

@@ -59,6 +59,9 @@ public:
 
     // The project the screen works on.
     QString contract_num;
+    // The bill picked, an empty text (never Null) when the project has none raised: a payment
+    // saved then is stored against that empty bill and listed and deleted by it.
+    QString billNumber() const;
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;

@@ -1,6 +1,7 @@
 #include "rates/catrateanal.h"
 
 #include "rates/rateform.h"
+#include "rates/reprice.h"
 #include "rates/slots.h"
 #include "store/store.h"
 #include "values/values.h"
@@ -8,6 +9,9 @@
 #include <QEvent>
 #include <QGridLayout>
 #include <QHBoxLayout>
+#include <QHeaderView>
+#include <QMdiArea>
+#include <QMdiSubWindow>
 #include <QSqlRecord>
 #include <QStyle>
 #include <QVBoxLayout>
@@ -55,7 +59,7 @@ catrateanal::catrateanal(QWidget* parent) : ui::Screen(parent) {
     fraRateAnalysis = named(new QGroupBox(tr("Rate Analysis"), this), "fraRateAnalysis");
     auto* f = fraRateAnalysis;
     txtcatname = named(new QLineEdit(f), "txtcatname");
-    txtcatname->setMaxLength(50);
+    ui::typingLimit(txtcatname, 50);
     txtcatdesc = named(new QLineEdit(f), "txtcatdesc");
     cmb_volarea = freeCombo(f, "cmb_volarea", 14);
     cmb_volarea->installEventFilter(this);
@@ -66,7 +70,7 @@ catrateanal::catrateanal(QWidget* parent) : ui::Screen(parent) {
     cmbmatl->setMinimumContentsLength(30);
     cmbmatl->installEventFilter(this);
     txtmatqty = named(new QLineEdit(f), "txtmatqty");
-    txtmatqty->setMaxLength(10);
+    ui::typingLimit(txtmatqty, 10);
     txtmatqty->setAlignment(Qt::AlignRight);
     // Any number of points passes; the quantity counts up to the second one.
     ui::decimalRule(txtmatqty, false);
@@ -212,7 +216,29 @@ void catrateanal::btngo_clicked() {
     cmb_units->setEnabled(false);
     Label7->hide();
     delmatl->setEnabled(false);
+    growToShowAll();
     txtcatname->setFocus();
+}
+
+void catrateanal::growToShowAll() {
+    layout()->activate();
+    auto* sub = qobject_cast<QMdiSubWindow*>(parentWidget());
+    if (!sub) {
+        if (isWindow())
+            resize(size().expandedTo(sizeHint()));
+        return;
+    }
+    if (sub->isMaximized() || sub->isMinimized() || !sub->mdiArea())
+        return;
+    const QSize room = sub->mdiArea()->viewport()->size();
+    sub->resize(sub->size().expandedTo(sub->sizeHint()).boundedTo(room));
+    // The list of categories is the widest part: it gets room for all its columns too.
+    ui::fitColumns(catlist);
+    const int hidden = catlist->header()->length() - catlist->viewport()->width();
+    if (hidden > 0)
+        sub->resize(QSize(sub->width() + hidden, sub->height()).boundedTo(room));
+    sub->move(qBound(0, sub->x(), qMax(0, room.width() - sub->width())),
+              qBound(0, sub->y(), qMax(0, room.height() - sub->height())));
 }
 
 void catrateanal::FillCategoryList() {
@@ -234,6 +260,9 @@ void catrateanal::FillUnitNos() {
     cmbunitnos->clear();
     for (const auto& r : con.keyed(QStringLiteral("units")))
         cmbunitnos->addItem(r.text(QStringLiteral("units")));
+    // Filling the list picks nothing: an item whose unit is not in it loads with no unit, and
+    // its save asks for one.
+    noSelection(cmbunitnos);
 }
 
 void catrateanal::FillMeasureTypes() {
@@ -250,8 +279,8 @@ void catrateanal::FillMaterialCombo() {
 }
 
 void catrateanal::LookupMaterial() {
-    const auto m = con.find(QStringLiteral("materials"), QStringLiteral("tw_mat_desc=?"),
-                            {cmbmatl->currentText()});
+    const auto m =
+        con.find(QStringLiteral("materials"), tw::MaterialKey(), {cmbmatl->currentText()});
     if (!m)
         return;
     txt_unitrt->setText(tw::formatFixed2(leadingNumber(numberText(m->value(1)))));
@@ -306,6 +335,11 @@ void catrateanal::savematl_clicked() {
         return void(
             ui::MsgBox(tr("You can enter maximum of only ten materials per Category Item")));
 
+    // A quantity taken back from a stored item may be longer than one typed, and beyond the
+    // largest figure the books hold.
+    if (const double typed = leadingNumber(txtmatqty->text()); !tw::fitsMoney(typed))
+        return ui::refuse(txtmatqty, tw::tooLargeText(tr("Quantity per Unit"), typed));
+
     const QString material = cmbmatl->currentText();
     const QString qty = txtmatqty->text();
     const QString cost = txt_unitrt->text();
@@ -354,7 +388,8 @@ void catrateanal::matlist_itemDoubleClicked() {
     if (matlist->topLevelItemCount() == 0 || !row || row->text(MatMaterial).isEmpty())
         return;
     delmatl->setEnabled(true);
-    const int entry = cmbmatl->findText(row->text(MatMaterial), Qt::MatchExactly);
+    const int entry =
+        cmbmatl->findText(row->text(MatMaterial), Qt::MatchExactly | Qt::MatchCaseSensitive);
     if (entry >= 0)
         cmbmatl->setCurrentIndex(entry);
     else
@@ -490,8 +525,8 @@ void catrateanal::catlist_itemDoubleClicked() {
     }
     for (int i = 0; i < matlist->topLevelItemCount(); ++i) {
         QTreeWidgetItem* row = matlist->topLevelItem(i);
-        const auto m = con.find(QStringLiteral("materials"), QStringLiteral("tw_mat_desc=?"),
-                                {row->text(MatMaterial)});
+        const auto m =
+            con.find(QStringLiteral("materials"), tw::MaterialKey(), {row->text(MatMaterial)});
         if (m && !row->text(MatMaterial).trimmed().isEmpty())
             row->setText(MatUnits, m->text(QStringLiteral("tw_unitlbl")));
     }

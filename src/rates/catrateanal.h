@@ -66,6 +66,10 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    // The frame of the analysis stands below the choice of system once Go is pressed: the
+    // window (the frame's child window, when it has one) grows to show it whole, as far as the
+    // frame's work area allows.
+    void growToShowAll();
     QString table() const;
     std::optional<tw::Row> findCategory(const QString& name) const;
 };

@@ -41,12 +41,15 @@ void figureRule(QLineEdit* field, int limit, const QString& text, const QString&
     });
 }
 
-// The inch mark typed in a cost item's name is written out: 6" becomes "6 in".
+// The inch mark typed in a cost item's name is written out: 6" becomes "6 in". Typed keys
+// reach the list itself, which hands them on to its editor.
 class InchMark : public QObject {
 public:
-    using QObject::QObject;
+    explicit InchMark(QComboBox* list) : QObject(list), list_(list) {
+        list->installEventFilter(this);
+    }
     bool eventFilter(QObject* watched, QEvent* event) override {
-        auto* edit = qobject_cast<QLineEdit*>(watched);
+        QLineEdit* edit = list_->lineEdit();
         if (edit && event->type() == QEvent::KeyPress &&
             static_cast<QKeyEvent*>(event)->text() == QLatin1String("\"")) {
             edit->setText(edit->text() + QStringLiteral(" in"));
@@ -55,6 +58,9 @@ public:
         }
         return QObject::eventFilter(watched, event);
     }
+
+private:
+    QComboBox* list_;
 };
 
 } // namespace
@@ -78,12 +84,13 @@ Frm_RateAnalysis::Frm_RateAnalysis(QWidget* parent) : ui::Screen(parent) {
     TxtUnts->setEnabled(false);
     TxtUnts->setReadOnly(true);
     CmbItems = freeCombo(this, "CmbItems", 30);
-    CmbItems->lineEdit()->installEventFilter(new InchMark(CmbItems));
+    new InchMark(CmbItems);
     TxtQty = named(new QLineEdit(this), "TxtQty");
-    TxtQty->setMaxLength(15);
+    // The limits hold for typing: a figure taken back from the list comes in whole.
+    ui::typingLimit(TxtQty, 15);
     figureRule(TxtQty, 15, tr("You Cannot Enter More than 15 Digits..."), tr("Quantity"));
     TxtRate = named(new QLineEdit(this), "TxtRate");
-    TxtRate->setMaxLength(17);
+    ui::typingLimit(TxtRate, 17);
     figureRule(TxtRate, 17, tr("You Cannot Enter More than 17 Digits, Including Decimal Places..."),
                tr("Rate"));
     CmdAdd =
@@ -332,6 +339,14 @@ void Frm_RateAnalysis::CmdAdd_clicked() {
     if (name == addNew)
         return ui::refuse(CmbItems, tr("Please Enter Item Name other than 'Add New'...!"),
                           ui::Information, tr("Item Name"));
+
+    // A figure beyond the largest sum the books hold would break the total and the rate saved.
+    for (QLineEdit* field : {TxtQty, TxtRate}) {
+        const double figure = *tw::strictNumber(field->text());
+        if (!tw::fitsMoney(figure))
+            return ui::refuse(
+                field, tw::tooLargeText(field == TxtQty ? tr("Quantity") : tr("Rate"), figure));
+    }
 
     // The cost item keeps the rate even when the row is refused for the count below.
     {

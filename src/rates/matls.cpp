@@ -17,7 +17,7 @@ matls::matls(QWidget* parent) : ui::Screen(parent) {
     setWindowTitle(tr("Maintain Materials"));
 
     cmb_matdesc = named(new QLineEdit(this), "cmb_matdesc");
-    cmb_matdesc->setMaxLength(50);
+    ui::typingLimit(cmb_matdesc, 50);
     ui::selectAllOnFocus(cmb_matdesc);
     matrate = named(new QLineEdit(this), "matrate");
     matrate->setAlignment(Qt::AlignRight);
@@ -92,6 +92,10 @@ void matls::savematl_clicked() {
         return ui::refuse(cmb_matdesc, tr("Material Description is blank"));
     if (matrate->text().isEmpty())
         return ui::refuse(matrate, tr("Material Description is blank"));
+    // A price beyond the largest sum the books hold would break every category it prices.
+    const double rate = tw::leadingNumber(matrate->text());
+    if (!tw::fitsMoney(rate))
+        return ui::refuse(matrate, tw::tooLargeText(tr("Material cost per unit"), rate));
     const bool priced = tw::SaveMaterial(con, ui::boxes(), cmb_matdesc->text(), matrate->text(),
                                          cmb_unitlbl->currentText());
     RefreshMaterialList();
@@ -119,7 +123,7 @@ void matls::matlcancel_clicked() {
             // The category slots that name the material keep it: they are priced again only
             // when a material is saved.
             tw::Transaction action(con);
-            con.exec(QStringLiteral("delete from Materials where tw_mat_desc=?"), {desc});
+            con.exec(QStringLiteral("delete from Materials where ") + tw::MaterialKey(), {desc});
             action.commit();
         }
     }

@@ -37,6 +37,11 @@ private:
     std::unordered_map<double, double> read_;
 };
 
+// A text column compared exactly, where the store compares text without regard to case.
+QString sameAs(const QString& column) {
+    return column + QStringLiteral(" = ? collate binary");
+}
+
 QString tr(const char* text) {
     return QCoreApplication::translate("RepriceCategoryLists", text);
 }
@@ -51,7 +56,7 @@ bool repriceTable(const ConClass& con, const QString& table, const QString& mate
     QStringList rateColumns;
     QVariantList params;
     for (int n = 1; n <= catslot::count; ++n) {
-        columns << QStringLiteral("tw_matl%1 = ? collate binary").arg(n)
+        columns << sameAs(QStringLiteral("tw_matl%1").arg(n))
                 << QStringLiteral("tw_matl%1_qty").arg(n)
                 << QStringLiteral("tw_matl%1_rate").arg(n);
         rateColumns << QStringLiteral("tw_matl%1_rate").arg(n);
@@ -109,6 +114,10 @@ bool repriceTable(const ConClass& con, const QString& table, const QString& mate
 
 } // namespace
 
+QString MaterialKey() {
+    return sameAs(QStringLiteral("tw_mat_desc"));
+}
+
 RepriceResult RepriceCategoryLists(const ConClass& con, const QString& material,
                                    const QString& rate) {
     RepriceResult result;
@@ -125,7 +134,7 @@ bool SaveMaterial(const ConClass& con, Messenger& out, const QString& material, 
     Transaction action(con);
     const Values values{{QStringLiteral("tw_rate"), rate},
                         {QStringLiteral("tw_unitlbl"), unitLabel}};
-    if (const auto row = con.find(table, QStringLiteral("tw_mat_desc=?"), {material})) {
+    if (const auto row = con.find(table, MaterialKey(), {material})) {
         con.update(table, row->id(), values);
     } else {
         Values added{{QStringLiteral("tw_mat_desc"), material}};

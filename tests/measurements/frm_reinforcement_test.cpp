@@ -68,6 +68,8 @@ TEST_F(ReinforcementTest, AddChecksRunInOrderAndOnlyTheArrowSaves) {
          "CmbDia"},
         {"B1,beam,,4,3,12", "Please Select Diameter from the List...", "Enter Diameter", "CmbDia"},
         {"B1,beam,8 mm,4,3,12", "Inches Cannot be less than 12...", "Inches", "TxtCmIn"},
+        {"B1,beam,8 mm,922337203685478,3,0", "Nos. can not be more than 922,337,203,685,477",
+         "Tallywright", "TxtNos"},
     };
     for (const auto& [line, message, title, focus] : cases) {
         SCOPED_TRACE(std::string(message) + " " + focus);
@@ -153,6 +155,28 @@ TEST_F(ReinforcementTest, AddWritesALineThatADoubleClickBringsBack) {
     EXPECT_TRUE(messages().shown.empty());
 }
 
+// A line taken back from the grid comes in whole, however long its texts and figures, and is
+// saved whole.
+TEST_F(ReinforcementTest, DoubleClickBringsALongLineBackWhole) {
+    const QString narration(60, u'n');
+    db().insert("reinforcementmaster", {{"tw_contract_num", "M-7"},
+                                        {"tw_bill_num", "B1"},
+                                        {"tw_narration", narration},
+                                        {"tw_diameter", "8"},
+                                        {"tw_length_qty", 123456},
+                                        {"tw_length_ft", 12345},
+                                        {"tw_length_inches", 1234.5678}});
+    pick(screen->CmbCntNum, "Metro Depot");
+    pick(screen->CmbBlNo, "B1");
+    emit screen->LstVwRnftDet->itemDoubleClicked(screen->LstVwRnftDet->topLevelItem(0), 0);
+    EXPECT_EQ(texts(*screen, {"rtb_nrtn", "TxtNos", "TxtMtFt", "TxtCmIn"}),
+              (QStringList{narration, "123456", "12345 ", "1234.5678 "}));
+    click("CmdAdd");
+    ASSERT_EQ(stored().size(), 1u);
+    EXPECT_EQ(stored()[0].number("tw_length_qty"), 123456);
+    EXPECT_EQ(stored()[0].number("tw_length_inches"), 1234.5678);
+}
+
 // A size typed into the list is learnt on leaving it, once, by its number of millimetres; a
 // text without a number is learnt once as it stands.
 TEST_F(ReinforcementTest, DiameterIsLearntByItsNumber) {
@@ -208,6 +232,18 @@ TEST_F(ReinforcementTest, RemoveAsksOnTheRealBox) {
         EXPECT_EQ(stored()[0].text("tw_narration"), "a");
         db().exec("delete from reinforcementmaster");
     }
+}
+
+// The Down key walks the bill list from "Add New": each press shows the next bill's lines, and
+// the focus stays.
+TEST_F(ReinforcementTest, DownKeyWalksTheBills) {
+    for (const auto& [bill, narration] : {std::pair{"B1", "a"}, {"B2", "b"}, {"B2", "c"}})
+        db().insert(
+            "reinforcementmaster",
+            {{"tw_contract_num", "P-1"}, {"tw_bill_num", bill}, {"tw_narration", narration}});
+    pick(screen->CmbCntNum, "Ring Road");
+    meastest::expectDownWalks(screen->CmbBlNo, screen->LstVwRnftDet,
+                              {{"B1", 1}, {"B2", 2}, {"B2", 2}});
 }
 
 TEST_F(ReinforcementTest, LeavingFieldsWarns) {

@@ -4,6 +4,7 @@
 
 #include "support/fixtures.h"
 
+#include <QApplication>
 #include <QComboBox>
 #include <QHeaderView>
 #include <QLabel>
@@ -67,6 +68,19 @@ inline void clickRow(QTreeWidget* list, int row) {
     const QTreeWidgetItem* item = list->topLevelItem(row);
     ASSERT_NE(item, nullptr) << list->objectName().toStdString() << " " << row;
     QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualItemRect(item).center());
+}
+
+// Presses Down in a bill list once for each step, a real key to the focused control, and checks
+// after each press the bill shown, the number of lines listed for it and that the focus stayed.
+inline void expectDownWalks(QComboBox* bills, const QTreeWidget* lines,
+                            std::initializer_list<std::pair<const char*, int>> steps) {
+    bills->setFocus(Qt::TabFocusReason);
+    for (const auto& [bill, count] : steps) {
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Down);
+        EXPECT_EQ(bills->currentText(), bill);
+        EXPECT_EQ(lines->topLevelItemCount(), count) << bill;
+        EXPECT_TRUE(twtest::hasFocus(bills)) << bill;
+    }
 }
 
 } // namespace meastest

@@ -155,11 +155,67 @@ TEST_F(FrmPaymentTest, BillAmountIsRoundedHalfEvenAndAProjectWithoutBillsHasNone
     for (QFocusEvent* e : {&tabbedIn, &backFromBox, &tabbedIn})
         QApplication::sendEvent(w.Cmbpaybillno, e);
     EXPECT_EQ(messages().texts(), Texts(2, "No bills raised in this project"));
-    // A payment may still be written, against no bill.
+    // A payment may still be written, against an empty bill, and is listed and deleted by it.
     fill("R1");
     save();
     ASSERT_EQ(payments().size(), 1u);
-    EXPECT_EQ(payments()[0].text("tw_contract_num") + payments()[0].text("tw_bill_num"), "P2");
+    EXPECT_EQ(payments()[0].text("tw_contract_num"), "P2");
+    EXPECT_FALSE(payments()[0].isNull("tw_bill_num"));
+    ASSERT_EQ(w.pmntlist->topLevelItemCount(), 1);
+    QTest::mouseClick(w.pmntlist->viewport(), Qt::LeftButton, {},
+                      w.pmntlist->visualItemRect(w.pmntlist->topLevelItem(0)).center());
+    click("cmd_delete");
+    EXPECT_TRUE(payments().empty());
+}
+
+// A figure beyond the money the books hold is refused, naming its field, and nothing is
+// written; the largest that fits is taken.
+TEST_F(FrmPaymentTest, AmountsBeyondTheMoneyLimitAreRefused) {
+    auto& w = open();
+    const QString tooLarge = "922337203685478";
+    const std::pair<QLineEdit*, const char*> cases[] = {
+        {w.txt_amount, "Amount can not be more than 922,337,203,685,477"},
+        {w.txt_tds, "TDS can not be more than 922,337,203,685,477"},
+        {w.txt_recoveries, "Other Recoveries can not be more than 922,337,203,685,477"}};
+    for (const auto& [field, message] : cases) {
+        fill("R1");
+        field->setText(tooLarge);
+        if (field == w.txt_amount) { // once through the real box
+            EXPECT_EQ(twtest::withRealBoxes({"OK"}, [&] { save(); }), QStringList{message});
+        } else {
+            messages().clear();
+            save();
+            EXPECT_EQ(messages().texts(), Texts{message});
+        }
+        EXPECT_TRUE(focused(field)) << message;
+        EXPECT_TRUE(payments().empty());
+    }
+    fill("R1", "922337203685477");
+    save();
+    ASSERT_EQ(payments().size(), 1u);
+    EXPECT_EQ(payments()[0].number("tw_netamt"), 922337203685477.0);
+}
+
+// The total adds the amounts as figures, however large a stored one is.
+TEST_F(FrmPaymentTest, TotalOfAVeryLargeReceiptIsWhole) {
+    db().exec("insert into payment_rec (tw_contract_num, tw_bill_num, tw_recpt_num, tw_netamt) "
+              "values ('P1', 'RA-1', 'R1', 1e38), ('P1', 'RA-1', 'R2', 0.00005)");
+    auto& w = open();
+    EXPECT_EQ(w.txt_totamt->text(), "100000000000000000000000000000000000000");
+    EXPECT_EQ(twtest::rowCells(w.pmntlist, 1).value(3), "0.00005");
+}
+
+// The Down key moves to the next bill and shows its amount and payments; the focus stays.
+TEST_F(FrmPaymentTest, DownKeyMovesToTheNextBill) {
+    auto& w = open();
+    QApplication::setActiveWindow(&w);
+    w.Cmbpaybillno->setFocus(Qt::TabFocusReason);
+    for (const char* bill : {"RA-2", "RA-2"}) {
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Down);
+        EXPECT_EQ(w.Cmbpaybillno->currentText() + " " + w.txt_bl_amount->text(),
+                  QString(bill) + " 0.38");
+        EXPECT_TRUE(focused(w.Cmbpaybillno));
+    }
 }
 
 TEST_F(FrmPaymentTest, DeleteAsksThroughTheRealBoxAndDeletesOnlyOnYes) {

@@ -6,6 +6,9 @@
 
 #include <QApplication>
 #include <QFocusEvent>
+#include <QHeaderView>
+#include <QMdiArea>
+#include <QMdiSubWindow>
 #include <QTest>
 #include <QTimer>
 
@@ -39,9 +42,13 @@ TEST_F(MatlsTest, ListCrossesItsCellsAndDeleteNeverReprices) {
     click("savematl");
     w.cmb_matdesc->setText("Sand");
     click("savematl");
+    w.matrate->setText("922337203685478");
+    click("savematl");
     EXPECT_EQ(messages().texts(),
-              (Texts{"Material Description is blank", "Material Description is blank"}));
+              (Texts{"Material Description is blank", "Material Description is blank",
+                     "Material cost per unit can not be more than 922,337,203,685,477"}));
     EXPECT_TRUE(twtest::hasFocus(w.matrate));
+    EXPECT_EQ(db().keyed("materials").size(), 1u);
 
     clickRow(w.matlist1, 0, true);
     EXPECT_EQ(w.matrate->text(), "300.00");
@@ -52,6 +59,28 @@ TEST_F(MatlsTest, ListCrossesItsCellsAndDeleteNeverReprices) {
     const auto wall = db().find("categorylist_meter", "tw_category_name='Wall'");
     EXPECT_EQ(wall->text("tw_matl1"), "Cement");
     EXPECT_EQ(wall->number("tw_rate"), 5);
+}
+
+// The whole description is the key, compared exactly: a long one comes back whole for editing,
+// and one in another case is another material.
+TEST_F(MatlsTest, DescriptionIsTheWholeExactKey) {
+    const QString longName = QString(60, u'w');
+    db().exec("insert into materials values (?, ?, ?), (?, ?, ?)",
+              {"Cement", 300, "Bag", longName, 1, "Kg"});
+    auto& w = open();
+    clickRow(w.matlist1, 1, true);
+    EXPECT_EQ(w.cmb_matdesc->text(), longName);
+    w.matrate->setText("2");
+    click("savematl");
+    w.cmb_matdesc->setText("cement");
+    w.matrate->setText("5");
+    click("savematl");
+    ASSERT_EQ(w.matlist1->topLevelItemCount(), 3);
+    EXPECT_EQ(rowCells(w.matlist1, 1).mid(1), (QStringList{longName, "Kg", "2"}));
+    w.matlist1->setCurrentItem(w.matlist1->topLevelItem(2));
+    click("matlcancel");
+    EXPECT_EQ(rowCells(w.matlist1, 0).mid(1), (QStringList{"Cement", "Bag", "300"}));
+    EXPECT_EQ(w.matlist1->topLevelItemCount(), 2);
 }
 
 // ---- Rate Analysis for Standard Categories ------------------------------------------------
@@ -98,6 +127,13 @@ TEST_F(CatRateAnalTest, AddPassReplacesRefillsBlankRowsAndTakesAnEleventh) {
     EXPECT_EQ(row(1), (QStringList{"2", "M2", "2", "", "20.00", "40"}));
     EXPECT_EQ(w.txt_item_unit_cost->text(), "80");
 
+    // A quantity beyond the largest figure the books hold, as a stored item may bring it.
+    messages().clear();
+    add("M3", "922337203685478");
+    EXPECT_EQ(messages().texts(),
+              Texts{"Quantity per Unit can not be more than 922,337,203,685,477"});
+    EXPECT_EQ(w.matlist->topLevelItemCount(), 2);
+
     messages().clear();
     for (int i = 3; i <= 11; ++i)
         add(QString("M%1").arg(i), "1");
@@ -133,6 +169,65 @@ TEST_F(CatRateAnalTest, SaveWritesSlotsByRowAndLoadStepsOverTheBlankOne) {
     EXPECT_EQ(w.txtcatdesc->text(), QString::fromUtf8("Brick wall — ईंट"));
     EXPECT_EQ(w.txt_item_unit_cost->text(), "50.00");
     EXPECT_EQ(w.Label7->text(), "S Mt");
+}
+
+// A stored item loads as it stands: a long name whole, a tiny quantity in plain digits, and a
+// unit the list lacks as no unit, so that the save asks for one; the save keeps all of it.
+TEST_F(CatRateAnalTest, ItemLoadsAndSavesAsStored) {
+    const QString name = QString(60, u'c');
+    db().exec("insert into categorylist_meter (tw_category_name, tw_description, tw_unit, "
+              "tw_measure_type, tw_rate, tw_matl1, tw_matl1_qty, tw_matl1_rate) values "
+              "(?, 'Wall', 'Bags', 'Area', 5, 'M1', 0.00005, 100)",
+              {name});
+    auto& w = go();
+    clickRow(w.catlist, 0, true);
+    EXPECT_EQ(w.txtcatname->text(), name);
+    EXPECT_EQ(row(0), (QStringList{"1", "M1", "0.00005", "Kg", "100", "0.005"}));
+    EXPECT_EQ(w.cmbunitnos->currentText(), "");
+    click("saverate");
+    EXPECT_EQ(messages().texts(), Texts{"Units is blank"});
+    clickRow(w.catlist, 0, true);
+    pick(w.cmbunitnos, "10");
+    click("saverate");
+    const auto saved = db().keyed("categorylist_meter");
+    ASSERT_EQ(saved.size(), 1u);
+    EXPECT_EQ(saved[0].text(0), name);
+    EXPECT_EQ(saved[0].number(8), 0.00005);
+    EXPECT_EQ(saved[0].text("tw_unit"), "10");
+}
+
+// A material is looked up by its description exactly: "m1" is not "M1".
+TEST_F(CatRateAnalTest, MaterialLookUpIsExact) {
+    db().exec("insert into materials values ('m1', 7, 'Bag')");
+    auto& w = go();
+    add("m1", "2");
+    EXPECT_EQ(row(0), (QStringList{"1", "m1", "2", "Bag", "7.00", "14"}));
+    clickRow(w.matlist, 0, true);
+    EXPECT_EQ(w.cmbmatl->currentText(), "m1");
+    EXPECT_EQ(w.txt_unitrt->text(), "7.00");
+}
+
+// In the frame, Go grows the child window to show the analysis whole, and typing goes into the
+// name of the item.
+TEST_F(CatRateAnalTest, GoShowsTheAnalysisWholeInTheFramesWindow) {
+    db().exec("insert into categorylist_meter (tw_category_name, tw_description) values (?, ?)",
+              {"Earthwork", QString(90, u'd')});
+    QMdiArea area;
+    area.resize(1300, 740);
+    QMdiSubWindow* sub = area.addSubWindow(new catrateanal);
+    auto* w = static_cast<catrateanal*>(sub->widget());
+    sub->resize(sub->sizeHint());
+    area.show();
+    QApplication::setActiveWindow(&area);
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&area));
+    QTest::mouseClick(w->btngo, Qt::LeftButton);
+    QCoreApplication::processEvents(); // the list's columns are fitted once it is filled
+    QTest::keyClicks(QApplication::focusWidget(), "Wall");
+    EXPECT_EQ(w->txtcatname->text(), "Wall");
+    EXPECT_TRUE(area.viewport()->rect().contains(sub->geometry()));
+    EXPECT_GE(w->height(), w->minimumSizeHint().height());
+    EXPECT_TRUE(w->rect().contains(w->fraRateAnalysis->geometry()));
+    EXPECT_LE(w->catlist->header()->length(), w->catlist->viewport()->width()); // every column
 }
 
 TEST_F(CatRateAnalTest, UnitLabelFollowsMeasureTypeAndSystem) {
@@ -219,7 +314,9 @@ TEST_F(RateAnalysisTest, EleventhRowPricesTheCostItemBeforeItIsRefused) {
     EXPECT_EQ(w.LstVwItmDtls->topLevelItemCount(), 10);
     EXPECT_FALSE(w.CmdSave->isEnabled()); // a full walk leaves saving as it was
     w.CmbItems->setEditText("Mason 6");
-    QTest::keyClick(w.CmbItems->lineEdit(), '"');
+    w.CmbItems->lineEdit()->home(false);
+    QTest::keyClick(w.CmbItems, '"'); // the key as typed: it reaches the list, not its editor
+    EXPECT_EQ(w.CmbItems->lineEdit()->cursorPosition(), 10);
     w.TxtQty->setText("2");
     w.TxtRate->setText("350.5");
     click("CmdAdd");
@@ -227,6 +324,45 @@ TEST_F(RateAnalysisTest, EleventhRowPricesTheCostItemBeforeItIsRefused) {
     const auto cost = db().find("costitems", "tw_cost_item=?", {"Mason 6 in"});
     ASSERT_TRUE(cost);
     EXPECT_EQ(cost->number("tw_unit_rate"), 350.5);
+}
+
+// A row taken back for editing brings its figures whole, in plain digits, and saves them so.
+TEST_F(RateAnalysisTest, EditedRowKeepsItsFiguresWhole) {
+    db().exec("insert into categorylist_meter (tw_category_name, tw_matl1, tw_matl1_qty, "
+              "tw_matl1_rate) values ('Wall', 'Steel', 1234.56789012345, 0.00005)");
+    auto& w = openOnItem();
+    const QStringList cells{"1", "Steel", "1234.56789012345", "0.00005", "0.0617283945061725"};
+    EXPECT_EQ(rowCells(w.LstVwItmDtls, 0), cells);
+    clickRow(w.LstVwItmDtls, 0, true);
+    EXPECT_EQ(w.TxtQty->text() + " " + w.TxtRate->text(), cells[2] + " " + cells[3]);
+    click("CmdAdd");
+    click("CmdSave");
+    const auto cat = db().find("categorylist_meter", "tw_category_name='Wall'");
+    EXPECT_EQ(cat->number(8), 1234.56789012345);
+    EXPECT_EQ(cat->number(9), 0.00005);
+    EXPECT_EQ(db().keyed("sch_master")[0].number("tw_item_rate"), 0.0617283945061725);
+}
+
+// A quantity or rate beyond the largest sum the books hold is refused before the cost item is
+// priced.
+TEST_F(RateAnalysisTest, FiguresBeyondTheMoneyLimitAreRefused) {
+    wall();
+    auto& w = openOnItem();
+    QApplication::setActiveWindow(&w);
+    const std::array<const char*, 4> cases[] = {
+        {"999999999999999", "1", "Quantity can not be more than 922,337,203,685,477", "TxtQty"},
+        {"1", "922337203685478", "Rate can not be more than 922,337,203,685,477", "TxtRate"}};
+    for (const auto& [qty, rate, message, focus] : cases) {
+        w.CmbItems->setEditText("Labour");
+        w.TxtQty->setText(qty);
+        w.TxtRate->setText(rate);
+        messages().clear();
+        click("CmdAdd");
+        EXPECT_EQ(messages().texts(), Texts{message});
+        EXPECT_TRUE(twtest::hasFocus(field(focus)));
+        EXPECT_TRUE(db().keyed("costitems").empty());
+        EXPECT_EQ(w.LstVwItmDtls->topLevelItemCount(), 2);
+    }
 }
 
 TEST_F(RateAnalysisTest, DeleteBlanksEveryMatchingSlotAtOnce) {

@@ -70,6 +70,11 @@ TEST_F(RepriceTest, UnitRateIsTheSinglePrecisionSumOfTheSlotsThatCount) {
          20,
          {}},
         {"two points in the rate count up to the second", "12.5.1", {{3, "Cement", 2, 1}}, 25, {3}},
+        {"a quantity below 0.0001 counts whole",
+         "100",
+         {{1, "Cement", 0.00005, 1}, {2, "Sand", 2, 300}},
+         double(600.005f),
+         {1}},
         {"the total is single precision", "0.1", {{1, "Cement", 1, 0}}, double(0.1f), {1}},
     };
     for (const auto& c : cases) {
