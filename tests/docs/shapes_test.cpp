@@ -1,10 +1,12 @@
-// The guide's table of shapes against the shapes the program seeds and their arithmetic.
+// The guide's table of shapes against the shapes the program seeds and their arithmetic, and
+// the guide's links and pictures against what is there.
 
 #include "guide.h"
 #include "measurements/cal_values.h"
 #include "support/core_fixtures.h"
 #include "values/values.h"
 
+#include <QFileInfo>
 #include <QRegularExpression>
 
 namespace {
@@ -73,6 +75,23 @@ TEST_F(ShapesTable, NamesCaptionsUnitsAndExamplesAreThePrograms) {
             tw::Cal_Values(units.isEmpty() ? QStringLiteral("Feet") : units, name, typed), qty[0]);
         EXPECT_EQ(tw::strictNumber(figure[0]), stored) << figure[0].toStdString();
         EXPECT_EQ(figure[0], QString::number(stored, 'f', 2)) << "printed with two decimals";
+    }
+}
+
+// Every entry of the contents list and every link reaches a section; every picture is there.
+TEST(GuideLinks, ReachSectionsAndPictures) {
+    const QString& html = guide::html();
+    const QRegularExpression link(QStringLiteral("href=\"#([^\"]+)\""));
+    int links = 0;
+    for (auto it = link.globalMatch(html); it.hasNext(); ++links) {
+        const QString id = it.next().captured(1);
+        EXPECT_TRUE(html.contains(QStringLiteral("id=\"%1\"").arg(id))) << id.toStdString();
+    }
+    EXPECT_GE(links, 20);
+    const QRegularExpression picture(QStringLiteral("<img\\b[^>]*\\bsrc=\"([^\"]+)\""));
+    for (auto it = picture.globalMatch(html); it.hasNext();) {
+        const QString file = it.next().captured(1);
+        EXPECT_TRUE(QFileInfo::exists(guide::docsFile(file))) << file.toStdString();
     }
 }
 
