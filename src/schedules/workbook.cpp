@@ -1,12 +1,13 @@
 #include "schedules/workbook.h"
 
+#include "schedules/workbook_xlsx.h"
+
 #include <QDataStream>
 #include <QFile>
 
 #include <freexl.h>
 #include <orcus/format_detection.hpp>
 #include <orcus/orcus_ods.hpp>
-#include <orcus/orcus_xlsx.hpp>
 #include <orcus/spreadsheet/import_interface.hpp>
 #include <xlsxwriter.h>
 
@@ -19,7 +20,6 @@
 #endif
 
 #include <algorithm>
-#include <cctype>
 #include <cerrno>
 #include <charconv>
 #include <chrono>
@@ -45,20 +45,17 @@ constexpr qint64 LargestWorkbook = 64 * 1024 * 1024;
     throw ImportError(ImportFailure::BadFormat, why);
 }
 
-// Keeps what Sheet1 holds in A to F and how far right anything stands.
+// Sheet1's cells go to the sheet; those of the other sheets are dropped.
 class SheetSink {
 public:
     explicit SheetSink(Sheet* into) : into_(into) {}
     void put(row_t row, col_t col, Cell value) {
-        if (!into_ || row < 0 || col < 0)
-            return;
-        into_->columns = std::max(into_->columns, int(col) + 1);
-        if (col < ScheduleColumns)
-            into_->rows[int(row)][size_t(col)] = std::move(value);
+        if (into_)
+            into_->put(int(row), int(col), std::move(value));
     }
 
 private:
-    Sheet* into_; // null for the other sheets, whose cells are dropped
+    Sheet* into_; // null for the other sheets
 };
 
 Cell textCell(std::string_view s) {
@@ -141,22 +138,13 @@ private:
 class References : public iface::import_reference_resolver {
 public:
     orcus::spreadsheet::src_address_t resolve_address(std::string_view ref) override {
-        orcus::spreadsheet::src_address_t at{0, 0, 0};
-        size_t i = 0;
-        long col = 0, row = 0;
-        skipDollar(ref, i);
-        for (; i < ref.size() && std::isalpha(static_cast<unsigned char>(ref[i])); ++i)
-            col = std::min(col * 26 + (std::toupper(static_cast<unsigned char>(ref[i])) - 'A' + 1),
-                           long(1) << 20);
-        skipDollar(ref, i);
-        const size_t digits = i;
-        for (; i < ref.size() && std::isdigit(static_cast<unsigned char>(ref[i])); ++i)
-            row = std::min(row * 10 + (ref[i] - '0'), long(1) << 24);
-        if (col == 0 || row == 0 || i == digits || i != ref.size())
+        const auto at = cellAddress(ref);
+        if (!at)
             throw std::invalid_argument("not a cell reference");
-        at.column = col_t(col - 1);
-        at.row = row_t(row - 1);
-        return at;
+        orcus::spreadsheet::src_address_t address{0, 0, 0};
+        address.row = row_t(at->first);
+        address.column = col_t(at->second);
+        return address;
     }
     orcus::spreadsheet::src_range_t resolve_range(std::string_view ref) override {
         const size_t colon = ref.find(':');
@@ -165,12 +153,6 @@ public:
             return {one, one};
         }
         return {resolve_address(ref.substr(0, colon)), resolve_address(ref.substr(colon + 1))};
-    }
-
-private:
-    static void skipDollar(std::string_view ref, size_t& i) {
-        if (i < ref.size() && ref[i] == '$')
-            ++i;
     }
 };
 
@@ -243,18 +225,16 @@ private:
 };
 
 Sheet readZipped(const QByteArray& bytes) {
+    if (auto sheet = readOpenXml(bytes))
+        return std::move(*sheet);
     const auto* data = reinterpret_cast<const unsigned char*>(bytes.constData());
     Sheet sheet;
     Factory factory(sheet);
     try {
-        const orcus::format_t kind = orcus::detect(data, size_t(bytes.size()));
-        const std::string_view stream(bytes.constData(), size_t(bytes.size()));
-        if (kind == orcus::format_t::xlsx)
-            orcus::orcus_xlsx(&factory).read_stream(stream);
-        else if (kind == orcus::format_t::ods)
-            orcus::orcus_ods(&factory).read_stream(stream);
-        else
+        if (orcus::detect(data, size_t(bytes.size())) != orcus::format_t::ods)
             badFormat(QStringLiteral("The file is no workbook."));
+        orcus::orcus_ods(&factory).read_stream(
+            std::string_view(bytes.constData(), size_t(bytes.size())));
     } catch (const ImportError&) {
         throw;
     } catch (const std::exception& e) {
@@ -492,6 +472,14 @@ Sheet readApart(const QString& path, const QByteArray& bytes) {
 #endif
 
 } // namespace
+
+void Sheet::put(int row, int col, Cell value) {
+    if (row < 0 || col < 0)
+        return;
+    columns = std::max(columns, col + 1);
+    if (col < ScheduleColumns)
+        rows[row][size_t(col)] = std::move(value);
+}
 
 Sheet readSheet1(const QString& path) {
     QFile file(path);

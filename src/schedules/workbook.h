@@ -41,11 +41,15 @@ struct Sheet {
     int columns = 0;
     // The rows holding something in A to F, by row index from 0; rows missing here are empty.
     std::map<int, SheetRow> rows;
+
+    // Takes the value of one cell, counted from 0; only A to F are kept.
+    void put(int row, int col, Cell value);
 };
 
 // Reads Sheet1. The kind of workbook is told by the file's content, not its name, so a renamed
 // file is still read or refused for what it is. Throws ImportError (BadFormat) when the file is
-// no workbook this reader knows, is damaged or protected, or has no sheet named Sheet1.
+// no workbook this reader knows, is damaged or protected, or has no sheet named Sheet1 that can
+// be read: an import never reports success on a sheet it did not find.
 Sheet readSheet1(const QString& path);
 
 // Writes `rows` into Sheet1 of a new .xlsx at `path`, replacing any file there: texts as texts,
