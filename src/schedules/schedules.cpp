@@ -4,6 +4,7 @@
 #include <QFileInfo>
 #include <QHash>
 #include <QSet>
+#include <QSqlError>
 #include <QSqlRecord>
 
 #include <algorithm>
@@ -302,16 +303,31 @@ Message failureMessage(ImportFailure kind) {
 }
 
 QString exportSchedules(const ConClass& con, const Project& project, const QString& path) {
-    const Rows rows = con.keyed(scheduleTable(project));
-    std::vector<SheetRow> out;
-    out.reserve(rows.size());
-    const auto stored = [](const QVariant& v) { return v.isNull() ? Cell() : v; };
-    for (const Row& r : rows)
-        out.push_back({stored(r[0]), stored(r[1]), stored(r[2]), stored(r[3]),
-                       Cell(!r.isNull(4) && r.number(4) != 0), stored(r[5])});
+    // The table is read a row at a time as the workbook takes it: a schedule of any length is
+    // never held whole.
+    QSqlQuery rows =
+        prepared(con.db(), QStringLiteral("select * from %1").arg(scheduleTable(project)), {});
+    const auto stored = [&](int i) {
+        const QVariant v = rows.value(i);
+        return v.isNull() ? Cell() : v;
+    };
     const QString file =
         path.isEmpty() ? AppFolder::file(fileStem(project.number) + QStringLiteral(".xlsx")) : path;
-    writeSheet1(file, out);
+    writeSheet1(file, [&](SheetRow& row) {
+        if (!rows.next())
+            return false;
+        const QVariant deduction = rows.value(4);
+        row = {stored(0),
+               stored(1),
+               stored(2),
+               stored(3),
+               Cell(!deduction.isNull() && deduction.toDouble() != 0),
+               stored(5)};
+        return true;
+    });
+    // A read that failed midway ends the rows early: the workbook would lack the rest.
+    if (rows.lastError().isValid())
+        throw Error(rows.lastError().text());
     return file;
 }
 

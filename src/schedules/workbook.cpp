@@ -495,17 +495,21 @@ Sheet readSheet1(const QString& path) {
 #endif
 }
 
-void writeSheet1(const QString& path, const std::vector<SheetRow>& rows) {
+void writeSheet1(const QString& path, const RowSource& next) {
     const QByteArray file = QFile::encodeName(path);
-    lxw_workbook* book = workbook_new(file.constData());
+    // Rows go to a temporary file as they are written instead of staying in memory till the
+    // end, which keeps a schedule of a million rows to a few megabytes.
+    lxw_workbook_options options{};
+    options.constant_memory = LXW_TRUE;
+    lxw_workbook* book = workbook_new_opt(file.constData(), &options);
     if (!book)
         throw Error(QStringLiteral("The workbook %1 cannot be made.").arg(path));
     lxw_worksheet* sheet = workbook_add_worksheet(book, "Sheet1");
     lxw_error failed = sheet ? LXW_NO_ERROR : LXW_ERROR_MEMORY_MALLOC_FAILED;
-    for (size_t r = 0; r < rows.size() && failed == LXW_NO_ERROR; ++r) {
+    SheetRow values;
+    for (lxw_row_t row = 0; failed == LXW_NO_ERROR && next(values); ++row) {
         for (int c = 0; c < ScheduleColumns && failed == LXW_NO_ERROR; ++c) {
-            const Cell& v = rows[r][size_t(c)];
-            const auto row = lxw_row_t(r);
+            const Cell& v = values[size_t(c)];
             const auto col = lxw_col_t(c);
             switch (v.typeId()) {
             case QMetaType::UnknownType:
@@ -530,6 +534,16 @@ void writeSheet1(const QString& path, const std::vector<SheetRow>& rows) {
     if (failed != LXW_NO_ERROR)
         throw Error(QStringLiteral("The workbook %1 cannot be written: %2")
                         .arg(path, QString::fromUtf8(lxw_strerror(failed))));
+}
+
+void writeSheet1(const QString& path, const std::vector<SheetRow>& rows) {
+    size_t i = 0;
+    writeSheet1(path, [&](SheetRow& row) {
+        if (i == rows.size())
+            return false;
+        row = rows[i++];
+        return true;
+    });
 }
 
 } // namespace tw::schedules

@@ -9,6 +9,7 @@
 #include <QVariant>
 
 #include <array>
+#include <functional>
 #include <map>
 #include <vector>
 
@@ -52,8 +53,13 @@ struct Sheet {
 // be read: an import never reports success on a sheet it did not find.
 Sheet readSheet1(const QString& path);
 
-// Writes `rows` into Sheet1 of a new .xlsx at `path`, replacing any file there: texts as texts,
-// numbers as numbers, truth values as TRUE/FALSE, empty cells left out. Throws tw::Error.
+// Gives the next row to write in `row` and true, or false when there are no more.
+using RowSource = std::function<bool(SheetRow& row)>;
+// Writes the rows of `next` into Sheet1 of a new .xlsx at `path`, replacing any file there:
+// texts as texts, numbers as numbers, truth values as TRUE/FALSE, empty cells left out. Each
+// row goes to the file as it comes and is not kept, so a table of any length is written in
+// little memory. Throws tw::Error.
+void writeSheet1(const QString& path, const RowSource& next);
 void writeSheet1(const QString& path, const std::vector<SheetRow>& rows);
 
 } // namespace tw::schedules
