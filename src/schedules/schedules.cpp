@@ -1,5 +1,7 @@
 #include "schedules/schedules.h"
 
+#include "reports/fill/fill_support.h"
+
 #include <QDir>
 #include <QFileInfo>
 #include <QHash>
@@ -190,7 +192,7 @@ private:
     void add(int index, const QString& sch, const SheetRow& row) {
         // The existence test looks at cell A as it stands, so a made-up number is never found
         // and a second import adds such rows again.
-        if (!isEmpty(row[0]) && numbers().contains(cellText(row[0])))
+        if (!isEmpty(row[0]) && numbers().contains(reports::nocaseKey(cellText(row[0]))))
             return;
         if (std::any_of(row.begin(), row.end(), isOneBlank))
             return;
@@ -203,17 +205,18 @@ private:
                              {cols[5], knownCategory(cellText(row[5]).trimmed())
                                            ? textValue(row[5])
                                            : QVariant(QStringLiteral("Other Category"))}});
-        numbers_.insert(sch);
+        numbers_.insert(reports::nocaseKey(sch));
         countOne(counts.added);
     }
 
     // The numbers the table holds, read once and kept up to date as rows go in: a schedule of
-    // thousands of rows would otherwise be searched whole for each of its rows.
+    // thousands of rows would otherwise be searched whole for each of its rows. They are kept as
+    // the store compares texts, so "a1" finds the item "A1".
     const QSet<QString>& numbers() {
         if (!numbersRead_) {
             for (const Row& r : con_.rows(QStringLiteral("select tw_sch_num from %1").arg(table_)))
                 if (!r.isNull(0))
-                    numbers_.insert(r.text(0));
+                    numbers_.insert(reports::nocaseKey(r.text(0)));
             numbersRead_ = true;
         }
         return numbers_;

@@ -114,6 +114,20 @@ TEST_F(WorkbookImport, ASecondImportAddsOnlyTheRowsWithoutANumberAgain) {
               "1 Schedules Added Successfully.\n1 schedule items need checking");
 }
 
+TEST_F(WorkbookImport, ANumberIsFoundAsTheStoreComparesTexts) {
+    const Project p = project(QStringLiteral("P4"));
+    db().exec(QStringLiteral("insert into Sch_%1 values ('A1','Old','Cum',5,0,'Excavation')")
+                  .arg(p.tableKey));
+    const QString file = folder() + QStringLiteral("/case.xlsx");
+    writeSheet1(file, {{"a1", "New", "Cum", 10.0, 0.0, "Excavation"},
+                       {"b2", "Other", "Cum", 20.0, 0.0, "Excavation"},
+                       {"B2", "Again", "Cum", 30.0, 0.0, "Excavation"}});
+    ImportCounts counts;
+    ASSERT_EQ(failure(p, file, &counts), std::nullopt);
+    EXPECT_EQ(counts.added, 1);
+    EXPECT_EQ(table(p), QStringList({"A1|Old|Cum|5|0|Excavation", "b2|Other|Cum|20|0|Excavation"}));
+}
+
 TEST_F(WorkbookImport, AProjectWithoutItsTableGetsTheStoresFailure) {
     const Project p = project(QStringLiteral("P2"), false);
     EXPECT_EQ(failure(p, Workbooks + QStringLiteral("/good.ods")), ImportFailure::BadFormat);
