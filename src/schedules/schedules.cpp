@@ -33,18 +33,26 @@ std::vector<StagedItem> scheduleItems(const ConClass& con, const QString& contra
     return items;
 }
 
+namespace {
+// A column of the grid as it is written: what the grid shows, so an empty cell is an empty
+// text and never Null (a Null type of measure would list as "xxx").
+QVariant gridText(const QString& text) {
+    return text.isNull() ? QStringLiteral("") : text;
+}
+} // namespace
+
 void saveStaged(const ConClass& con, const QString& destination,
                 const std::vector<StagedItem>& items) {
     Transaction action(con);
     const QString table = QStringLiteral("sch_master");
     for (const StagedItem& item : items) {
-        const Values values{{QStringLiteral("tw_item_desc"), item.description},
-                            {QStringLiteral("tw_unit"), item.unit},
+        const Values values{{QStringLiteral("tw_item_desc"), gridText(item.description)},
+                            {QStringLiteral("tw_unit"), gridText(item.unit)},
                             {QStringLiteral("tw_item_rate"), item.rate},
                             {QStringLiteral("tw_deduction"), 0},
-                            {QStringLiteral("tw_category_name"), item.category},
-                            {QStringLiteral("tw_unit_lable"), item.unitLabel},
-                            {QStringLiteral("tw_volarea"), item.measureType}};
+                            {QStringLiteral("tw_category_name"), gridText(item.category)},
+                            {QStringLiteral("tw_unit_lable"), gridText(item.unitLabel)},
+                            {QStringLiteral("tw_volarea"), gridText(item.measureType)}};
         const auto found = con.find(table, QStringLiteral("tw_contract_num=? and tw_sch_num=?"),
                                     {destination, item.number});
         if (found) {

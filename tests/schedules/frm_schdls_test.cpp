@@ -46,7 +46,7 @@ protected:
                                r.text(1),
                                tw::numberText(r[2]),
                                QLatin1Char('[') + r.text(3) + QLatin1Char(']'),
-                               r.text(4),
+                               r.isNull(4) ? QStringLiteral("Null") : r.text(4),
                                tw::numberText(r[5])}
                        .join(QLatin1Char('|'));
         return out;
