@@ -24,6 +24,12 @@ constexpr QSize kLargest(1340, 620);
 // description leaves the columns after it in view; its tool tip shows it whole.
 constexpr int kWidestColumnChars = 60;
 
+// A list or caption as it is written: an item saved with nothing picked stores an empty text,
+// never Null (a Null unit label or type of measure would list as "XXX" and "xxx").
+QString storedText(const QString& text) {
+    return text.isNull() ? QStringLiteral("") : text;
+}
+
 // Sets a list to the first entry equal to `text`; a text the list lacks leaves it as it is.
 void pickEntry(QComboBox* list, const QString& text) {
     const int i = list->findText(text);
@@ -324,10 +330,10 @@ void frm_schentry::cmd_save_sch_clicked() {
     const QString schNum = txt_schnum->text();
     tw::Values values{{QStringLiteral("tw_item_desc"), RtItmDsc->toPlainText()},
                       {QStringLiteral("tw_item_rate"), *rate},
-                      {QStringLiteral("tw_unit"), cmb_unitnos->currentText()},
-                      {QStringLiteral("tw_category_name"), cmb_category->currentText()},
-                      {QStringLiteral("tw_unit_lable"), unitlbl->text()},
-                      {QStringLiteral("tw_volarea"), cmb_volarea->currentText()},
+                      {QStringLiteral("tw_unit"), storedText(cmb_unitnos->currentText())},
+                      {QStringLiteral("tw_category_name"), storedText(cmb_category->currentText())},
+                      {QStringLiteral("tw_unit_lable"), storedText(unitlbl->text())},
+                      {QStringLiteral("tw_volarea"), storedText(cmb_volarea->currentText())},
                       {QStringLiteral("tw_deduction"), 0}};
     tw::Transaction tx(con);
     if (const auto found = findItem(schNum)) {

@@ -170,6 +170,17 @@ TEST_F(FrmSchEntryTest, SavingTheSameNumberOverwritesAndANewNumberAdds) {
     EXPECT_TRUE(messages().shown.empty());
 }
 
+TEST_F(FrmSchEntryTest, AnItemWithNothingPickedStoresEmptyTexts) {
+    open();
+    fill("1", "Item", "5");
+    save();
+    const auto rows = items("P1");
+    ASSERT_EQ(rows.size(), 1u);
+    for (const char* column : {"tw_unit", "tw_category_name", "tw_unit_lable", "tw_volarea"})
+        EXPECT_FALSE(rows[0].isNull(column)) << column;
+    EXPECT_EQ(line(0).mid(frm_schentry::UnitLabel), (QStringList{"", ""})); // not XXX and xxx
+}
+
 TEST_F(FrmSchEntryTest, DeleteAsksAboutThePickedLineOnTheRealBoxAndRemovesItOnOkOnly) {
     addItem("P1", "1", "Excavation", 10);
     addItem("P1", "2", "Filling", 20);
