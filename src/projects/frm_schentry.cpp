@@ -324,6 +324,10 @@ void frm_schentry::cmd_save_sch_clicked() {
     if (!rate)
         return ui::refuse(txtschitemrate, tr("The unit rate \"%1\" is not a number.").arg(rateText),
                           ui::Critical);
+    // The bills sum rates in the money type: a rate it cannot hold would break every bill of
+    // the item.
+    if (!tw::fitsMoney(*rate))
+        return ui::refuse(txtschitemrate, tw::tooLargeText(tr("Unit Rate"), *rate), ui::Critical);
     if (contractNum_.isEmpty())
         throw tw::Error(tr("No project is picked. Define a project first."));
 

@@ -123,19 +123,26 @@ QVariant textValue(const Cell& c) {
     return isEmpty(c) ? QVariant() : QVariant(cellText(c));
 }
 
-// The rate must be a figure: a text that is none is wrong data, not a rate of nought.
+// The rate must be a figure the bills can sum: a text that is none is wrong data, not a rate of
+// nought, and so is a rate beyond the money type.
 QVariant rateValue(const Cell& c, int row) {
     if (isEmpty(c))
         return {};
+    double rate = c.typeId() == QMetaType::Bool ? (c.toBool() ? 1.0 : 0.0) : c.toDouble();
     if (c.typeId() == QMetaType::QString) {
         const auto v = strictNumber(c.toString());
         if (!v)
             throw ImportError(
                 ImportFailure::WrongData,
                 QStringLiteral("Row %1: the rate %2 is no number.").arg(row + 1).arg(c.toString()));
-        return *v;
+        rate = *v;
     }
-    return c.toBool() && c.typeId() == QMetaType::Bool ? 1.0 : c.toDouble();
+    if (!fitsMoney(rate))
+        throw ImportError(ImportFailure::WrongData,
+                          QStringLiteral("Row %1: %2")
+                              .arg(row + 1)
+                              .arg(tooLargeText(QStringLiteral("Unit Rate"), rate)));
+    return rate;
 }
 
 // 0 means no deduction; anything else, an empty cell too, means one.

@@ -181,6 +181,24 @@ TEST_F(FrmSchEntryTest, AnItemWithNothingPickedStoresEmptyTexts) {
     EXPECT_EQ(line(0).mid(frm_schentry::UnitLabel), (QStringList{"", ""})); // not XXX and xxx
 }
 
+TEST_F(FrmSchEntryTest, RatesShowAsTheirDigitsAndOneBeyondTheMoneyRangeIsRefused) {
+    addItem("P1", "9", "Stored long ago", 1e16);
+    auto& w = open();
+    fill("1", "Tiny", "0.00005");
+    save();
+    EXPECT_EQ(line(0).value(frm_schentry::UnitRate), "10000000000000000");
+    clickLine(1, true);
+    EXPECT_EQ(w.txtschitemrate->text(), "0.00005");
+    save();
+    EXPECT_EQ(items("P1")[1].number("tw_item_rate"), 0.00005);
+
+    fill("2", "Huge", "922337203685477.5");
+    EXPECT_EQ(twtest::withRealBoxes({"OK"}, [&] { save(); }),
+              QStringList{"Unit Rate can not be more than 922,337,203,685,477"});
+    EXPECT_EQ(w.focusWidget(), w.txtschitemrate);
+    EXPECT_EQ(items("P1").size(), 2u);
+}
+
 TEST_F(FrmSchEntryTest, DeleteAsksAboutThePickedLineOnTheRealBoxAndRemovesItOnOkOnly) {
     addItem("P1", "1", "Excavation", 10);
     addItem("P1", "2", "Filling", 20);

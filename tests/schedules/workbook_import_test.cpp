@@ -128,6 +128,21 @@ TEST_F(WorkbookImport, ANumberIsFoundAsTheStoreComparesTexts) {
     EXPECT_EQ(table(p), QStringList({"A1|Old|Cum|5|0|Excavation", "b2|Other|Cum|20|0|Excavation"}));
 }
 
+TEST_F(WorkbookImport, ARateBeyondTheMoneyRangeIsWrongData) {
+    const std::pair<Cell, std::optional<ImportFailure>> cases[] = {
+        {922337203685477.0, std::nullopt},
+        {QStringLiteral("-922337203685477"), std::nullopt},
+        {922337203685477.5, ImportFailure::WrongData},
+        {QStringLiteral("-1000000000000000"), ImportFailure::WrongData}};
+    for (const auto& [rate, expected] : cases) {
+        const Project p = project(rate.toString());
+        const QString file = folder() + QStringLiteral("/rate.xlsx");
+        writeSheet1(file, {{"1", "Item", "Cum", rate, 0.0, "Excavation"}});
+        EXPECT_EQ(failure(p, file), expected) << rate.toString().toStdString();
+        EXPECT_EQ(table(p).size(), expected ? 0 : 1);
+    }
+}
+
 TEST_F(WorkbookImport, AProjectWithoutItsTableGetsTheStoresFailure) {
     const Project p = project(QStringLiteral("P2"), false);
     EXPECT_EQ(failure(p, Workbooks + QStringLiteral("/good.ods")), ImportFailure::BadFormat);
