@@ -4,6 +4,7 @@
 #include "support/fixtures.h"
 
 #include <QApplication>
+#include <QTest>
 
 using twtest::messages;
 
@@ -110,6 +111,31 @@ TEST_F(FrmSchdls, StagesMovesAndSavesOneRowPerNumber) {
                            "9|Site clearance|2|[S Mt]||0"}));
     EXPECT_EQ(stored("Beta-1").size(), 2);
     EXPECT_EQ(QApplication::overrideCursor(), nullptr);
+}
+
+TEST_F(FrmSchdls, OnlyAMouseClickInAGridEnablesItsButtons) {
+    open();
+    QApplication::setActiveWindow(screen.get());
+    ASSERT_TRUE(QTest::qWaitForWindowActive(screen.get()));
+    twtest::pick(screen->cmb_toproj, QStringLiteral("Alpha"));
+    const std::pair<QTreeWidget*, QList<QPushButton*>> grids[] = {
+        {screen->Lst_Schd, {screen->CmdSngl, screen->CmdDbl}},
+        {screen->Lst_SchdA, {screen->CmdRmv}}};
+    for (const auto& [grid, buttons] : grids) {
+        grid->setFocus(Qt::TabFocusReason);
+        for (const auto key : {Qt::Key_Down, Qt::Key_Down, Qt::Key_Up, Qt::Key_End})
+            QTest::keyClick(grid, key);
+        for (const QPushButton* b : buttons)
+            EXPECT_FALSE(b->isEnabled()) << b->objectName().toStdString();
+        QTest::mouseClick(grid->viewport(), Qt::LeftButton, {},
+                          grid->visualItemRect(grid->topLevelItem(1)).center());
+        for (const QPushButton* b : buttons)
+            EXPECT_TRUE(b->isEnabled()) << b->objectName().toStdString();
+    }
+    // The row a button acts on is the one clicked, however the keys moved since.
+    QTest::keyClick(screen->Lst_Schd, Qt::Key_Up);
+    click("CmdSngl");
+    EXPECT_EQ(column(screen->Lst_SchdA, 0), QStringList({"1", "9", "2"}));
 }
 
 TEST_F(FrmSchdls, RemoveAsksAndTouchesOnlyTheGrid) {
