@@ -46,7 +46,9 @@ frm_schentry::frm_schentry(QWidget* parent) : ui::Screen(parent) {
     fraSchedule = ui::named(new QGroupBox(tr("Add Schedule Items ..."), this), "fraSchedule");
     cmb_projname = ui::named(new QComboBox(fraSchedule), "cmb_projname");
     txt_schnum = ui::named(new QLineEdit(fraSchedule), "txt_schnum");
-    txt_schnum->setMaxLength(10);
+    // Ten characters as typed; a longer number that came in by a workbook or a copy loads whole,
+    // so saving it changes that item instead of making a cut one.
+    ui::typingLimit(txt_schnum, 10);
     RtItmDsc = ui::named(new QTextEdit(fraSchedule), "RtItmDsc");
     // Only the plain text is kept, so pasted formatting is not taken in; Tab moves on as in
     // every other field.

@@ -55,13 +55,14 @@ protected:
 TEST_F(FrmSchEntryTest, OpensOnTheFirstProjectsItemsAndADoubleClickLoadsOneWithItsOwnRate) {
     addItem("P1", "1", "Excavation", 120.5, "Cu Mt", "Volume");
     addItem("P2", "9", "Other", 1); // a metre-only category in a feet project
-    addItem("P1", "2", "Item without label", 75);
+    addItem("P1", "IMPORTED-02", "Item without label", 75); // longer than a typed number
     auto& w = open();
     EXPECT_EQ(w.cmb_projname->currentText(), "Tower");
     EXPECT_FALSE(w.cmd_delete->isEnabled());
     EXPECT_EQ(w.schlist->topLevelItemCount(), 2);
     EXPECT_EQ(line(0), (QStringList{"1", "1", "Excavation", "RCC", "120.5", "Cu Mt", "Volume"}));
-    EXPECT_EQ(line(1), (QStringList{"2", "2", "Item without label", "RCC", "75", "XXX", "xxx"}));
+    EXPECT_EQ(line(1),
+              (QStringList{"2", "IMPORTED-02", "Item without label", "RCC", "75", "XXX", "xxx"}));
     clickLine(0, true);
     EXPECT_EQ(QStringList({w.txt_schnum->text(), w.RtItmDsc->toPlainText(),
                            w.cmb_unitnos->currentText(), w.cmb_category->currentText(),
@@ -69,7 +70,7 @@ TEST_F(FrmSchEntryTest, OpensOnTheFirstProjectsItemsAndADoubleClickLoadsOneWithI
               (QStringList{"1", "Excavation", "10", "RCC", "Volume", "120.5"})); // not RCC's 7000
     clickLine(1, true); // no label and type: the caption that stands stays
     EXPECT_EQ(w.unitlbl->text(), "Cu Mt");
-    EXPECT_EQ(w.txtschitemrate->text(), "75");
+    EXPECT_EQ(w.txt_schnum->text() + " " + w.txtschitemrate->text(), "IMPORTED-02 75");
     pick(w.cmb_projname, "Villa");
     EXPECT_EQ(line(0), (QStringList{"1", "9", "Other", "PCC", "1", "XXX", "xxx"}));
     clickLine(0, true);
