@@ -21,7 +21,7 @@ protected:
         item("Alpha-1", "1", "Old earth work", 8, QStringLiteral("Cu Mt"), "Volume");
         item("Alpha-1", "9", "Site clearance", 2, QStringLiteral("S Mt"), "Area");
         item("Beta-1", "1", "Earth work in excavation", 10.5, QVariant(), "Volume");
-        item("Beta-1", "2", "Brick work", 300, QStringLiteral("Cu Mt"), "Volume");
+        item("Beta-1", "2", "Brick work", 0.00005, QStringLiteral("Cu Mt"), "Volume");
     }
     void item(const QString& project, const QString& number, const QString& desc, double rate,
               const QVariant& label, const QString& measure) {
@@ -98,6 +98,7 @@ TEST_F(FrmSchdls, StagesMovesAndSavesOneRowPerNumber) {
     click("CmdDbl");
     EXPECT_EQ(column(screen->Lst_SchdA, 0), QStringList({"1", "9", "2", "1", "2", "1", "2"}));
     EXPECT_EQ(column(screen->Lst_SchdA, 3)[2], "Cu Mt");
+    EXPECT_EQ(column(screen->Lst_SchdA, Frm_Schdls::Rate)[2], "0.00005");
     EXPECT_EQ(column(screen->Lst_SchdA, 3)[3], "  ");
     click("CmdCncSch");
     EXPECT_EQ(stored("Alpha-1"), QStringList({"1|Old earth work|8|[Cu Mt]|Volume|1",
@@ -107,8 +108,8 @@ TEST_F(FrmSchdls, StagesMovesAndSavesOneRowPerNumber) {
     // The source's row 1 overwrote the destination's, with its Null label as two blanks; every
     // written row, the destination's own 9 too, lost its type of measure and deduction.
     EXPECT_EQ(stored("Alpha-1"),
-              QStringList({"1|Earth work in excavation|10.5|[  ]||0", "2|Brick work|300|[Cu Mt]||0",
-                           "9|Site clearance|2|[S Mt]||0"}));
+              QStringList({"1|Earth work in excavation|10.5|[  ]||0",
+                           "2|Brick work|0.00005|[Cu Mt]||0", "9|Site clearance|2|[S Mt]||0"}));
     EXPECT_EQ(stored("Beta-1").size(), 2);
     EXPECT_EQ(QApplication::overrideCursor(), nullptr);
 }
