@@ -225,12 +225,12 @@ private:
 };
 
 Sheet readZipped(const QByteArray& bytes) {
-    if (auto sheet = readOpenXml(bytes))
-        return std::move(*sheet);
     const auto* data = reinterpret_cast<const unsigned char*>(bytes.constData());
     Sheet sheet;
     Factory factory(sheet);
     try {
+        if (auto openXml = readOpenXml(bytes))
+            return std::move(*openXml);
         if (orcus::detect(data, size_t(bytes.size())) != orcus::format_t::ods)
             badFormat(QStringLiteral("The file is no workbook."));
         orcus::orcus_ods(&factory).read_stream(

@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <memory>
 #include <vector>
 
 // Writers of .xlsx differ in what the format leaves open: strings in a shared table or inline in
@@ -296,23 +295,18 @@ std::optional<std::pair<int, int>> cellAddress(std::string_view ref) {
 }
 
 std::optional<Sheet> readOpenXml(const QByteArray& bytes) {
-    std::unique_ptr<Package> package;
-    try {
-        package = std::make_unique<Package>(bytes);
-    } catch (const std::exception& e) {
-        badFormat(QString::fromUtf8(e.what()));
-    }
-    if (!package->has(QStringLiteral("[Content_Types].xml")))
+    const Package package(bytes);
+    if (!package.has(QStringLiteral("[Content_Types].xml")))
         return std::nullopt;
-    QString workbook = targetOfType(relationships(*package, {}), QLatin1String("officeDocument"));
+    QString workbook = targetOfType(relationships(package, {}), QLatin1String("officeDocument"));
     if (workbook.isEmpty())
         workbook = QStringLiteral("xl/workbook.xml");
-    const auto rels = relationships(*package, workbook);
-    const QString sheet = sheet1Part(*package, workbook, rels);
+    const auto rels = relationships(package, workbook);
+    const QString sheet = sheet1Part(package, workbook, rels);
     if (sheet.isEmpty())
         badFormat(QStringLiteral("The workbook has no sheet named Sheet1."));
-    return readSheet(*package, sheet,
-                     sharedStrings(*package, targetOfType(rels, QLatin1String("sharedStrings"))));
+    return readSheet(package, sheet,
+                     sharedStrings(package, targetOfType(rels, QLatin1String("sharedStrings"))));
 }
 
 } // namespace tw::schedules
