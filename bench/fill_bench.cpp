@@ -5,6 +5,7 @@
 //
 //   fill_bench FOLDER
 
+#include "peak_memory.h"
 #include "reports/fill/bulk_insert.h"
 #include "reports/fill/report_run.h"
 #include "reports/fill/running_bill.h"
@@ -14,8 +15,6 @@
 #include <QElapsedTimer>
 #include <QSqlRecord>
 #include <QTextStream>
-
-#include <sys/resource.h>
 
 #include <algorithm>
 
@@ -106,12 +105,6 @@ double floorMs(const ConClass& con, const Floor& floor, const Row& sample, qsize
     sink = sum;
     con.exec(QStringLiteral("drop table bench_scratch"));
     return ms;
-}
-
-double peakMb() {
-    rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
-    return double(usage.ru_maxrss) / 1024.0; // kilobytes on Linux
 }
 
 } // namespace

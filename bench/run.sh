@@ -29,3 +29,6 @@ echo
 
 echo
 "$build-bench/workbook_bench"
+
+echo
+"$build-bench/export_bench"

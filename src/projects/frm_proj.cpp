@@ -50,9 +50,11 @@ QString shownNumber(const tw::Row& row, const QString& column) {
     return isNumber ? tw::doubleText(d) : v.toString().trimmed();
 }
 
+// A field whose limit holds for typing only: a stored text longer than the limit is shown and
+// saved back whole, not cut.
 QLineEdit* lineEdit(QWidget* parent, const char* name, int maxLength) {
     auto* e = ui::named(new QLineEdit(parent), name);
-    e->setMaxLength(maxLength);
+    ui::typingLimit(e, maxLength);
     return e;
 }
 
@@ -83,16 +85,9 @@ frm_proj::frm_proj(QWidget* parent) : ui::Screen(parent) {
     txtclientrefdate = dateEdit(fraProject, "txtclientrefdate");
     txtclientstartdate = dateEdit(fraProject, "txtclientstartdate");
     txtclientenddate = dateEdit(fraProject, "txtclientenddate");
-    // The tax rate takes three characters as it is typed (99, 9.5), but a stored rate is shown
-    // whole: a length limit on the field would cut 12.5 to "12." and the next save would
-    // write 12.
-    txttaxrate = lineEdit(fraProject, "txttaxrate", 32767);
+    // Three characters as typed (99, 9.5); a stored 12.5 is shown whole.
+    txttaxrate = lineEdit(fraProject, "txttaxrate", 3);
     ui::decimalRule(txttaxrate, true);
-    new ui::KeyRule(txttaxrate, [](QChar key, const QLineEdit& field) {
-        if (key == u'\b' || key == u'\r')
-            return true;
-        return field.text().size() - field.selectedText().size() < 3;
-    });
     txtunitrate = ui::named(new QComboBox(fraProject), "txtunitrate");
     txtunitrate->addItems({QStringLiteral("Feet"), QStringLiteral("Metre")});
     txtunitrate->setCurrentIndex(-1);

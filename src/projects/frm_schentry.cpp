@@ -24,6 +24,12 @@ constexpr QSize kLargest(1340, 620);
 // description leaves the columns after it in view; its tool tip shows it whole.
 constexpr int kWidestColumnChars = 60;
 
+// A list or caption as it is written: an item saved with nothing picked stores an empty text,
+// never Null (a Null unit label or type of measure would list as "XXX" and "xxx").
+QString storedText(const QString& text) {
+    return text.isNull() ? QStringLiteral("") : text;
+}
+
 // Sets a list to the first entry equal to `text`; a text the list lacks leaves it as it is.
 void pickEntry(QComboBox* list, const QString& text) {
     const int i = list->findText(text);
@@ -40,7 +46,9 @@ frm_schentry::frm_schentry(QWidget* parent) : ui::Screen(parent) {
     fraSchedule = ui::named(new QGroupBox(tr("Add Schedule Items ..."), this), "fraSchedule");
     cmb_projname = ui::named(new QComboBox(fraSchedule), "cmb_projname");
     txt_schnum = ui::named(new QLineEdit(fraSchedule), "txt_schnum");
-    txt_schnum->setMaxLength(10);
+    // Ten characters as typed; a longer number that came in by a workbook or a copy loads whole,
+    // so saving it changes that item instead of making a cut one.
+    ui::typingLimit(txt_schnum, 10);
     RtItmDsc = ui::named(new QTextEdit(fraSchedule), "RtItmDsc");
     // Only the plain text is kept, so pasted formatting is not taken in; Tab moves on as in
     // every other field.
@@ -318,16 +326,20 @@ void frm_schentry::cmd_save_sch_clicked() {
     if (!rate)
         return ui::refuse(txtschitemrate, tr("The unit rate \"%1\" is not a number.").arg(rateText),
                           ui::Critical);
+    // The bills sum rates in the money type: a rate it cannot hold would break every bill of
+    // the item.
+    if (!tw::fitsMoney(*rate))
+        return ui::refuse(txtschitemrate, tw::tooLargeText(tr("Unit Rate"), *rate), ui::Critical);
     if (contractNum_.isEmpty())
         throw tw::Error(tr("No project is picked. Define a project first."));
 
     const QString schNum = txt_schnum->text();
     tw::Values values{{QStringLiteral("tw_item_desc"), RtItmDsc->toPlainText()},
                       {QStringLiteral("tw_item_rate"), *rate},
-                      {QStringLiteral("tw_unit"), cmb_unitnos->currentText()},
-                      {QStringLiteral("tw_category_name"), cmb_category->currentText()},
-                      {QStringLiteral("tw_unit_lable"), unitlbl->text()},
-                      {QStringLiteral("tw_volarea"), cmb_volarea->currentText()},
+                      {QStringLiteral("tw_unit"), storedText(cmb_unitnos->currentText())},
+                      {QStringLiteral("tw_category_name"), storedText(cmb_category->currentText())},
+                      {QStringLiteral("tw_unit_lable"), storedText(unitlbl->text())},
+                      {QStringLiteral("tw_volarea"), storedText(cmb_volarea->currentText())},
                       {QStringLiteral("tw_deduction"), 0}};
     tw::Transaction tx(con);
     if (const auto found = findItem(schNum)) {

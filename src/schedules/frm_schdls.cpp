@@ -93,19 +93,12 @@ Frm_Schdls::Frm_Schdls(QWidget* parent) : ui::Screen(parent) {
     connect(cmb_toproj, &QComboBox::activated, this,
             ui::guarded([this] { cmb_toproj_activated(); }));
     connect(CmbSchItm, &QComboBox::activated, this, ui::guarded([this] { CmbSchItm_activated(); }));
-    // A row reached with the arrow keys is picked as a click picks it.
-    const auto pickSource = [this](QTreeWidgetItem* item) {
-        if (item)
-            ui::guard([&] { Lst_Schd_itemClicked(item); });
-    };
-    const auto pickStaged = [this](QTreeWidgetItem* item) {
-        if (item)
-            ui::guard([&] { Lst_SchdA_itemClicked(item); });
-    };
-    connect(Lst_Schd, &QTreeWidget::itemClicked, this, pickSource);
-    connect(Lst_Schd, &QTreeWidget::currentItemChanged, this, pickSource);
-    connect(Lst_SchdA, &QTreeWidget::itemClicked, this, pickStaged);
-    connect(Lst_SchdA, &QTreeWidget::currentItemChanged, this, pickStaged);
+    // Only a click picks a row: moving through a grid with the keys enables no button and
+    // changes no row that a button acts on.
+    connect(Lst_Schd, &QTreeWidget::itemClicked, this,
+            [this](QTreeWidgetItem* item) { ui::guard([&] { Lst_Schd_itemClicked(item); }); });
+    connect(Lst_SchdA, &QTreeWidget::itemClicked, this,
+            [this](QTreeWidgetItem* item) { ui::guard([&] { Lst_SchdA_itemClicked(item); }); });
     connect(CmdSngl, &QPushButton::clicked, this, ui::guarded([this] { CmdSngl_clicked(); }));
     connect(CmdDbl, &QPushButton::clicked, this, ui::guarded([this] { CmdDbl_clicked(); }));
     connect(CmdRmv, &QPushButton::clicked, this, ui::guarded([this] { CmdRmv_clicked(); }));

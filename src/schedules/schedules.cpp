@@ -1,9 +1,12 @@
 #include "schedules/schedules.h"
 
+#include "reports/fill/fill_support.h"
+
 #include <QDir>
 #include <QFileInfo>
 #include <QHash>
 #include <QSet>
+#include <QSqlError>
 #include <QSqlRecord>
 
 #include <algorithm>
@@ -30,18 +33,26 @@ std::vector<StagedItem> scheduleItems(const ConClass& con, const QString& contra
     return items;
 }
 
+namespace {
+// A column of the grid as it is written: what the grid shows, so an empty cell is an empty
+// text and never Null (a Null type of measure would list as "xxx").
+QVariant gridText(const QString& text) {
+    return text.isNull() ? QStringLiteral("") : text;
+}
+} // namespace
+
 void saveStaged(const ConClass& con, const QString& destination,
                 const std::vector<StagedItem>& items) {
     Transaction action(con);
     const QString table = QStringLiteral("sch_master");
     for (const StagedItem& item : items) {
-        const Values values{{QStringLiteral("tw_item_desc"), item.description},
-                            {QStringLiteral("tw_unit"), item.unit},
+        const Values values{{QStringLiteral("tw_item_desc"), gridText(item.description)},
+                            {QStringLiteral("tw_unit"), gridText(item.unit)},
                             {QStringLiteral("tw_item_rate"), item.rate},
                             {QStringLiteral("tw_deduction"), 0},
-                            {QStringLiteral("tw_category_name"), item.category},
-                            {QStringLiteral("tw_unit_lable"), item.unitLabel},
-                            {QStringLiteral("tw_volarea"), item.measureType}};
+                            {QStringLiteral("tw_category_name"), gridText(item.category)},
+                            {QStringLiteral("tw_unit_lable"), gridText(item.unitLabel)},
+                            {QStringLiteral("tw_volarea"), gridText(item.measureType)}};
         const auto found = con.find(table, QStringLiteral("tw_contract_num=? and tw_sch_num=?"),
                                     {destination, item.number});
         if (found) {
@@ -112,19 +123,26 @@ QVariant textValue(const Cell& c) {
     return isEmpty(c) ? QVariant() : QVariant(cellText(c));
 }
 
-// The rate must be a figure: a text that is none is wrong data, not a rate of nought.
+// The rate must be a figure the bills can sum: a text that is none is wrong data, not a rate of
+// nought, and so is a rate beyond the money type.
 QVariant rateValue(const Cell& c, int row) {
     if (isEmpty(c))
         return {};
+    double rate = c.typeId() == QMetaType::Bool ? (c.toBool() ? 1.0 : 0.0) : c.toDouble();
     if (c.typeId() == QMetaType::QString) {
         const auto v = strictNumber(c.toString());
         if (!v)
             throw ImportError(
                 ImportFailure::WrongData,
                 QStringLiteral("Row %1: the rate %2 is no number.").arg(row + 1).arg(c.toString()));
-        return *v;
+        rate = *v;
     }
-    return c.toBool() && c.typeId() == QMetaType::Bool ? 1.0 : c.toDouble();
+    if (!fitsMoney(rate))
+        throw ImportError(ImportFailure::WrongData,
+                          QStringLiteral("Row %1: %2")
+                              .arg(row + 1)
+                              .arg(tooLargeText(QStringLiteral("Unit Rate"), rate)));
+    return rate;
 }
 
 // 0 means no deduction; anything else, an empty cell too, means one.
@@ -189,7 +207,7 @@ private:
     void add(int index, const QString& sch, const SheetRow& row) {
         // The existence test looks at cell A as it stands, so a made-up number is never found
         // and a second import adds such rows again.
-        if (!isEmpty(row[0]) && numbers().contains(cellText(row[0])))
+        if (!isEmpty(row[0]) && numbers().contains(reports::nocaseKey(cellText(row[0]))))
             return;
         if (std::any_of(row.begin(), row.end(), isOneBlank))
             return;
@@ -202,17 +220,18 @@ private:
                              {cols[5], knownCategory(cellText(row[5]).trimmed())
                                            ? textValue(row[5])
                                            : QVariant(QStringLiteral("Other Category"))}});
-        numbers_.insert(sch);
+        numbers_.insert(reports::nocaseKey(sch));
         countOne(counts.added);
     }
 
     // The numbers the table holds, read once and kept up to date as rows go in: a schedule of
-    // thousands of rows would otherwise be searched whole for each of its rows.
+    // thousands of rows would otherwise be searched whole for each of its rows. They are kept as
+    // the store compares texts, so "a1" finds the item "A1".
     const QSet<QString>& numbers() {
         if (!numbersRead_) {
             for (const Row& r : con_.rows(QStringLiteral("select tw_sch_num from %1").arg(table_)))
                 if (!r.isNull(0))
-                    numbers_.insert(r.text(0));
+                    numbers_.insert(reports::nocaseKey(r.text(0)));
             numbersRead_ = true;
         }
         return numbers_;
@@ -302,16 +321,31 @@ Message failureMessage(ImportFailure kind) {
 }
 
 QString exportSchedules(const ConClass& con, const Project& project, const QString& path) {
-    const Rows rows = con.keyed(scheduleTable(project));
-    std::vector<SheetRow> out;
-    out.reserve(rows.size());
-    const auto stored = [](const QVariant& v) { return v.isNull() ? Cell() : v; };
-    for (const Row& r : rows)
-        out.push_back({stored(r[0]), stored(r[1]), stored(r[2]), stored(r[3]),
-                       Cell(!r.isNull(4) && r.number(4) != 0), stored(r[5])});
+    // The table is read a row at a time as the workbook takes it: a schedule of any length is
+    // never held whole.
+    QSqlQuery rows =
+        prepared(con.db(), QStringLiteral("select * from %1").arg(scheduleTable(project)), {});
+    const auto stored = [&](int i) {
+        const QVariant v = rows.value(i);
+        return v.isNull() ? Cell() : v;
+    };
     const QString file =
         path.isEmpty() ? AppFolder::file(fileStem(project.number) + QStringLiteral(".xlsx")) : path;
-    writeSheet1(file, out);
+    writeSheet1(file, [&](SheetRow& row) {
+        if (!rows.next())
+            return false;
+        const QVariant deduction = rows.value(4);
+        row = {stored(0),
+               stored(1),
+               stored(2),
+               stored(3),
+               Cell(!deduction.isNull() && deduction.toDouble() != 0),
+               stored(5)};
+        return true;
+    });
+    // A read that failed midway ends the rows early: the workbook would lack the rest.
+    if (rows.lastError().isValid())
+        throw Error(rows.lastError().text());
     return file;
 }
 

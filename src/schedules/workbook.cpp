@@ -1,12 +1,13 @@
 #include "schedules/workbook.h"
 
+#include "schedules/workbook_xlsx.h"
+
 #include <QDataStream>
 #include <QFile>
 
 #include <freexl.h>
 #include <orcus/format_detection.hpp>
 #include <orcus/orcus_ods.hpp>
-#include <orcus/orcus_xlsx.hpp>
 #include <orcus/spreadsheet/import_interface.hpp>
 #include <xlsxwriter.h>
 
@@ -19,7 +20,6 @@
 #endif
 
 #include <algorithm>
-#include <cctype>
 #include <cerrno>
 #include <charconv>
 #include <chrono>
@@ -45,20 +45,17 @@ constexpr qint64 LargestWorkbook = 64 * 1024 * 1024;
     throw ImportError(ImportFailure::BadFormat, why);
 }
 
-// Keeps what Sheet1 holds in A to F and how far right anything stands.
+// Sheet1's cells go to the sheet; those of the other sheets are dropped.
 class SheetSink {
 public:
     explicit SheetSink(Sheet* into) : into_(into) {}
     void put(row_t row, col_t col, Cell value) {
-        if (!into_ || row < 0 || col < 0)
-            return;
-        into_->columns = std::max(into_->columns, int(col) + 1);
-        if (col < ScheduleColumns)
-            into_->rows[int(row)][size_t(col)] = std::move(value);
+        if (into_)
+            into_->put(int(row), int(col), std::move(value));
     }
 
 private:
-    Sheet* into_; // null for the other sheets, whose cells are dropped
+    Sheet* into_; // null for the other sheets
 };
 
 Cell textCell(std::string_view s) {
@@ -141,22 +138,13 @@ private:
 class References : public iface::import_reference_resolver {
 public:
     orcus::spreadsheet::src_address_t resolve_address(std::string_view ref) override {
-        orcus::spreadsheet::src_address_t at{0, 0, 0};
-        size_t i = 0;
-        long col = 0, row = 0;
-        skipDollar(ref, i);
-        for (; i < ref.size() && std::isalpha(static_cast<unsigned char>(ref[i])); ++i)
-            col = std::min(col * 26 + (std::toupper(static_cast<unsigned char>(ref[i])) - 'A' + 1),
-                           long(1) << 20);
-        skipDollar(ref, i);
-        const size_t digits = i;
-        for (; i < ref.size() && std::isdigit(static_cast<unsigned char>(ref[i])); ++i)
-            row = std::min(row * 10 + (ref[i] - '0'), long(1) << 24);
-        if (col == 0 || row == 0 || i == digits || i != ref.size())
+        const auto at = cellAddress(ref);
+        if (!at)
             throw std::invalid_argument("not a cell reference");
-        at.column = col_t(col - 1);
-        at.row = row_t(row - 1);
-        return at;
+        orcus::spreadsheet::src_address_t address{0, 0, 0};
+        address.row = row_t(at->first);
+        address.column = col_t(at->second);
+        return address;
     }
     orcus::spreadsheet::src_range_t resolve_range(std::string_view ref) override {
         const size_t colon = ref.find(':');
@@ -165,12 +153,6 @@ public:
             return {one, one};
         }
         return {resolve_address(ref.substr(0, colon)), resolve_address(ref.substr(colon + 1))};
-    }
-
-private:
-    static void skipDollar(std::string_view ref, size_t& i) {
-        if (i < ref.size() && ref[i] == '$')
-            ++i;
     }
 };
 
@@ -247,14 +229,12 @@ Sheet readZipped(const QByteArray& bytes) {
     Sheet sheet;
     Factory factory(sheet);
     try {
-        const orcus::format_t kind = orcus::detect(data, size_t(bytes.size()));
-        const std::string_view stream(bytes.constData(), size_t(bytes.size()));
-        if (kind == orcus::format_t::xlsx)
-            orcus::orcus_xlsx(&factory).read_stream(stream);
-        else if (kind == orcus::format_t::ods)
-            orcus::orcus_ods(&factory).read_stream(stream);
-        else
+        if (auto openXml = readOpenXml(bytes))
+            return std::move(*openXml);
+        if (orcus::detect(data, size_t(bytes.size())) != orcus::format_t::ods)
             badFormat(QStringLiteral("The file is no workbook."));
+        orcus::orcus_ods(&factory).read_stream(
+            std::string_view(bytes.constData(), size_t(bytes.size())));
     } catch (const ImportError&) {
         throw;
     } catch (const std::exception& e) {
@@ -493,6 +473,14 @@ Sheet readApart(const QString& path, const QByteArray& bytes) {
 
 } // namespace
 
+void Sheet::put(int row, int col, Cell value) {
+    if (row < 0 || col < 0)
+        return;
+    columns = std::max(columns, col + 1);
+    if (col < ScheduleColumns)
+        rows[row][size_t(col)] = std::move(value);
+}
+
 Sheet readSheet1(const QString& path) {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
@@ -507,17 +495,21 @@ Sheet readSheet1(const QString& path) {
 #endif
 }
 
-void writeSheet1(const QString& path, const std::vector<SheetRow>& rows) {
+void writeSheet1(const QString& path, const RowSource& next) {
     const QByteArray file = QFile::encodeName(path);
-    lxw_workbook* book = workbook_new(file.constData());
+    // Rows go to a temporary file as they are written instead of staying in memory till the
+    // end, which keeps a schedule of a million rows to a few megabytes.
+    lxw_workbook_options options{};
+    options.constant_memory = LXW_TRUE;
+    lxw_workbook* book = workbook_new_opt(file.constData(), &options);
     if (!book)
         throw Error(QStringLiteral("The workbook %1 cannot be made.").arg(path));
     lxw_worksheet* sheet = workbook_add_worksheet(book, "Sheet1");
     lxw_error failed = sheet ? LXW_NO_ERROR : LXW_ERROR_MEMORY_MALLOC_FAILED;
-    for (size_t r = 0; r < rows.size() && failed == LXW_NO_ERROR; ++r) {
+    SheetRow values;
+    for (lxw_row_t row = 0; failed == LXW_NO_ERROR && next(values); ++row) {
         for (int c = 0; c < ScheduleColumns && failed == LXW_NO_ERROR; ++c) {
-            const Cell& v = rows[r][size_t(c)];
-            const auto row = lxw_row_t(r);
+            const Cell& v = values[size_t(c)];
             const auto col = lxw_col_t(c);
             switch (v.typeId()) {
             case QMetaType::UnknownType:
@@ -542,6 +534,16 @@ void writeSheet1(const QString& path, const std::vector<SheetRow>& rows) {
     if (failed != LXW_NO_ERROR)
         throw Error(QStringLiteral("The workbook %1 cannot be written: %2")
                         .arg(path, QString::fromUtf8(lxw_strerror(failed))));
+}
+
+void writeSheet1(const QString& path, const std::vector<SheetRow>& rows) {
+    size_t i = 0;
+    writeSheet1(path, [&](SheetRow& row) {
+        if (i == rows.size())
+            return false;
+        row = rows[i++];
+        return true;
+    });
 }
 
 } // namespace tw::schedules

@@ -9,6 +9,7 @@
 #include <QVariant>
 
 #include <array>
+#include <functional>
 #include <map>
 #include <vector>
 
@@ -41,15 +42,24 @@ struct Sheet {
     int columns = 0;
     // The rows holding something in A to F, by row index from 0; rows missing here are empty.
     std::map<int, SheetRow> rows;
+
+    // Takes the value of one cell, counted from 0; only A to F are kept.
+    void put(int row, int col, Cell value);
 };
 
 // Reads Sheet1. The kind of workbook is told by the file's content, not its name, so a renamed
 // file is still read or refused for what it is. Throws ImportError (BadFormat) when the file is
-// no workbook this reader knows, is damaged or protected, or has no sheet named Sheet1.
+// no workbook this reader knows, is damaged or protected, or has no sheet named Sheet1 that can
+// be read: an import never reports success on a sheet it did not find.
 Sheet readSheet1(const QString& path);
 
-// Writes `rows` into Sheet1 of a new .xlsx at `path`, replacing any file there: texts as texts,
-// numbers as numbers, truth values as TRUE/FALSE, empty cells left out. Throws tw::Error.
+// Gives the next row to write in `row` and true, or false when there are no more.
+using RowSource = std::function<bool(SheetRow& row)>;
+// Writes the rows of `next` into Sheet1 of a new .xlsx at `path`, replacing any file there:
+// texts as texts, numbers as numbers, truth values as TRUE/FALSE, empty cells left out. Each
+// row goes to the file as it comes and is not kept, so a table of any length is written in
+// little memory. Throws tw::Error.
+void writeSheet1(const QString& path, const RowSource& next);
 void writeSheet1(const QString& path, const std::vector<SheetRow>& rows);
 
 } // namespace tw::schedules

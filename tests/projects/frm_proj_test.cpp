@@ -94,9 +94,11 @@ TEST_F(FrmProjTest, SavingWritesTrimmedFieldsBlanksAndZerosAndAnIdInAnyCaseOverw
 }
 
 TEST_F(FrmProjTest, PickingShowsTheProjectAndLeavingAWrongDatePutsItBack) {
+    const QString longName(60, u'N'); // over the 50 characters a name is typed with
     db().exec("insert into contractmaster (tw_contract_num, tw_contract_name, tw_client_ref, "
-              "tw_start_date, tw_end_date, tw_tax_rate, tw_Client_Pin) values (?,?,?,?,?,?,?)",
-              {"P1", "Tower", " ", "01-03-2024", "30-06-2024", 12.5, 0});
+              "tw_start_date, tw_end_date, tw_tax_rate, tw_Client_Pin, tw_Client_Name) values "
+              "(?,?,?,?,?,?,?,?)",
+              {"P1", "Tower", " ", "01-03-2024", "30-06-2024", 12.5, 0, longName});
     auto& w = open();
     QApplication::setActiveWindow(&w);
     ASSERT_TRUE(QTest::qWaitForWindowActive(&w));
@@ -106,6 +108,9 @@ TEST_F(FrmProjTest, PickingShowsTheProjectAndLeavingAWrongDatePutsItBack) {
     EXPECT_EQ(w.txtcontractname->text() + w.txtclientref->text() + w.txtclientpin->text(), "Tower");
     EXPECT_EQ(w.txttaxrate->text(), "12.5");
     EXPECT_EQ(w.txtunitrate->currentText(), "Feet");
+    EXPECT_EQ(w.txtclientname->text(), longName); // shown whole, and typing adds nothing
+    QTest::keyClicks(w.txtclientname, "X");
+    EXPECT_EQ(w.txtclientname->text(), longName);
 
     const QString early = "StartDate should be Less than Enddate";
     const QString late = "End date should be greater than startdate";

@@ -55,13 +55,14 @@ protected:
 TEST_F(FrmSchEntryTest, OpensOnTheFirstProjectsItemsAndADoubleClickLoadsOneWithItsOwnRate) {
     addItem("P1", "1", "Excavation", 120.5, "Cu Mt", "Volume");
     addItem("P2", "9", "Other", 1); // a metre-only category in a feet project
-    addItem("P1", "2", "Item without label", 75);
+    addItem("P1", "IMPORTED-02", "Item without label", 75); // longer than a typed number
     auto& w = open();
     EXPECT_EQ(w.cmb_projname->currentText(), "Tower");
     EXPECT_FALSE(w.cmd_delete->isEnabled());
     EXPECT_EQ(w.schlist->topLevelItemCount(), 2);
     EXPECT_EQ(line(0), (QStringList{"1", "1", "Excavation", "RCC", "120.5", "Cu Mt", "Volume"}));
-    EXPECT_EQ(line(1), (QStringList{"2", "2", "Item without label", "RCC", "75", "XXX", "xxx"}));
+    EXPECT_EQ(line(1),
+              (QStringList{"2", "IMPORTED-02", "Item without label", "RCC", "75", "XXX", "xxx"}));
     clickLine(0, true);
     EXPECT_EQ(QStringList({w.txt_schnum->text(), w.RtItmDsc->toPlainText(),
                            w.cmb_unitnos->currentText(), w.cmb_category->currentText(),
@@ -69,7 +70,7 @@ TEST_F(FrmSchEntryTest, OpensOnTheFirstProjectsItemsAndADoubleClickLoadsOneWithI
               (QStringList{"1", "Excavation", "10", "RCC", "Volume", "120.5"})); // not RCC's 7000
     clickLine(1, true); // no label and type: the caption that stands stays
     EXPECT_EQ(w.unitlbl->text(), "Cu Mt");
-    EXPECT_EQ(w.txtschitemrate->text(), "75");
+    EXPECT_EQ(w.txt_schnum->text() + " " + w.txtschitemrate->text(), "IMPORTED-02 75");
     pick(w.cmb_projname, "Villa");
     EXPECT_EQ(line(0), (QStringList{"1", "9", "Other", "PCC", "1", "XXX", "xxx"}));
     clickLine(0, true);
@@ -168,6 +169,35 @@ TEST_F(FrmSchEntryTest, SavingTheSameNumberOverwritesAndANewNumberAdds) {
     EXPECT_EQ(items("P1").size(), 2u);
     EXPECT_EQ(items("P2").size(), 1u);
     EXPECT_TRUE(messages().shown.empty());
+}
+
+TEST_F(FrmSchEntryTest, AnItemWithNothingPickedStoresEmptyTexts) {
+    open();
+    fill("1", "Item", "5");
+    save();
+    const auto rows = items("P1");
+    ASSERT_EQ(rows.size(), 1u);
+    for (const char* column : {"tw_unit", "tw_category_name", "tw_unit_lable", "tw_volarea"})
+        EXPECT_FALSE(rows[0].isNull(column)) << column;
+    EXPECT_EQ(line(0).mid(frm_schentry::UnitLabel), (QStringList{"", ""})); // not XXX and xxx
+}
+
+TEST_F(FrmSchEntryTest, RatesShowAsTheirDigitsAndOneBeyondTheMoneyRangeIsRefused) {
+    addItem("P1", "9", "Stored long ago", 1e16);
+    auto& w = open();
+    fill("1", "Tiny", "0.00005");
+    save();
+    EXPECT_EQ(line(0).value(frm_schentry::UnitRate), "10000000000000000");
+    clickLine(1, true);
+    EXPECT_EQ(w.txtschitemrate->text(), "0.00005");
+    save();
+    EXPECT_EQ(items("P1")[1].number("tw_item_rate"), 0.00005);
+
+    fill("2", "Huge", "922337203685477.5");
+    EXPECT_EQ(twtest::withRealBoxes({"OK"}, [&] { save(); }),
+              QStringList{"Unit Rate can not be more than 922,337,203,685,477"});
+    EXPECT_EQ(w.focusWidget(), w.txtschitemrate);
+    EXPECT_EQ(items("P1").size(), 2u);
 }
 
 TEST_F(FrmSchEntryTest, DeleteAsksAboutThePickedLineOnTheRealBoxAndRemovesItOnOkOnly) {

@@ -4,6 +4,7 @@
 #include "support/fixtures.h"
 
 #include <QApplication>
+#include <QTest>
 
 using twtest::messages;
 
@@ -20,7 +21,7 @@ protected:
         item("Alpha-1", "1", "Old earth work", 8, QStringLiteral("Cu Mt"), "Volume");
         item("Alpha-1", "9", "Site clearance", 2, QStringLiteral("S Mt"), "Area");
         item("Beta-1", "1", "Earth work in excavation", 10.5, QVariant(), "Volume");
-        item("Beta-1", "2", "Brick work", 300, QStringLiteral("Cu Mt"), "Volume");
+        item("Beta-1", "2", "Brick work", 0.00005, QStringLiteral("Cu Mt"), "Volume");
     }
     void item(const QString& project, const QString& number, const QString& desc, double rate,
               const QVariant& label, const QString& measure) {
@@ -46,7 +47,7 @@ protected:
                                r.text(1),
                                tw::numberText(r[2]),
                                QLatin1Char('[') + r.text(3) + QLatin1Char(']'),
-                               r.text(4),
+                               r.isNull(4) ? QStringLiteral("Null") : r.text(4),
                                tw::numberText(r[5])}
                        .join(QLatin1Char('|'));
         return out;
@@ -97,6 +98,7 @@ TEST_F(FrmSchdls, StagesMovesAndSavesOneRowPerNumber) {
     click("CmdDbl");
     EXPECT_EQ(column(screen->Lst_SchdA, 0), QStringList({"1", "9", "2", "1", "2", "1", "2"}));
     EXPECT_EQ(column(screen->Lst_SchdA, 3)[2], "Cu Mt");
+    EXPECT_EQ(column(screen->Lst_SchdA, Frm_Schdls::Rate)[2], "0.00005");
     EXPECT_EQ(column(screen->Lst_SchdA, 3)[3], "  ");
     click("CmdCncSch");
     EXPECT_EQ(stored("Alpha-1"), QStringList({"1|Old earth work|8|[Cu Mt]|Volume|1",
@@ -106,10 +108,35 @@ TEST_F(FrmSchdls, StagesMovesAndSavesOneRowPerNumber) {
     // The source's row 1 overwrote the destination's, with its Null label as two blanks; every
     // written row, the destination's own 9 too, lost its type of measure and deduction.
     EXPECT_EQ(stored("Alpha-1"),
-              QStringList({"1|Earth work in excavation|10.5|[  ]||0", "2|Brick work|300|[Cu Mt]||0",
-                           "9|Site clearance|2|[S Mt]||0"}));
+              QStringList({"1|Earth work in excavation|10.5|[  ]||0",
+                           "2|Brick work|0.00005|[Cu Mt]||0", "9|Site clearance|2|[S Mt]||0"}));
     EXPECT_EQ(stored("Beta-1").size(), 2);
     EXPECT_EQ(QApplication::overrideCursor(), nullptr);
+}
+
+TEST_F(FrmSchdls, OnlyAMouseClickInAGridEnablesItsButtons) {
+    open();
+    QApplication::setActiveWindow(screen.get());
+    ASSERT_TRUE(QTest::qWaitForWindowActive(screen.get()));
+    twtest::pick(screen->cmb_toproj, QStringLiteral("Alpha"));
+    const std::pair<QTreeWidget*, QList<QPushButton*>> grids[] = {
+        {screen->Lst_Schd, {screen->CmdSngl, screen->CmdDbl}},
+        {screen->Lst_SchdA, {screen->CmdRmv}}};
+    for (const auto& [grid, buttons] : grids) {
+        grid->setFocus(Qt::TabFocusReason);
+        for (const auto key : {Qt::Key_Down, Qt::Key_Down, Qt::Key_Up, Qt::Key_End})
+            QTest::keyClick(grid, key);
+        for (const QPushButton* b : buttons)
+            EXPECT_FALSE(b->isEnabled()) << b->objectName().toStdString();
+        QTest::mouseClick(grid->viewport(), Qt::LeftButton, {},
+                          grid->visualItemRect(grid->topLevelItem(1)).center());
+        for (const QPushButton* b : buttons)
+            EXPECT_TRUE(b->isEnabled()) << b->objectName().toStdString();
+    }
+    // The row a button acts on is the one clicked, however the keys moved since.
+    QTest::keyClick(screen->Lst_Schd, Qt::Key_Up);
+    click("CmdSngl");
+    EXPECT_EQ(column(screen->Lst_SchdA, 0), QStringList({"1", "9", "2"}));
 }
 
 TEST_F(FrmSchdls, RemoveAsksAndTouchesOnlyTheGrid) {

@@ -70,6 +70,7 @@ TEST_F(WorkbookImport, EachFormatGivesTheSameRowsCountsAndMessages) {
         std::optional<ImportFailure> failure;
         qint16 added, toCheck;
         QStringList rows; // the table afterwards: rows added before a failure stay
+        QStringList exts = {"xls", "xlsx", "ods"};
     };
     const std::vector<Case> cases{
         {"good", std::nullopt, 4, 1, GoodRows},
@@ -78,9 +79,12 @@ TEST_F(WorkbookImport, EachFormatGivesTheSameRowsCountsAndMessages) {
         {"null_value", ImportFailure::NullValue, 0, 0, {"1|Earth work|Cum|10|0|Excavation"}},
         {"wrong_data", ImportFailure::WrongData, 0, 0, {"1|Earth work|Cum|10|0|Excavation"}},
         {"no_sheet1", ImportFailure::BadFormat, 0, 0, {}},
+        // Texts in their cells (rich runs too), parts named from the package's root.
+        {"inline_absolute", std::nullopt, 4, 1, GoodRows, {"xlsx"}},
+        {"sheet1_missing", ImportFailure::BadFormat, 0, 0, {}, {"xlsx"}},
     };
-    for (const char* ext : {"xls", "xlsx", "ods"}) {
-        for (const Case& c : cases) {
+    for (const Case& c : cases) {
+        for (const QString& ext : c.exts) {
             const QString file = QStringLiteral("%1/%2.%3").arg(Workbooks, c.stem, ext);
             SCOPED_TRACE(file.toStdString());
             const Project p = project(QStringLiteral("%1-%2").arg(c.stem, ext));
@@ -108,6 +112,35 @@ TEST_F(WorkbookImport, ASecondImportAddsOnlyTheRowsWithoutANumberAgain) {
                                                "Other Category"});
     EXPECT_EQ(importedMessage(counts).text,
               "1 Schedules Added Successfully.\n1 schedule items need checking");
+}
+
+TEST_F(WorkbookImport, ANumberIsFoundAsTheStoreComparesTexts) {
+    const Project p = project(QStringLiteral("P4"));
+    db().exec(QStringLiteral("insert into Sch_%1 values ('A1','Old','Cum',5,0,'Excavation')")
+                  .arg(p.tableKey));
+    const QString file = folder() + QStringLiteral("/case.xlsx");
+    writeSheet1(file, {{"a1", "New", "Cum", 10.0, 0.0, "Excavation"},
+                       {"b2", "Other", "Cum", 20.0, 0.0, "Excavation"},
+                       {"B2", "Again", "Cum", 30.0, 0.0, "Excavation"}});
+    ImportCounts counts;
+    ASSERT_EQ(failure(p, file, &counts), std::nullopt);
+    EXPECT_EQ(counts.added, 1);
+    EXPECT_EQ(table(p), QStringList({"A1|Old|Cum|5|0|Excavation", "b2|Other|Cum|20|0|Excavation"}));
+}
+
+TEST_F(WorkbookImport, ARateBeyondTheMoneyRangeIsWrongData) {
+    const std::pair<Cell, std::optional<ImportFailure>> cases[] = {
+        {922337203685477.0, std::nullopt},
+        {QStringLiteral("-922337203685477"), std::nullopt},
+        {922337203685477.5, ImportFailure::WrongData},
+        {QStringLiteral("-1000000000000000"), ImportFailure::WrongData}};
+    for (const auto& [rate, expected] : cases) {
+        const Project p = project(rate.toString());
+        const QString file = folder() + QStringLiteral("/rate.xlsx");
+        writeSheet1(file, {{"1", "Item", "Cum", rate, 0.0, "Excavation"}});
+        EXPECT_EQ(failure(p, file), expected) << rate.toString().toStdString();
+        EXPECT_EQ(table(p).size(), expected ? 0 : 1);
+    }
 }
 
 TEST_F(WorkbookImport, AProjectWithoutItsTableGetsTheStoresFailure) {

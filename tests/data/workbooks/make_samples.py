@@ -1,9 +1,13 @@
 #!/usr/bin/python3
 """Writes the small schedule workbooks the import tests read, each as .xls, .xlsx and .ods.
 
-    /usr/bin/python3 tests/data/workbooks/make_samples.py   (the .xls files need python3-xlwt)
+    /usr/bin/python3 tests/data/workbooks/make_samples.py [STEM...]   (the .xls files need
+    python3-xlwt; with stems, only those samples are written)
 
-A cell is None (empty), a str or a number; a sheet is (name, rows)."""
+A cell is None (empty), a str, a list of str (a rich text of runs) or a number; a sheet is
+(name, rows). OPEN_XML_ONLY holds the samples of what only an .xlsx can be: strings written in
+the cell instead of a shared table, and a package whose relationships name parts from its
+root."""
 import os
 import zipfile
 from xml.sax.saxutils import escape
@@ -31,20 +35,40 @@ SAMPLES = {
                                ["2", "Brick work", "Cum", "ten", 0, "Excavation"]])],
     "no_sheet1": [("Schedule", [["1", "Earth work", "Cum", 10, 0, "Excavation"]])],
 }
+# The rows of GOOD with rich texts: runs of one text, with a phonetic reading that is no part of it.
+GOOD_RICH = [[["Earth work ", "in excavation"] if v == "Earth work in excavation" else v
+              for v in row] for row in GOOD]
+# stem: (sheets, options of write_xlsx)
+OPEN_XML_ONLY = {
+    "inline_absolute": ([("Sheet1", GOOD_RICH)], {"inline": True, "absolute": True}),
+    # The workbook lists Sheet1, but the package does not hold the part it names.
+    "sheet1_missing": ([("Sheet1", GOOD)], {"absolute": True, "drop_sheets": True}),
+}
 
 
 def col(c):
     return "ABCDEFGHIJ"[c]
 
 
-def write_xlsx(path, sheets):
+def string_item(v):
+    """The runs of a text as a string item holds them."""
+    if isinstance(v, str):
+        return '<t xml:space="preserve">%s</t>' % escape(v)
+    return "".join('<r><rPr><b/></rPr><t xml:space="preserve">%s</t></r>' % escape(run)
+                   for run in v) + '<rPh sb="0" eb="1"><t>yomi</t></rPh>'
+
+
+def write_xlsx(path, sheets, inline=False, absolute=False, drop_sheets=False):
+    """inline: texts in their cells, not in the shared table; absolute: every relationship names
+    its part from the package's root; drop_sheets: the worksheets are left out of the package."""
     strings, index = [], {}
 
     def sid(s):
-        if s not in index:
-            index[s] = len(strings)
+        key = repr(s)
+        if key not in index:
+            index[key] = len(strings)
             strings.append(s)
-        return index[s]
+        return index[key]
 
     sheet_xml = []
     for _, rows in sheets:
@@ -55,7 +79,9 @@ def write_xlsx(path, sheets):
                 ref = "%s%d" % (col(c), r + 1)
                 if v is None:
                     continue
-                if isinstance(v, str):
+                if isinstance(v, (str, list)) and inline:
+                    cells.append('<c r="%s" t="inlineStr"><is>%s</is></c>' % (ref, string_item(v)))
+                elif isinstance(v, (str, list)):
                     cells.append('<c r="%s" t="s"><v>%d</v></c>' % (ref, sid(v)))
                 else:
                     cells.append('<c r="%s"><v>%r</v></c>' % (ref, v))
@@ -67,6 +93,7 @@ def write_xlsx(path, sheets):
     main = "http://schemas.openxmlformats.org/spreadsheetml/2006/main"
     rel = "http://schemas.openxmlformats.org/officeDocument/2006/relationships"
     pkg = "http://schemas.openxmlformats.org/package/2006/relationships"
+    root = "/xl/" if absolute else ""
     with zipfile.ZipFile(path, "w", zipfile.ZIP_DEFLATED) as z:
         z.writestr("[Content_Types].xml",
                    '<?xml version="1.0" encoding="UTF-8"?><Types xmlns="http://schemas.openxmlformats.org/'
@@ -81,7 +108,8 @@ def write_xlsx(path, sheets):
                    'openxmlformats-officedocument.spreadsheetml.sharedStrings+xml"/></Types>')
         z.writestr("_rels/.rels",
                    '<?xml version="1.0" encoding="UTF-8"?><Relationships xmlns="%s"><Relationship Id="rId1" '
-                   'Type="%s/officeDocument" Target="xl/workbook.xml"/></Relationships>' % (pkg, rel))
+                   'Type="%s/officeDocument" Target="%sxl/workbook.xml"/></Relationships>'
+                   % (pkg, rel, "/" if absolute else ""))
         z.writestr("xl/workbook.xml",
                    '<?xml version="1.0" encoding="UTF-8"?><workbook xmlns="%s" xmlns:r="%s"><sheets>%s'
                    '</sheets></workbook>' % (main, rel, "".join(
@@ -89,15 +117,17 @@ def write_xlsx(path, sheets):
                        for i, (n, _) in enumerate(sheets))))
         z.writestr("xl/_rels/workbook.xml.rels",
                    '<?xml version="1.0" encoding="UTF-8"?><Relationships xmlns="%s">%s<Relationship '
-                   'Id="rIdS" Type="%s/sharedStrings" Target="sharedStrings.xml"/></Relationships>' %
-                   (pkg, "".join('<Relationship Id="rId%d" Type="%s/worksheet" Target="worksheets/'
-                                 'sheet%d.xml"/>' % (i + 1, rel, i + 1) for i in range(len(sheets))), rel))
+                   'Id="rIdS" Type="%s/sharedStrings" Target="%ssharedStrings.xml"/></Relationships>' %
+                   (pkg, "".join('<Relationship Id="rId%d" Type="%s/worksheet" Target="%sworksheets/'
+                                 'sheet%d.xml"/>' % (i + 1, rel, root, i + 1) for i in range(len(sheets))),
+                    rel, root))
         for i, x in enumerate(sheet_xml):
-            z.writestr("xl/worksheets/sheet%d.xml" % (i + 1), x)
+            if not drop_sheets:
+                z.writestr("xl/worksheets/sheet%d.xml" % (i + 1), x)
         z.writestr("xl/sharedStrings.xml",
                    '<?xml version="1.0" encoding="UTF-8"?><sst xmlns="%s" count="%d" uniqueCount="%d">%s</sst>'
                    % (main, len(strings), len(strings),
-                      "".join('<si><t xml:space="preserve">%s</t></si>' % escape(s) for s in strings)))
+                      "".join('<si>%s</si>' % string_item(s) for s in strings)))
 
 
 def write_ods(path, sheets):
@@ -147,7 +177,14 @@ def write_xls(path, sheets):
 
 
 if __name__ == "__main__":
+    import sys
+    wanted = set(sys.argv[1:])
     for stem, sheets in SAMPLES.items():
+        if wanted and stem not in wanted:
+            continue
         write_xlsx(os.path.join(HERE, stem + ".xlsx"), sheets)
         write_ods(os.path.join(HERE, stem + ".ods"), sheets)
         write_xls(os.path.join(HERE, stem + ".xls"), sheets)
+    for stem, (sheets, options) in OPEN_XML_ONLY.items():
+        if not wanted or stem in wanted:
+            write_xlsx(os.path.join(HERE, stem + ".xlsx"), sheets, **options)
