@@ -1,9 +1,9 @@
 // The desktop program: running-copy test, first run, login, splash, then the frame.
 
-#include "shell/frm_backup.h"
-#include "shell/frmsplash.h"
-#include "shell/loginform.h"
-#include "shell/tallyframe.h"
+#include "screens/shell/frm_backup.h"
+#include "screens/shell/frmsplash.h"
+#include "screens/shell/loginform.h"
+#include "screens/shell/tallyframe.h"
 #include "store/store.h"
 #include "ui/kit.h"
 

@@ -4,8 +4,8 @@
 //
 //   export_bench [ROWS]   (prints the time and the memory; exits 1 when the goal is missed)
 
+#include "core/schedules/schedules.h"
 #include "peak_memory.h"
-#include "schedules/schedules.h"
 #include "store/store.h"
 
 #include <QCoreApplication>

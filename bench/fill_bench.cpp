@@ -5,10 +5,10 @@
 //
 //   fill_bench FOLDER
 
+#include "core/reports/bulk_insert.h"
+#include "core/reports/report_run.h"
+#include "core/reports/running_bill.h"
 #include "peak_memory.h"
-#include "reports/fill/bulk_insert.h"
-#include "reports/fill/report_run.h"
-#include "reports/fill/running_bill.h"
 #include "store/store.h"
 
 #include <QCoreApplication>

@@ -3,8 +3,8 @@
 //
 //   freeze_loop FOLDER PROJECT_NAME BILL
 
-#include "reports/fill/report_run.h"
-#include "reports/fill/running_bill.h"
+#include "core/reports/report_run.h"
+#include "core/reports/running_bill.h"
 #include "store/store.h"
 
 #include <QCoreApplication>

@@ -4,7 +4,7 @@
 //
 //   reprice_bench
 
-#include "rates/reprice.h"
+#include "core/rates/reprice.h"
 #include "store/store.h"
 
 #include <QCoreApplication>

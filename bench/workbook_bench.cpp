@@ -3,7 +3,7 @@
 //
 //   workbook_bench        (prints the times; exits 1 when the import misses the goal)
 
-#include "schedules/schedules.h"
+#include "core/schedules/schedules.h"
 #include "store/store.h"
 
 #include <QCoreApplication>

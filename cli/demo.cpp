@@ -1,7 +1,7 @@
 #include "command.h"
 
-#include "measurements/cal_values.h"
-#include "reports/fill/bulk_insert.h"
+#include "core/measurements/cal_values.h"
+#include "core/reports/bulk_insert.h"
 #include "store/store.h"
 #include "values/values.h"
 

@@ -1,9 +1,9 @@
 #include "command.h"
 
-#include "reports/fill/report_run.h"
-#include "reports/fill/running_bill.h"
-#include "reports/render/paged.h"
-#include "reports/render/render.h"
+#include "core/reports/report_run.h"
+#include "core/reports/running_bill.h"
+#include "render/paged.h"
+#include "render/render.h"
 #include "store/store.h"
 
 #include <QDir>

@@ -1,6 +1,6 @@
 #include "command.h"
 
-#include "schedules/schedules.h"
+#include "core/schedules/schedules.h"
 #include "store/store.h"
 
 #include <QFileInfo>

@@ -2,12 +2,12 @@
 // shows is the one the program shows.
 
 #include "guide.h"
-#include "measurements/frm_dims.h"
-#include "payments/frm_payment.h"
-#include "projects/frm_proj.h"
-#include "projects/frm_schentry.h"
-#include "reports/frm_reports.h"
-#include "reports/rptview.h"
+#include "screens/measurements/frm_dims.h"
+#include "screens/payments/frm_payment.h"
+#include "screens/projects/frm_proj.h"
+#include "screens/projects/frm_schentry.h"
+#include "screens/reports/frm_reports.h"
+#include "screens/reports/rptview.h"
 #include "support/fixtures.h"
 #include "values/values.h"
 

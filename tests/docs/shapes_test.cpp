@@ -1,8 +1,8 @@
 // The guide's table of shapes against the shapes the program seeds and their arithmetic, and
 // the guide's links and pictures against what is there.
 
+#include "core/measurements/cal_values.h"
 #include "guide.h"
-#include "measurements/cal_values.h"
 #include "support/core_fixtures.h"
 #include "values/values.h"
 

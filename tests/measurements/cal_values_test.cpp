@@ -2,7 +2,7 @@
 // Feet: lengths in inches, divisors 144, 1728 and 12; Metre: lengths in metres, divisors 1),
 // never by calling the code under test.
 
-#include "measurements/cal_values.h"
+#include "core/measurements/cal_values.h"
 #include "values/values.h"
 
 #include <gtest/gtest.h>

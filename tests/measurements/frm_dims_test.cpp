@@ -1,6 +1,6 @@
 // The measurements entry screen, driven through its controls.
 
-#include "measurements/frm_dims.h"
+#include "screens/measurements/frm_dims.h"
 
 #include "screen_texts.h"
 

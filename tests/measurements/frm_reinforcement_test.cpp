@@ -1,6 +1,6 @@
 // The reinforcement entry screen, driven through its controls.
 
-#include "measurements/frm_reinforcement.h"
+#include "screens/measurements/frm_reinforcement.h"
 
 #include "screen_texts.h"
 

@@ -1,4 +1,4 @@
-#include "payments/frm_payment.h"
+#include "screens/payments/frm_payment.h"
 
 #include "support/fixtures.h"
 

@@ -1,4 +1,4 @@
-#include "projects/frm_proj.h"
+#include "screens/projects/frm_proj.h"
 
 #include "support/fixtures.h"
 

@@ -1,4 +1,4 @@
-#include "projects/frm_schentry.h"
+#include "screens/projects/frm_schentry.h"
 
 #include "support/fixtures.h"
 

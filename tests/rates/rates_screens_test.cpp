@@ -1,6 +1,6 @@
-#include "rates/catrateanal.h"
-#include "rates/frm_rateanalysis.h"
-#include "rates/matls.h"
+#include "screens/rates/catrateanal.h"
+#include "screens/rates/frm_rateanalysis.h"
+#include "screens/rates/matls.h"
 
 #include "support/fixtures.h"
 

@@ -1,4 +1,4 @@
-#include "rates/reprice.h"
+#include "core/rates/reprice.h"
 
 #include "support/core_fixtures.h"
 

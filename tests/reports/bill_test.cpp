@@ -1,6 +1,6 @@
 #include "cli.h"
-#include "reports/fill/running_bill.h"
-#include "reports/render/render.h"
+#include "core/reports/running_bill.h"
+#include "render/render.h"
 #include "support/core_fixtures.h"
 
 #include <functional>

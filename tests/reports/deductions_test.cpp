@@ -1,4 +1,4 @@
-#include "reports/frm_reports.h"
+#include "screens/reports/frm_reports.h"
 
 #include "support/fixtures.h"
 

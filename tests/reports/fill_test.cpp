@@ -1,5 +1,5 @@
 #include "cli.h"
-#include "reports/fill/report_run.h"
+#include "core/reports/report_run.h"
 #include "support/core_fixtures.h"
 
 #include <QFile>

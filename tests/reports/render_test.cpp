@@ -1,8 +1,8 @@
 #include "cli.h"
-#include "reports/frm_reports.h"
-#include "reports/render/figures.h"
-#include "reports/render/paged.h"
-#include "reports/render/render.h"
+#include "render/figures.h"
+#include "render/paged.h"
+#include "render/render.h"
+#include "screens/reports/frm_reports.h"
 #include "support/fixtures.h"
 
 #include <QDir>

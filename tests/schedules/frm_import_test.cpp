@@ -1,7 +1,7 @@
 // The import/export screen and its file picker, with the messages a user meets.
 
-#include "schedules/frm_impfile.h"
-#include "schedules/frm_import.h"
+#include "screens/schedules/frm_impfile.h"
+#include "screens/schedules/frm_import.h"
 #include "support/fixtures.h"
 
 #include <QApplication>

@@ -1,6 +1,6 @@
 // Copying schedule items from one project to another through the staging grid.
 
-#include "schedules/frm_schdls.h"
+#include "screens/schedules/frm_schdls.h"
 #include "support/fixtures.h"
 
 #include <QApplication>

@@ -1,7 +1,7 @@
 // Schedule workbooks in and out of a project's own table, and the files an import must refuse
 // without harm.
 
-#include "schedules/schedules.h"
+#include "core/schedules/schedules.h"
 #include "support/core_fixtures.h"
 
 #include <QDir>

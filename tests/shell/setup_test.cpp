@@ -1,12 +1,12 @@
-#include "schedules/frm_import.h"
-#include "shell/frm_backup.h"
-#include "shell/frm_changedir.h"
-#include "shell/frm_customize.h"
-#include "shell/frm_setup.h"
-#include "shell/lookfile.h"
-#include "shell/tallyframe.h"
+#include "screens/schedules/frm_import.h"
+#include "screens/shell/frm_backup.h"
+#include "screens/shell/frm_changedir.h"
+#include "screens/shell/frm_customize.h"
+#include "screens/shell/frm_setup.h"
+#include "screens/shell/tallyframe.h"
 #include "store/backup.h"
 #include "support/fixtures.h"
+#include "ui/lookfile.h"
 
 #include <QAction>
 #include <QDir>

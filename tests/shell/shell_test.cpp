@@ -1,7 +1,7 @@
-#include "shell/frm_contractinfo.h"
-#include "shell/frmsplash.h"
-#include "shell/loginform.h"
-#include "shell/tallyframe.h"
+#include "screens/shell/frm_contractinfo.h"
+#include "screens/shell/frmsplash.h"
+#include "screens/shell/loginform.h"
+#include "screens/shell/tallyframe.h"
 #include "store/backup.h"
 #include "support/fixtures.h"
 

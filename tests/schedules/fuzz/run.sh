@@ -19,8 +19,8 @@ mkdir -p "$work"
 qt="$(pkg-config --cflags Qt6Core) -fPIC"
 clang++ -std=c++20 -g -O1 -fsanitize=fuzzer,address -I"$repo/src" $qt \
     $(pkg-config --cflags liborcus-0.17 freexl xlsxwriter) \
-    "$here/workbook_fuzz.cpp" "$repo/src/schedules/workbook.cpp" \
-    "$repo/src/schedules/workbook_xlsx.cpp" "$repo/src/values/values.cpp" \
+    "$here/workbook_fuzz.cpp" "$repo/src/core/schedules/workbook.cpp" \
+    "$repo/src/core/schedules/workbook_xlsx.cpp" "$repo/src/values/values.cpp" \
     $(pkg-config --libs Qt6Core liborcus-0.17 freexl xlsxwriter) -o "$work/workbook_fuzz"
 
 if [ "$seconds" = 0 ]; then

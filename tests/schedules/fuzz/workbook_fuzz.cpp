@@ -1,7 +1,7 @@
 // libFuzzer harness over the workbook reader: every input must end in a sheet or an ImportError,
 // never a crash, a hang or a leak. Built and run by run.sh beside this file, not by the build.
 
-#include "schedules/workbook.h"
+#include "core/schedules/workbook.h"
 
 #include <QFile>
 #include <QString>

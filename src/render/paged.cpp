@@ -1,0 +1,631 @@
+#include "render/paged.h"
+
+#include "values/values.h"
+
+#include <QAbstractTextDocumentLayout>
+#include <QDir>
+#include <QFile>
+#include <QPageLayout>
+#include <QPagedPaintDevice>
+#include <QPainter>
+#include <QPdfWriter>
+#include <QRegularExpression>
+#include <QSaveFile>
+#include <QTextBlock>
+#include <QTextCursor>
+#include <QTextDocumentFragment>
+#include <QTextFrame>
+#include <QTextLayout>
+#include <QTextTable>
+
+#include <algorithm>
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace tw::reports {
+namespace {
+
+const char* const landscapeProperty = "landscape";
+
+// Qt's own layout of a report of thousands of table rows lays the whole document out at once,
+// twice over, and spends most of that finding each cell's format again: a final bill of 5,000
+// lines took over ten seconds. So a report's document only holds what its HTML says (this layout
+// lays nothing out), and printing lays it out piece by piece: tables of plain cells row by row,
+// straight from the cells Qt's parser made, their heading rows repeated on every page they run
+// onto; whatever stands between them as small documents of their own.
+class ContentOnly : public QAbstractTextDocumentLayout {
+public:
+    using QAbstractTextDocumentLayout::QAbstractTextDocumentLayout;
+    void draw(QPainter*, const PaintContext&) override {}
+    int hitTest(const QPointF&, Qt::HitTestAccuracy) const override { return -1; }
+    int pageCount() const override { return 0; }
+    QSizeF documentSize() const override { return {}; }
+    QRectF frameBoundingRect(QTextFrame*) const override { return {}; }
+    QRectF blockBoundingRect(const QTextBlock&) const override { return {}; }
+
+protected:
+    void documentChanged(int, int, int) override {}
+};
+
+void setUpDocument(QTextDocument& doc) {
+    QFont font(QStringLiteral("DejaVu Sans"));
+    font.setPointSizeF(9);
+    doc.setDefaultFont(font);
+    doc.setDocumentMargin(0);
+}
+
+// Lengths in a document's formats are CSS pixels, 96 to the inch; the device has its own.
+struct Scale {
+    qreal factor;
+    qreal operator()(qreal cssPixels) const { return cssPixels * factor; }
+};
+
+bool hasCellBorder(const QTextTableCellFormat& f) {
+    for (int p : {QTextFormat::TableCellTopBorder, QTextFormat::TableCellBottomBorder,
+                  QTextFormat::TableCellLeftBorder, QTextFormat::TableCellRightBorder})
+        if (f.doubleProperty(p) > 0)
+            return true;
+    return false;
+}
+
+// A table this printing may lay out itself: no borders and a width for the table and each of its
+// columns. Its cells are looked at as they are laid out.
+bool plainTable(const QTextTable& t) {
+    const QTextTableFormat f = t.format();
+    if (t.rows() == 0 || f.border() > 0 || f.width().type() == QTextLength::VariableLength)
+        return false;
+    const QList<QTextLength> widths = f.columnWidthConstraints();
+    return widths.size() == t.columns() &&
+           std::none_of(widths.begin(), widths.end(), [](const QTextLength& w) {
+               return w.type() == QTextLength::VariableLength;
+           });
+}
+
+// One part of the report as it is laid out at the page's width: a height, where a page may end
+// inside it, and how to paint a band of it.
+class Piece {
+public:
+    virtual ~Piece() = default;
+    virtual qreal height() const = 0;
+    // Pages may end at these heights, in order; the last is the height.
+    virtual const std::vector<qreal>& breaks() const = 0;
+    // The part of the piece between two of its heights, painted at the painter's origin.
+    virtual void paint(QPainter& p, qreal from, qreal to) const = 0;
+    // A band painted again at the top of every page the piece runs onto (a table's heading).
+    virtual qreal headingHeight() const { return 0; }
+    virtual void paintHeading(QPainter&) const {}
+};
+
+// Blocks and other tables, as a document of their own laid out by Qt. `lead` is room kept above
+// it: a document drops its first block's top margin, which under a table still counts.
+class FlowPiece : public Piece {
+public:
+    FlowPiece(QTextDocument& source, int from, int to, QPaintDevice& device, qreal width,
+              qreal lead)
+        : lead_(lead) {
+        setUpDocument(doc_);
+        doc_.setDefaultTextOption(source.defaultTextOption());
+        QTextCursor part(&source);
+        part.setPosition(from);
+        part.setPosition(to, QTextCursor::KeepAnchor);
+        QTextCursor into(&doc_);
+        into.insertFragment(QTextDocumentFragment(part));
+        // A fragment brings its first block's text but not how that block is set (a centred
+        // caption would stand at the left).
+        if (const QTextBlock first = source.findBlock(from); first.position() == from) {
+            into.movePosition(QTextCursor::Start);
+            into.setBlockFormat(first.blockFormat());
+            into.setBlockCharFormat(first.charFormat());
+        }
+        doc_.documentLayout()->setPaintDevice(&device);
+        doc_.setTextWidth(width);
+        height_ = lead + doc_.size().height();
+        // A page may end after any line of text, or after a table as a whole.
+        const QAbstractTextDocumentLayout* layout = doc_.documentLayout();
+        for (auto it = doc_.rootFrame()->begin(); !it.atEnd(); ++it) {
+            if (QTextFrame* frame = it.currentFrame()) {
+                breaks_.push_back(lead + layout->frameBoundingRect(frame).bottom());
+                continue;
+            }
+            const QTextLayout* lines = it.currentBlock().layout();
+            for (int i = 0; i < lines->lineCount(); ++i)
+                breaks_.push_back(lead + lines->position().y() + lines->lineAt(i).rect().bottom());
+        }
+        breaks_.push_back(height_);
+        std::sort(breaks_.begin(), breaks_.end());
+    }
+    qreal height() const override { return height_; }
+    const std::vector<qreal>& breaks() const override { return breaks_; }
+    void paint(QPainter& p, qreal from, qreal to) const override {
+        p.save();
+        p.translate(0, lead_ - from);
+        const_cast<QTextDocument&>(doc_).drawContents(
+            &p, QRectF(0, from - lead_, doc_.textWidth(), to - from));
+        p.restore();
+    }
+
+private:
+    QTextDocument doc_;
+    qreal lead_ = 0, height_ = 0;
+    std::vector<qreal> breaks_;
+};
+
+// A plain table laid out row by row: each cell's blocks are laid out in the cell's width, a
+// row is as high as its highest cell, and a page may end between any two rows.
+class TablePiece : public Piece {
+public:
+    TablePiece(const QTextTable& table, const QTextDocument& doc, Scale px, qreal width) {
+        const QTextTableFormat f = table.format();
+        const QTextLength w = f.width();
+        const qreal tableWidth = std::min(
+            width, w.type() == QTextLength::PercentageLength ? w.value(width) : px(w.rawValue()));
+        spacing_ = px(f.cellSpacing());
+        const qreal frame = px(f.padding());
+        left_ = f.alignment() & Qt::AlignHCenter ? (width - tableWidth) / 2
+                : f.alignment() & Qt::AlignRight ? width - tableWidth
+                                                 : 0;
+        left_ += px(f.leftMargin()) + frame;
+        const qreal columnsWidth = tableWidth - px(f.leftMargin()) - px(f.rightMargin()) -
+                                   2 * frame - (table.columns() + 1) * spacing_;
+        std::vector<qreal> widths;
+        for (const QTextLength& c : f.columnWidthConstraints())
+            widths.push_back(c.type() == QTextLength::PercentageLength ? c.value(columnsWidth)
+                                                                       : px(c.rawValue()));
+        background_ = f.background();
+        top_ = px(f.topMargin()) + frame + spacing_;
+        bottom_ = px(f.bottomMargin()) + frame;
+        headingRows_ = std::min(f.headerRowCount(), table.rows());
+
+        // A column too narrow for its text (a figure that may not wrap, a long word) is widened,
+        // and the columns with room to spare pay for it in proportion to that room.
+        const auto laid = layOut(table, doc, px, widths, true);
+        if (!laid)
+            return;
+        const std::vector<qreal>& least = *laid;
+        qreal short_ = 0, spare = 0;
+        for (size_t c = 0; c < widths.size(); ++c) {
+            short_ += std::max<qreal>(0, least[c] - widths[c]);
+            spare += std::max<qreal>(0, widths[c] - least[c]);
+        }
+        if (short_ > 0.5 && spare > 0) {
+            const qreal share = std::min<qreal>(1, short_ / spare);
+            for (size_t c = 0; c < widths.size(); ++c)
+                widths[c] =
+                    least[c] > widths[c] ? least[c] : widths[c] - (widths[c] - least[c]) * share;
+        }
+        layOut(table, doc, px, widths, false);
+        // A cell over several rows makes the last of them higher when it needs the room.
+        for (size_t r = 0; r < rows_.size(); ++r)
+            for (const Cell& cell : rows_[r].cells)
+                if (const qreal need = cell.height - spanHeight(r, cell.rows); need > 0)
+                    rows_[r + size_t(cell.rows) - 1].height += need;
+        qreal y = top_;
+        for (int r = 0; r < headingRows_; ++r)
+            y += rows_[size_t(r)].height;
+        headingHeight_ = y - top_;
+        // A page may end after the heading with its first row, and after any row from there on.
+        for (size_t r = size_t(headingRows_); r < rows_.size(); ++r) {
+            y += rows_[r].height;
+            rowBottoms_.push_back(y);
+        }
+        if (rowBottoms_.empty())
+            rowBottoms_.push_back(y);
+        height_ = y + bottom_;
+        breaks_ = rowBottoms_;
+        breaks_.back() = height_;
+    }
+    // False for a table left to Qt.
+    bool plain() const { return plain_; }
+    qreal height() const override { return height_; }
+    const std::vector<qreal>& breaks() const override { return breaks_; }
+    qreal headingHeight() const override { return headingHeight_; }
+    void paintHeading(QPainter& p) const override { paintRows(p, 0, headingRows_, 0); }
+    void paint(QPainter& p, qreal from, qreal to) const override {
+        // The rows ending within the band: the heading's rows stand before the first one.
+        const auto first = std::upper_bound(rowBottoms_.begin(), rowBottoms_.end(), from + 0.01);
+        const auto last = std::upper_bound(rowBottoms_.begin(), rowBottoms_.end(), to + 0.01);
+        int begin = headingRows_ + int(first - rowBottoms_.begin());
+        const int end = headingRows_ + int(last - rowBottoms_.begin());
+        qreal y = (first == rowBottoms_.begin() ? top_ + headingHeight_ : *(first - 1)) - from;
+        if (from < top_ + headingHeight_) {
+            paintRows(p, 0, headingRows_, top_ - from);
+            begin = std::max(begin, headingRows_);
+        }
+        paintRows(p, begin, std::min(end, int(rows_.size())), y);
+    }
+
+private:
+    struct Cell {
+        qreal x = 0, width = 0, left = 0, top = 0, height = 0;
+        int rows = 1;
+        QBrush background;
+        QTextCharFormat::VerticalAlignment align = QTextCharFormat::AlignNormal;
+        std::vector<QTextBlock> blocks;
+        std::vector<std::pair<QRectF, QBrush>> blockBackgrounds;
+    };
+    struct Row {
+        qreal height = 0;
+        std::vector<Cell> cells;
+    };
+
+    // Lays every cell out in the columns' widths. `measuring` lays out only what decides the
+    // widths, and gives the least width each column needs: the whole of a figure that may not
+    // wrap, and in the heading the longest word (a word is not broken then, so that its width
+    // counts). Gives nothing for a cell that is more than text, has a border, or spans rows
+    // below the heading. A block laid out while measuring at its final width is kept as it is.
+    std::optional<std::vector<qreal>> layOut(const QTextTable& table, const QTextDocument& doc,
+                                             Scale px, const std::vector<qreal>& widths,
+                                             bool measuring) {
+        const qreal padding = px(table.format().cellPadding());
+        columnX_.clear();
+        qreal x = left_ + spacing_;
+        for (const qreal w : widths) {
+            columnX_.push_back(x);
+            x += w + spacing_;
+        }
+        columnX_.push_back(x);
+        right_ = x;
+        std::vector<qreal> least(widths.size(), 0);
+        const QTextOption option = doc.defaultTextOption();
+        const qreal indentWidth = doc.indentWidth();
+        rows_.assign(size_t(table.rows()), Row{});
+        for (int r = 0; r < table.rows(); ++r) {
+            Row& row = rows_[size_t(r)];
+            for (int c = 0; c < table.columns();) {
+                const QTextTableCell cell = table.cellAt(r, c);
+                const int span = cell.columnSpan();
+                if (cell.row() != r) { // a heading cell from the row above reaches down here
+                    c += span;
+                    continue;
+                }
+                const QTextTableCellFormat cf = cell.format().toTableCellFormat();
+                if ((cell.rowSpan() > 1 && r + cell.rowSpan() > headingRows_) || hasCellBorder(cf))
+                    return std::nullopt;
+                const auto pad = [&](QTextFormat::Property p) {
+                    return cf.hasProperty(p) ? px(cf.doubleProperty(p)) : padding;
+                };
+                Cell out;
+                out.x = columnX_[size_t(c)];
+                out.width =
+                    columnX_[size_t(std::min(c + span, table.columns()))] - spacing_ - out.x;
+                out.left = pad(QTextFormat::TableCellLeftPadding);
+                out.top = pad(QTextFormat::TableCellTopPadding);
+                out.background = cf.background();
+                out.align = cf.verticalAlignment();
+                out.rows = cell.rowSpan();
+                const qreal rightPad = pad(QTextFormat::TableCellRightPadding);
+                const qreal inner = out.width - out.left - rightPad;
+                qreal y = 0, lastBottom = 0;
+                bool first = true;
+                for (auto it = cell.begin(); !it.atEnd(); ++it) {
+                    const QTextBlock block = it.currentBlock();
+                    if (it.currentFrame() ||
+                        block.text().contains(QChar::ObjectReplacementCharacter))
+                        return std::nullopt;
+                    const QTextBlockFormat bf = block.blockFormat();
+                    // Margins between blocks collapse to the larger one, as in any document.
+                    y += first ? px(bf.topMargin()) : std::max(px(bf.topMargin()), lastBottom);
+                    first = false;
+                    lastBottom = px(bf.bottomMargin());
+                    const bool heading = r < headingRows_, nowrap = bf.nonBreakableLines();
+                    if (measuring && !heading && !nowrap)
+                        continue;
+                    QTextOption o = option;
+                    if (bf.hasProperty(QTextFormat::BlockAlignment))
+                        o.setAlignment(bf.alignment());
+                    if (nowrap)
+                        o.setWrapMode(QTextOption::ManualWrap);
+                    else if (measuring && o.wrapMode() == QTextOption::WrapAtWordBoundaryOrAnywhere)
+                        o.setWrapMode(QTextOption::WordWrap);
+                    QTextLayout* lines = block.layout();
+                    const qreal indent = px(bf.leftMargin() + bf.indent() * indentWidth);
+                    const qreal lineWidth =
+                        std::max<qreal>(0, inner - indent - px(bf.rightMargin()));
+                    const qreal blockTop = y;
+                    if (!measuring && nowrap && lines->lineCount() > 0 &&
+                        lines->lineAt(0).width() == lineWidth && lines->lineAt(0).y() == y) {
+                        for (int i = 0; i < lines->lineCount(); ++i)
+                            y += lines->lineAt(i).height();
+                    } else {
+                        lines->setTextOption(o);
+                        lines->beginLayout();
+                        for (QTextLine line = lines->createLine(); line.isValid();
+                             line = lines->createLine()) {
+                            line.setLeadingIncluded(true);
+                            line.setLineWidth(lineWidth);
+                            line.setPosition(QPointF(indent, y));
+                            y += line.height();
+                        }
+                        lines->endLayout();
+                    }
+                    if (measuring && span == 1) {
+                        qreal used = nowrap ? 0 : lines->minimumWidth();
+                        for (int i = 0; nowrap && i < lines->lineCount(); ++i)
+                            used = std::max(used, lines->lineAt(i).naturalTextWidth());
+                        least[size_t(c)] =
+                            std::max(least[size_t(c)],
+                                     used + indent + px(bf.rightMargin()) + out.left + rightPad);
+                    }
+                    if (bf.background().style() != Qt::NoBrush)
+                        out.blockBackgrounds.push_back(
+                            {QRectF(indent, blockTop, lineWidth, y - blockTop), bf.background()});
+                    out.blocks.push_back(block);
+                }
+                out.height = out.top + y + lastBottom + pad(QTextFormat::TableCellBottomPadding);
+                if (out.rows == 1)
+                    row.height = std::max(row.height, out.height);
+                row.cells.push_back(std::move(out));
+                c += span;
+            }
+            row.height += spacing_;
+        }
+        plain_ = true;
+        return least;
+    }
+
+    // The height of `count` rows from `first`, without the spacing under the last.
+    qreal spanHeight(size_t first, int count) const {
+        qreal h = -spacing_;
+        for (size_t r = first; r < std::min(rows_.size(), first + size_t(count)); ++r)
+            h += rows_[r].height;
+        return h;
+    }
+
+    void paintRows(QPainter& p, int begin, int end, qreal y) const {
+        for (int r = begin; r < end; ++r) {
+            const Row& row = rows_[size_t(r)];
+            if (background_.style() != Qt::NoBrush)
+                p.fillRect(QRectF(left_, y, right_ - left_, row.height), background_);
+            for (const Cell& cell : row.cells) {
+                const qreal h = spanHeight(size_t(r), cell.rows);
+                if (cell.background.style() != Qt::NoBrush)
+                    p.fillRect(QRectF(cell.x, y, cell.width, h), cell.background);
+                qreal dy = 0;
+                if (cell.align == QTextCharFormat::AlignMiddle)
+                    dy = (h - cell.height) / 2;
+                else if (cell.align == QTextCharFormat::AlignBottom)
+                    dy = h - cell.height;
+                const QPointF at(cell.x + cell.left, y + cell.top + dy);
+                for (const auto& [rect, brush] : cell.blockBackgrounds)
+                    p.fillRect(rect.translated(at), brush);
+                for (const QTextBlock& b : cell.blocks)
+                    b.layout()->draw(&p, at);
+            }
+            y += row.height;
+        }
+    }
+
+    std::vector<qreal> columnX_;
+    std::vector<Row> rows_;
+    std::vector<qreal> rowBottoms_, breaks_;
+    QBrush background_;
+    qreal spacing_ = 0, left_ = 0, right_ = 0, top_ = 0, bottom_ = 0;
+    qreal headingHeight_ = 0, height_ = 0;
+    int headingRows_ = 0;
+    bool plain_ = false;
+};
+
+// A band of a piece on a page.
+struct Band {
+    const Piece* piece;
+    qreal from, to, at;
+    bool heading; // the piece's heading, repeated
+};
+
+// Splits the pieces into pages of `pageHeight`: a page ends at the last break of a piece that
+// fits, and a piece that goes on to the next page puts its heading at the top of it. Gives no
+// pages when something that may not be split is taller than a page.
+std::vector<std::vector<Band>> paginate(const std::vector<std::unique_ptr<Piece>>& pieces,
+                                        qreal pageHeight) {
+    std::vector<std::vector<Band>> pages(1);
+    qreal y = 0;
+    for (const auto& piece : pieces) {
+        const std::vector<qreal>& breaks = piece->breaks();
+        qreal from = 0;
+        bool continued = false;
+        while (from < piece->height()) {
+            const qreal heading = continued ? piece->headingHeight() : 0;
+            const qreal room = pageHeight - y - heading;
+            // The furthest break that fits on this page.
+            auto fit = std::upper_bound(breaks.begin(), breaks.end(), from + room + 0.01);
+            if (fit == breaks.begin() || *(fit - 1) <= from) {
+                if (y == 0)
+                    return {}; // not even a fresh page holds it
+                pages.emplace_back();
+                y = 0;
+                continue;
+            }
+            const qreal to = *(fit - 1);
+            if (heading > 0) {
+                pages.back().push_back({piece.get(), 0, heading, y, true});
+                y += heading;
+            }
+            pages.back().push_back({piece.get(), from, to, y, false});
+            y += to - from;
+            from = to;
+            if (from < piece->height()) {
+                pages.emplace_back();
+                y = 0;
+                continued = true;
+            }
+        }
+    }
+    return pages;
+}
+
+// The title at the foot of each page, and "Page N of M".
+void paintFoot(QPainter& painter, QPagedPaintDevice& device, const QTextDocument& doc, QRectF foot,
+               int page, int pages) {
+    QFont footFont = doc.defaultFont();
+    footFont.setPointSizeF(8);
+    painter.setFont(QFont(footFont, &device));
+    painter.setPen(Qt::darkGray);
+    const qreal quarter = foot.height() / 4;
+    painter.drawLine(
+        QLineF(foot.topLeft() + QPointF(0, quarter), foot.topRight() + QPointF(0, quarter)));
+    painter.drawText(foot, Qt::AlignLeft | Qt::AlignBottom,
+                     doc.metaInformation(QTextDocument::DocumentTitle));
+    painter.drawText(foot, Qt::AlignRight | Qt::AlignBottom,
+                     QStringLiteral("Page %1 of %2").arg(page + 1).arg(pages));
+}
+
+// The report cut into pieces at its plain tables, each laid out for the device.
+std::vector<std::unique_ptr<Piece>> piecesOf(QTextDocument& doc, QPaintDevice& device,
+                                             qreal width) {
+    const Scale px{device.logicalDpiY() / 96.0};
+    std::vector<std::unique_ptr<Piece>> pieces;
+    int from = -1, to = -1;
+    qreal lead = 0;
+    bool afterTable = false;
+    const auto flow = [&] {
+        if (from >= 0)
+            pieces.push_back(std::make_unique<FlowPiece>(doc, from, to, device, width, lead));
+        from = -1;
+    };
+    for (auto it = doc.rootFrame()->begin(); !it.atEnd(); ++it) {
+        int start = 0, end = 0;
+        if (QTextFrame* frame = it.currentFrame()) {
+            if (auto* table = qobject_cast<QTextTable*>(frame); table && plainTable(*table)) {
+                if (auto piece = std::make_unique<TablePiece>(*table, doc, px, width);
+                    piece->plain()) {
+                    flow();
+                    pieces.push_back(std::move(piece));
+                    afterTable = true;
+                    continue;
+                }
+            }
+            afterTable = false;
+            start = frame->firstPosition() - 1;
+            end = frame->lastPosition() + 1;
+        } else {
+            // The empty block that closes a table takes no room under it.
+            if (std::exchange(afterTable, false) && it.currentBlock().length() == 1)
+                continue;
+            start = it.currentBlock().position();
+            end = start + it.currentBlock().length() - 1;
+        }
+        if (from < 0) {
+            from = start;
+            lead = !pieces.empty() && !it.currentFrame()
+                       ? px(it.currentBlock().blockFormat().topMargin())
+                       : 0;
+        }
+        to = end;
+    }
+    flow();
+    return pieces;
+}
+
+// Qt's own layout of the whole document, for a report this printing cannot cut into pieces.
+int printWhole(QTextDocument& doc, QPagedPaintDevice& device, QPainter& painter, const QSizeF& body,
+               const QRectF& foot) {
+    if (dynamic_cast<ContentOnly*>(doc.documentLayout()))
+        doc.setDocumentLayout(nullptr); // Qt's layout takes its place
+    doc.documentLayout()->setPaintDevice(&device);
+    doc.setPageSize(body);
+    const int pages = doc.pageCount();
+    for (int page = 0; page < pages; ++page) {
+        if (page > 0)
+            device.newPage();
+        painter.save();
+        painter.translate(0, -page * body.height());
+        doc.drawContents(&painter, QRectF(QPointF(0, page * body.height()), body));
+        painter.restore();
+        paintFoot(painter, device, doc, foot, page, pages);
+    }
+    // The device may go once printing is done: the document lays itself out anew for the screen.
+    doc.documentLayout()->setPaintDevice(nullptr);
+    doc.setPageSize(QSizeF());
+    return pages;
+}
+
+} // namespace
+
+std::unique_ptr<QTextDocument> makeDocument(const QString& html) {
+    auto doc = std::make_unique<QTextDocument>();
+    doc->setDocumentLayout(new ContentOnly(doc.get()));
+    setUpDocument(*doc);
+    doc->setHtml(html);
+    // The HTML reader keeps no <meta> but the title, so the page's orientation is read here.
+    static const QRegularExpression landscape(
+        QStringLiteral("<meta\\s+name=\"orientation\"\\s+content=\"landscape\""),
+        QRegularExpression::CaseInsensitiveOption);
+    doc->setProperty(landscapeProperty, landscape.match(html).hasMatch());
+    return doc;
+}
+
+bool isLandscape(const QTextDocument& doc) {
+    return doc.property(landscapeProperty).toBool();
+}
+
+int printDocument(QTextDocument& doc, QPagedPaintDevice& device) {
+    QPainter painter;
+    if (!painter.begin(&device))
+        throw Error(QStringLiteral("The printer or file cannot be written."));
+    // Everything is laid out in the device's own units, so that fonts keep their point sizes.
+    const QRect paper = device.pageLayout().paintRectPixels(device.logicalDpiY());
+    const qreal footHeight = device.logicalDpiY() * 0.3; // a line of 9 pt text and some air
+    const QSizeF body(paper.width(), paper.height() - footHeight);
+    const QRectF foot(0, paper.height() - footHeight, body.width(), footHeight);
+
+    auto* content = dynamic_cast<ContentOnly*>(doc.documentLayout());
+    if (!content) {
+        const int pages = printWhole(doc, device, painter, body, foot);
+        painter.end();
+        return pages;
+    }
+    content->setPaintDevice(&device); // the cells' fonts are measured for the device
+    const auto pieces = piecesOf(doc, device, body.width());
+    const auto pages = paginate(pieces, body.height());
+    if (pages.empty()) {
+        const int count = printWhole(doc, device, painter, body, foot);
+        painter.end();
+        return count;
+    }
+    const int count = int(pages.size());
+    for (int page = 0; page < count; ++page) {
+        if (page > 0)
+            device.newPage();
+        painter.setPen(Qt::black);
+        for (const Band& band : pages[size_t(page)]) {
+            painter.save();
+            painter.translate(0, band.at);
+            if (band.heading)
+                band.piece->paintHeading(painter);
+            else
+                band.piece->paint(painter, band.from, band.to);
+            painter.restore();
+        }
+        paintFoot(painter, device, doc, foot, page, count);
+    }
+    painter.end();
+    // The laid-out lines of every cell go with a new layout; the next printing lays them out
+    // again for its own device.
+    doc.setDocumentLayout(new ContentOnly(&doc));
+    return count;
+}
+
+int writePdf(QTextDocument& doc, const QString& path) {
+    // QPdfWriter reports nothing when it cannot open its file, so the file is tried first.
+    {
+        QFile probe(path);
+        if (!probe.open(QIODevice::WriteOnly))
+            throw Error(QStringLiteral("%1 cannot be written: %2")
+                            .arg(QDir::toNativeSeparators(path), probe.errorString()));
+    }
+    QPdfWriter pdf(path);
+    pdf.setCreator(QStringLiteral("Tallywright"));
+    pdf.setTitle(doc.metaInformation(QTextDocument::DocumentTitle));
+    setUpPage(pdf, isLandscape(doc));
+    return printDocument(doc, pdf);
+}
+
+void writeText(const QString& text, const QString& path) {
+    QSaveFile f(path);
+    if (!f.open(QIODevice::WriteOnly) || f.write(text.toUtf8()) < 0 || !f.commit())
+        throw Error(QStringLiteral("%1 cannot be written: %2")
+                        .arg(QDir::toNativeSeparators(path), f.errorString()));
+}
+
+} // namespace tw::reports

@@ -1,0 +1,602 @@
+#include "render/render.h"
+
+#include "core/reports/fill_support.h"
+#include "render/figures.h"
+#include "values/values.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QHash>
+#include <QMetaType>
+#include <QRegularExpression>
+#include <QSqlField>
+
+#include <kainjow/mustache.hpp>
+
+#include <algorithm>
+#include <functional>
+#include <optional>
+
+namespace tw::reports {
+namespace {
+
+namespace mu = kainjow::mustache;
+
+std::string str(const QString& s) {
+    return s.toStdString();
+}
+
+// A text for the layout. An empty one is false, so that {{#name}}...{{/name}} stands only
+// where there is something to show.
+mu::data val(const QString& s) {
+    if (s.isEmpty())
+        return mu::data(false);
+    return mu::data(s.toStdString());
+}
+
+QString layoutsIn(const QString& dir) {
+    return QDir(dir).filePath(QStringLiteral("layouts"));
+}
+
+QString readLayout(const QString& path) {
+    QFile f(path);
+    if (!f.open(QIODevice::ReadOnly))
+        throw Error(QStringLiteral("The report layout %1 cannot be read: %2")
+                        .arg(QDir::toNativeSeparators(path), f.errorString()));
+    return QString::fromUtf8(f.readAll());
+}
+
+// A stored value as text: numbers printed with no format, texts as they stand.
+QString plainText(const QVariant& v) {
+    if (v.isNull())
+        return {};
+    if (v.typeId() == QMetaType::QString)
+        return v.toString();
+    return numberText(v);
+}
+
+bool isNumericColumn(const QSqlField& f) {
+    switch (f.metaType().id()) {
+    case QMetaType::Double:
+    case QMetaType::Int:
+    case QMetaType::LongLong:
+        return true;
+    default:
+        return false;
+    }
+}
+
+// The figure in a value: a number as stored, or the leading number of a text (shares are kept
+// as formatted text such as "75.").
+double figure(const QVariant& v) {
+    if (v.typeId() == QMetaType::QString)
+        return leadingNumber(v.toString());
+    return v.toDouble();
+}
+
+// A text that holds a figure: a number, or a share printed as "##.##" ("75.", "." for 0).
+bool isFigureText(const QString& t) {
+    return t == QLatin1String(".") || strictNumber(t).has_value();
+}
+
+// The columns of a table as the layout names them, read once for all its rows. A column is a
+// figure column when its declared type is numeric, or when every value in it is a figure
+// (columns without a declared type keep shares as printed text). Only the columns `named` finds
+// in the layout go into the rows: a value per column and row in three forms would hold over a
+// hundred megabytes on a bill of thousands of lines, nearly all of it never printed.
+struct Columns {
+    explicit Columns(const Rows& rows, const std::function<bool(const QString&)>& named = nullptr) {
+        if (rows.empty())
+            return;
+        const QSqlRecord rec = rows.front().record();
+        for (int i = 0; i < rec.count(); ++i) {
+            const QString name = rec.fieldName(i);
+            names.push_back(str(name));
+            qtNames.push_back(name);
+            bool declared = isNumericColumn(rec.field(i)), figures = true, any = false;
+            for (const Row& r : rows) {
+                const QVariant v = r.value(i);
+                if (v.isNull())
+                    continue;
+                any = true;
+                if (v.typeId() == QMetaType::QString && !isFigureText(v.toString())) {
+                    figures = false;
+                    break;
+                }
+            }
+            numeric.push_back(any ? figures : declared);
+            wanted.push_back(!named || named(name));
+        }
+    }
+    std::vector<std::string> names;
+    std::vector<QString> qtNames;
+    std::vector<bool> numeric;
+    std::vector<bool> wanted;
+};
+
+// A figure with its two printed forms, for name, name_q and name_m.
+void putFigure(mu::data& o, const std::string& name, double v) {
+    o[name] = val(doubleText(v));
+    o[name + "_q"] = val(quantity(v));
+    o[name + "_m"] = val(money(v));
+}
+
+// Sums of the numeric columns of some rows; a Null adds nothing.
+class Sums {
+public:
+    explicit Sums(const Columns& c) : columns_(c), sums_(c.names.size(), 0.0) {}
+    void add(const Row& r) {
+        for (size_t i = 0; i < sums_.size(); ++i) {
+            if (!columns_.numeric[i])
+                continue;
+            if (const QVariant v = r.value(int(i)); !v.isNull())
+                sums_[i] += figure(v);
+        }
+    }
+    double operator[](const QString& column) const {
+        for (size_t i = 0; i < sums_.size(); ++i)
+            if (columns_.qtNames[i].compare(column, Qt::CaseInsensitive) == 0)
+                return sums_[i];
+        return 0.0;
+    }
+    mu::data object() const {
+        mu::data o;
+        for (size_t i = 0; i < sums_.size(); ++i)
+            if (columns_.numeric[i])
+                putFigure(o, columns_.names[i], sums_[i]);
+        return o;
+    }
+
+private:
+    const Columns& columns_;
+    std::vector<double> sums_;
+};
+
+// Every column of a row by its name, numeric ones also formatted.
+mu::data rowObject(const Row& r, const Columns& c) {
+    mu::data o;
+    for (size_t i = 0; i < c.names.size(); ++i) {
+        if (!c.wanted[i])
+            continue;
+        const QVariant v = r.value(int(i));
+        o[c.names[i]] = val(plainText(v));
+        if (!c.numeric[i])
+            continue;
+        if (v.isNull()) {
+            o[c.names[i] + "_q"] = mu::data(false);
+            o[c.names[i] + "_m"] = mu::data(false);
+        } else {
+            const double x = figure(v);
+            o[c.names[i] + "_q"] = val(quantity(x));
+            o[c.names[i] + "_m"] = val(money(x));
+        }
+    }
+    return o;
+}
+
+// A project's record: a text field left empty is stored as one blank, a digits field as "0";
+// both show as nothing.
+mu::data recordObject(const Row& r) {
+    mu::data o = rowObject(r, Columns(Rows{r}));
+    const QSqlRecord rec = r.record();
+    for (int i = 0; i < rec.count(); ++i) {
+        const QString t = rec.value(i).toString().trimmed();
+        if (!isNumericColumn(rec.field(i)) && (t.isEmpty() || t == QLatin1String("0")))
+            o[str(rec.fieldName(i))] = mu::data(false);
+    }
+    return o;
+}
+
+void putMoney(mu::data& o, const char* name, double v) {
+    putFigure(o, name, v);
+    o[std::string(name) + "_words"] = val(amountInWords(v));
+}
+
+// ---- the detailed estimate rows ----------------------------------------------------------------
+
+bool isDeduction(const Row& r) {
+    return r.text(QStringLiteral("test")) == QLatin1String("Deduction");
+}
+
+// One measurement line: its narration, dimensions as the project measures, and its quantity
+// with the sign it carries in the item's total.
+void addEstimationLine(mu::data& o, const Row& r, bool feet, int line) {
+    const bool ded = isDeduction(r);
+    o["is_deduction"] = mu::data(ded);
+    o["line"] = mu::data(std::to_string(line));
+    o["narration"] = val(
+        r.text(ded ? QStringLiteral("tw_item_narration_d") : QStringLiteral("tw_item_narration")));
+    QStringList dims;
+    for (int i = 1; i <= 4; ++i) {
+        const double whole = r.number(QStringLiteral("tw_dim%1").arg(i));
+        const auto fraction =
+            qint64(r.value(QStringLiteral("tw_dim%1_inches").arg(i)).toLongLong());
+        const QString d = dimensionText(whole, fraction, feet);
+        o["dim" + std::to_string(i)] = val(d);
+        if (!d.isEmpty())
+            dims << d;
+    }
+    o["dims"] = val(dims.join(QStringLiteral(" \u00d7 ")));
+    // "cuboid_volume" reads as "cuboid volume" and wraps like words in a narrow column.
+    o["shape_name"] = val(r.text(QStringLiteral("Shape")).replace(u'_', u' ').simplified());
+    const double qty = r.number(QStringLiteral("tw_cal_Area"));
+    o["signed_qty_q"] = val(quantity(ded ? -qty : qty));
+}
+
+// The rows in runs of one group number, as the fill numbered them. Every line knows its item's
+// serial, whether it opens or closes its item, and the line that closes an item also carries
+// the net quantity of the item's lines, so a layout can print a long bill from `rows` alone.
+// `groups` (built only for a layout that names it) holds each item once: its first row's columns
+// (item number, description, unit, rate), its lines, its last row as `last` (where the net pass
+// leaves the item's figures), the sums of its rows as `total` and its net quantity.
+void addEstimation(mu::data& ctx, const Rows& rows, const Columns& c, bool feet, bool wantGroups) {
+    mu::data list{mu::data::type::list};
+    mu::data groups{mu::data::type::list};
+    double amount = 0, electrical = 0, plumbing = 0;
+    int serial = 0;
+    for (size_t begin = 0; begin < rows.size();) {
+        const QVariant key = rows[begin].value(QStringLiteral("tw_recordkey"));
+        size_t end = begin;
+        while (end < rows.size() && rows[end].value(QStringLiteral("tw_recordkey")) == key)
+            ++end;
+        ++serial;
+        Sums sums(c);
+        for (size_t i = begin; i < end; ++i)
+            sums.add(rows[i]);
+        const double netQty = sums[QStringLiteral("ndamt")] - sums[QStringLiteral("Damt")];
+        mu::data lines{mu::data::type::list};
+        for (size_t i = begin; i < end; ++i) {
+            mu::data line = rowObject(rows[i], c);
+            addEstimationLine(line, rows[i], feet, int(i - begin + 1));
+            line["serial"] = mu::data(std::to_string(serial));
+            line["is_first"] = mu::data(i == begin);
+            line["is_last"] = mu::data(i + 1 == end);
+            if (i + 1 == end)
+                putFigure(line, "net_qty", netQty);
+            if (wantGroups)
+                lines.push_back(line);
+            list.push_back(line);
+        }
+        const Row& last = rows[end - 1];
+        if (wantGroups) {
+            mu::data group = rowObject(rows[begin], c);
+            group["serial"] = mu::data(std::to_string(serial));
+            group["rows"] = std::move(lines);
+            group["last"] = rowObject(last, c);
+            group["total"] = sums.object();
+            putFigure(group, "net_qty", netQty);
+            groups.push_back(group);
+        }
+        amount += figure(last.value(QStringLiteral("net_amt")));
+        electrical += figure(last.value(QStringLiteral("ewp_amt")));
+        plumbing += figure(last.value(QStringLiteral("wws_amt")));
+        begin = end;
+    }
+    ctx["rows"] = std::move(list);
+    ctx["groups"] = std::move(groups);
+    ctx["item_count"] = mu::data(std::to_string(serial));
+    // The items' own figures, from the last row of each group: the bottom lines of an abstract
+    // estimate and a final bill.
+    mu::data items;
+    putMoney(items, "amount", amount);
+    putMoney(items, "electrical", electrical);
+    putMoney(items, "plumbing", plumbing);
+    putMoney(items, "grand", amount + electrical + plumbing);
+    ctx["items"] = std::move(items);
+}
+
+// ---- the steel schedule ---------------------------------------------------------------------
+
+// Each bar line with its length as entered and its weight (total length x weight per unit), and
+// the weight by diameter, thinnest bar first.
+void addReinforcement(mu::data& ctx, const Rows& rows, const Columns& c, bool feet) {
+    struct Diameter {
+        QString name;
+        double bars = 0, length = 0, weight = 0;
+    };
+    std::vector<Diameter> byDiameter;
+    mu::data list{mu::data::type::list};
+    double totalWeight = 0;
+    int serial = 0;
+    for (const Row& r : rows) {
+        mu::data o = rowObject(r, c);
+        const double length = r.number(QStringLiteral("tw_total_length"));
+        const double weight = length * r.number(QStringLiteral("tw_weight_per_unit"));
+        o["serial"] = mu::data(std::to_string(++serial));
+        o["length"] = val(barLengthText(r.number(QStringLiteral("tw_length_ft")),
+                                        r.number(QStringLiteral("tw_length_inches")), feet));
+        putFigure(o, "weight", weight);
+        list.push_back(o);
+        const QString dia = r.text(QStringLiteral("tw_diameter"));
+        auto it = std::find_if(byDiameter.begin(), byDiameter.end(),
+                               [&](const Diameter& d) { return d.name == dia; });
+        if (it == byDiameter.end())
+            it = byDiameter.insert(byDiameter.end(), Diameter{dia});
+        it->bars += r.number(QStringLiteral("tw_length_qty"));
+        it->length += length;
+        it->weight += weight;
+        totalWeight += weight;
+    }
+    std::stable_sort(byDiameter.begin(), byDiameter.end(),
+                     [](const Diameter& a, const Diameter& b) {
+                         return leadingNumber(a.name) < leadingNumber(b.name);
+                     });
+    mu::data diameters{mu::data::type::list};
+    for (const Diameter& d : byDiameter) {
+        mu::data o;
+        o["diameter"] = val(d.name);
+        o["bars"] = val(doubleText(d.bars));
+        putFigure(o, "length", d.length);
+        putFigure(o, "weight", d.weight);
+        diameters.push_back(o);
+    }
+    ctx["rows"] = std::move(list);
+    ctx["diameters"] = std::move(diameters);
+    putFigure(ctx, "total_weight", totalWeight);
+}
+
+// Rows as they stand, numbered from 1.
+void addPlainRows(mu::data& ctx, const Rows& rows, const Columns& c) {
+    mu::data list{mu::data::type::list};
+    int serial = 0;
+    for (const Row& r : rows) {
+        mu::data o = rowObject(r, c);
+        o["serial"] = mu::data(std::to_string(++serial));
+        list.push_back(o);
+    }
+    ctx["rows"] = std::move(list);
+}
+
+// ---- the running bill --------------------------------------------------------------------
+
+// The abstract bill's lines in three lists: the items, the deductions and the tax line (the one
+// deduction line without a unit), and the figures a client pays by: this bill's gross amount,
+// less its deductions, less the tax, the net payable and its words. The bill is dated as its row
+// in billsraised: a run dates an open bill today, and a frozen bill keeps the day it was last
+// computed, however often it is reprinted.
+void addAbstractBill(mu::data& ctx, const Rows& rows, const Columns& c, const ReportRun& run,
+                     const ConClass& con) {
+    const auto raised =
+        con.first(QStringLiteral("select tw_bill_dt from billsraised where tw_contract_num=? and "
+                                 "tw_bill_num=?"),
+                  {run.contract_num, run.bill});
+    ctx["bill_date"] = val(raised ? raised->text(0) : dateText(QDate::currentDate()));
+    mu::data items{mu::data::type::list}, deductions{mu::data::type::list};
+    mu::data tds{mu::data::type::list};
+    double gross = 0, deducted = 0, tax = 0;
+    int item = 0, deduction = 0;
+    for (const Row& r : rows) {
+        mu::data o = rowObject(r, c);
+        const double now = figure(r.value(QStringLiteral("tw_now_amt")));
+        if (r.text(QStringLiteral("tw_dedn")) != QLatin1String("YES")) {
+            o["serial"] = mu::data(std::to_string(++item));
+            gross += now;
+            items.push_back(o);
+        } else if (r.isNull(QStringLiteral("tw_unit"))) {
+            tax += now;
+            tds.push_back(o);
+        } else {
+            o["serial"] = mu::data(std::to_string(++deduction));
+            deducted += now;
+            deductions.push_back(o);
+        }
+    }
+    ctx["items"] = std::move(items);
+    ctx["deductions"] = std::move(deductions);
+    ctx["has_deductions"] = mu::data(deduction > 0);
+    ctx["tds"] = std::move(tds);
+    mu::data bill;
+    putMoney(bill, "gross", gross);
+    putMoney(bill, "deductions", deducted);
+    putMoney(bill, "tax", tax);
+    putMoney(bill, "net", gross - deducted - tax);
+    ctx["figures"] = std::move(bill);
+    ctx["frozen"] = mu::data(run.frozen_flag);
+}
+
+// What a bill stands at: billed, less its deductions and tax, is the net payable the abstract
+// bill prints; less what was received, the balance. Tax and recoveries typed with a payment were
+// withheld from that net figure already, so they are shown beside it and not taken off again.
+struct Standing {
+    double billed = 0, deductions = 0, tax = 0, received = 0, withheld = 0, recoveries = 0;
+    void add(const Standing& s) {
+        billed += s.billed;
+        deductions += s.deductions;
+        tax += s.tax;
+        received += s.received;
+        withheld += s.withheld;
+        recoveries += s.recoveries;
+    }
+    void put(mu::data& o) const {
+        const double net = billed - deductions - tax;
+        putFigure(o, "billed", billed);
+        putFigure(o, "deductions", deductions);
+        putFigure(o, "tax", tax);
+        putFigure(o, "net", net);
+        putFigure(o, "received", received);
+        putFigure(o, "withheld", withheld);
+        putFigure(o, "recoveries", recoveries);
+        putMoney(o, "balance", net - received);
+    }
+};
+
+// Each bill row with the payment rows beneath it and its standing, and the standing of all. A
+// bill's deductions come from its row in billsraised; the report's own rows do not carry them.
+void addBillsRaised(mu::data& ctx, const Rows& rows, const Columns& c, const ConClass& con) {
+    QHash<QString, double> deducted;
+    for (const Row& b : con.rows(QStringLiteral("select tw_contract_num, tw_bill_num, "
+                                                "tw_dedn_amount from billsraised"))) {
+        const QString key = nocaseKey(b.text(0)) + QChar(0) + nocaseKey(b.text(1));
+        if (!deducted.contains(key))
+            deducted.insert(key, b.number(2));
+    }
+    mu::data bills{mu::data::type::list};
+    Standing all;
+    std::optional<mu::data> bill;
+    mu::data payments{mu::data::type::list};
+    Standing standing;
+    int serial = 0;
+    const auto close = [&] {
+        if (!bill)
+            return;
+        (*bill)["payments"] = std::move(payments);
+        payments = mu::data{mu::data::type::list};
+        standing.put(*bill);
+        all.add(standing);
+        bills.push_back(*bill);
+        bill.reset();
+    };
+    for (const Row& r : rows) {
+        mu::data o = rowObject(r, c);
+        if (r.number(QStringLiteral("tw_pmnt")) == 0) {
+            close();
+            o["serial"] = mu::data(std::to_string(++serial));
+            standing = {};
+            standing.billed = r.number(QStringLiteral("tw_netamt"));
+            standing.tax = r.number(QStringLiteral("tw_tdsamt"));
+            standing.deductions =
+                deducted.value(nocaseKey(r.text(QStringLiteral("tw_contract_num"))) + QChar(0) +
+                               nocaseKey(r.text(QStringLiteral("tw_bill_num"))));
+            bill = std::move(o);
+        } else {
+            standing.received += r.number(QStringLiteral("tw_netamt"));
+            standing.withheld += r.number(QStringLiteral("tw_tdsamt"));
+            standing.recoveries += r.number(QStringLiteral("tw_recamt"));
+            payments.push_back(o);
+        }
+    }
+    close();
+    ctx["bills"] = std::move(bills);
+    mu::data total;
+    all.put(total);
+    ctx["all"] = std::move(total);
+}
+
+QString parameterText(const QVariant& v) {
+    if (v.typeId() == QMetaType::QDate)
+        return dateText(v.toDate());
+    return plainText(v);
+}
+
+// Partials ({{> _heading}}) are files beside the layout: layouts/_heading.html. Gives their
+// texts.
+QString addPartials(mu::data& ctx, const QString& layout, const QString& text) {
+    QString texts;
+    static const QRegularExpression partial(QStringLiteral("\\{\\{>\\s*([A-Za-z0-9_]+)\\s*\\}\\}"));
+    const QDir dir = QFileInfo(layout).dir();
+    for (auto it = partial.globalMatch(text); it.hasNext();) {
+        const QString name = it.next().captured(1);
+        const QString path = dir.filePath(name + QStringLiteral(".html"));
+        if (!QFileInfo::exists(path))
+            throw Error(QStringLiteral("The report layout %1 is missing (used by %2).")
+                            .arg(QDir::toNativeSeparators(path), QDir::toNativeSeparators(layout)));
+        const QString partialText = readLayout(path);
+        ctx[str(name)] = val(partialText);
+        texts += partialText;
+    }
+    return texts;
+}
+
+} // namespace
+
+QString layoutFile(const QString& name) {
+    const QString fileName = name + QStringLiteral(".html");
+    const QString here = QDir(layoutsIn(AppFolder::path())).filePath(fileName);
+    if (QFileInfo::exists(here))
+        return here;
+    // With --folder, or in an installed copy, the data lies elsewhere, but the layouts still
+    // stand beside the program or in its shared folder.
+    if (const QString shipped = AppFolder::resource(QStringLiteral("layouts/") + fileName);
+        !shipped.isEmpty())
+        return shipped;
+    throw Error(
+        QStringLiteral("The report layout %1 is missing.").arg(QDir::toNativeSeparators(here)));
+}
+
+QString renderHtml(const ReportInput& in, const ConClass& con) {
+    const QString path = layoutFile(in.layout);
+    const QString text = readLayout(path);
+    mu::mustache tmpl(str(text));
+    if (!tmpl.is_valid())
+        throw Error(
+            QStringLiteral("The report layout %1 cannot be used: %2")
+                .arg(QDir::toNativeSeparators(path), QString::fromStdString(tmpl.error_message())));
+
+    // What the layout and its partials name: parts of the context a layout does not use are
+    // not built, which matters on a bill of thousands of lines.
+    mu::data ctx;
+    const QString allText = text + addPartials(ctx, path, text);
+    const auto uses = [&](const QString& name) { return allText.contains(name); };
+
+    const ReportRun empty;
+    const ReportRun& run = in.run ? *in.run : empty;
+    for (int i = 0; i < in.parameters.size(); ++i)
+        ctx["param" + std::to_string(i + 1)] = val(parameterText(in.parameters[i]));
+    ctx["org"] = val(run.ReportOrgName);
+    ctx["project"] = val(run.projectName);
+    ctx["number"] = val(run.contract_num);
+    ctx["bill"] = val(run.bill);
+    ctx["ewp"] = val(doubleText(leadingNumber(run.ewp)));
+    ctx["wws"] = val(doubleText(leadingNumber(run.wws)));
+    ctx["from"] = val(dateText(run.fromDate));
+    ctx["to"] = val(dateText(run.toDate));
+    ctx["today"] = val(dateText(QDate::currentDate()));
+
+    Rows rows;
+    if (in.workingTable.isEmpty()) {
+        // The project's own record, by the number the layout is given first.
+        const QString number =
+            in.parameters.isEmpty() ? run.contract_num : parameterText(in.parameters.front());
+        rows = con.keyed(QStringLiteral("ContractMaster"), QStringLiteral("tw_contract_num=?"),
+                         {number});
+        if (!rows.empty())
+            ctx["record"] = recordObject(rows.front());
+    } else {
+        rows = con.keyed(in.workingTable);
+    }
+
+    // The measure system of the rows themselves where they carry one, else the project's.
+    QString units = run.units_text;
+    if (!rows.empty() && rows.front().record().contains(QStringLiteral("tw_units")))
+        units = rows.front().text(QStringLiteral("tw_units"));
+    const bool feet = units == QLatin1String("Feet");
+    ctx["units"] = val(units);
+    ctx["feet"] = mu::data(feet);
+    ctx["metre"] = mu::data(!feet);
+    ctx["whole_unit"] = mu::data(feet ? "ft" : "m");
+    ctx["part_unit"] = mu::data(feet ? "in" : "cm");
+
+    const Columns columns(rows, uses);
+    const QString table = in.workingTable.toLower();
+    if (table == QLatin1String("dummy_estimation") ||
+        table == QLatin1String("prev_dummy_estimation"))
+        addEstimation(ctx, rows, columns, feet, uses(QStringLiteral("groups")));
+    else if (table == QLatin1String("dummy_reinforcement_report"))
+        addReinforcement(ctx, rows, columns, feet);
+    else if (table == QLatin1String("abstractbillrep"))
+        addAbstractBill(ctx, rows, columns, run, con);
+    else if (table == QLatin1String("billsraisedreport"))
+        addBillsRaised(ctx, rows, columns, con);
+    else
+        addPlainRows(ctx, rows, columns);
+    Sums all(columns);
+    for (const Row& r : rows)
+        all.add(r);
+    ctx["totals"] = all.object();
+    ctx["row_count"] = mu::data(std::to_string(rows.size()));
+    ctx["has_rows"] = mu::data(!rows.empty());
+
+    return QString::fromStdString(tmpl.render(ctx));
+}
+
+QString renderHtml(const ReportType& type, const ReportRun& run, const ConClass& con) {
+    // The bills raised report of a period has a layout of its own.
+    const bool period = run.forPeriod && type.caption == QLatin1String("Bills Raised Report");
+    return renderHtml(
+        {period ? periodLayout() : type.layout, type.workingTable, parameters(type, run), &run},
+        con);
+}
+
+} // namespace tw::reports

@@ -1,0 +1,674 @@
+#include "screens/reports/frm_reports.h"
+
+#include "core/reports/running_bill.h"
+#include "render/paged.h"
+#include "render/render.h"
+
+#include <QApplication>
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QScopedValueRollback>
+#include <QStyle>
+#include <QVBoxLayout>
+
+#include <memory>
+#include <utility>
+
+using tw::reports::ReportType;
+using ui::named;
+
+namespace {
+const char* const projectInfo = "Project Info.";
+const char* const abstractEstimate = "Abstract Estimate";
+const char* const detailedBill = "Detailed Bill";
+const char* const abstractBill = "Abstract Bill";
+const char* const finalBill = "Final Bill - Detailed";
+const char* const reinforcement = "Reinforcement Report";
+const char* const schedule = "Contract / Schedule";
+const char* const billsRaised = "Bills Raised Report";
+
+// The grid of deductions, by column.
+enum DeductionColumn { dNo, dDescription, dQuantity, dUnits, dRate, dAmount };
+
+// The sum of one column of the deductions grid, each cell read as the number it starts with.
+double columnSum(const QTreeWidget* grid, int column) {
+    double sum = 0;
+    for (int i = 0; i < grid->topLevelItemCount(); ++i)
+        sum += tw::leadingNumber(grid->topLevelItem(i)->text(column));
+    return sum;
+}
+} // namespace
+
+Frm_Reports::Frm_Reports(QWidget* parent) : ui::Screen(parent) {
+    setObjectName(QStringLiteral("Frm_Reports"));
+    setWindowTitle(tr("Reports Form"));
+
+    Frame5 = named(new QGroupBox(tr("Report Screen"), this), "Frame5");
+    Picture5 = named(new QLabel(Frame5), "Picture5");
+    Picture5->setPixmap(style()->standardIcon(QStyle::SP_FileDialogDetailedView).pixmap(48, 48));
+    Picture5->setAlignment(Qt::AlignTop);
+    Label6 = named(new QLabel(tr("Select Type of Report"), Frame5), "Label6");
+    TypeofReport = named(new QComboBox(Frame5), "TypeofReport");
+    for (const ReportType& t : tw::reports::catalogue())
+        TypeofReport->addItem(t.caption);
+    Label49 = named(new QLabel(tr("Project Name"), Frame5), "Label49");
+    CmbdetCnum = named(new QComboBox(Frame5), "CmbdetCnum");
+    CmbdetCnum->setMinimumContentsLength(30);
+    Label46 = named(new QLabel(tr("Estimate/Bill Id"), Frame5), "Label46");
+    CmbBillnum = named(new QComboBox(Frame5), "CmbBillnum");
+    CmbBillnum->setMinimumContentsLength(14);
+    Command4 = named(new QPushButton(tr("Generate"), Frame5), "Command4");
+
+    Frame10 = named(new QGroupBox(tr("Percentages of Electrical && Plumbing"), this), "Frame10");
+    txtEWP = named(new QLineEdit(Frame10), "txtEWP");
+    txtWWS = named(new QLineEdit(Frame10), "txtWWS");
+    Command3 = named(new QPushButton(tr("OK"), Frame10), "Command3");
+
+    Frame14 = named(new QGroupBox(tr("Select Report Type ..."), this), "Frame14");
+    Option1 = named(new QRadioButton(tr("For a Contract - All bills"), Frame14), "Option1");
+    Option2 = named(new QRadioButton(tr("For a Period - All Contracts && All bills"), Frame14),
+                    "Option2");
+    Fromdate = named(new ui::DateEdit(Frame14), "Fromdate");
+    Todate = named(new ui::DateEdit(Frame14), "Todate");
+    Command15 = named(new QPushButton(tr("OK"), Frame14), "Command15");
+
+    Frame11 = named(new QGroupBox(tr("Deductions if any..."), this), "Frame11");
+    txtdedDec = named(new QLineEdit(Frame11), "txtdedDec");
+    txtdedQty = named(new QLineEdit(Frame11), "txtdedQty");
+    ui::typingLimit(txtdedQty, 6);
+    cmb_lbl = named(new QComboBox(Frame11), "cmb_lbl");
+    cmb_lbl->setEditable(true);
+    // A typed label is kept as typed (and learnt); the list only offers.
+    cmb_lbl->setInsertPolicy(QComboBox::NoInsert);
+    cmb_lbl->setCompleter(nullptr);
+    txtdedRate = named(new QLineEdit(Frame11), "txtdedRate");
+    ui::typingLimit(txtdedRate, 13);
+    CmdAdToGrd = named(new QPushButton(Frame11), "CmdAdToGrd");
+    CmdAdToGrd->setIcon(style()->standardIcon(QStyle::SP_ArrowDown));
+    CmdAdToGrd->setToolTip(tr("Add to the list, or change the row of this description"));
+    CmdDlFmGrd = named(new QPushButton(Frame11), "CmdDlFmGrd");
+    CmdDlFmGrd->setIcon(style()->standardIcon(QStyle::SP_TrashIcon));
+    CmdDlFmGrd->setToolTip(tr("Delete the clicked row"));
+    LstVwDd = named(new QTreeWidget(Frame11), "LstVwDd");
+    ui::setupListView(LstVwDd, {tr("No"), tr("Description"), tr("Quantity"), tr("Units"),
+                                tr("Rate"), tr("Amount")});
+    Text7 = named(new QLineEdit(Frame11), "Text7");
+    Text7->setReadOnly(true);
+    Text7->setAlignment(Qt::AlignRight);
+    Command5 = named(new QPushButton(tr("&Save "), Frame11), "Command5");
+    Command6 = named(new QPushButton(tr("&Exit"), Frame11), "Command6");
+    Label3 = named(new QLabel(tr("This bill is frozen"), Frame11), "Label3");
+    Label3->setStyleSheet(QStringLiteral("color: #b00000; font-weight: bold;"));
+
+    RptView = named(new ::RptView(this), "RptView");
+    // The deductions' "&Save " holds Alt+S on this screen, so the viewer saves with Alt+V.
+    RptView->cmdSavePdf->setText(tr("Sa&ve as PDF..."));
+    Cmdrepexit = named(new QPushButton(tr("Exit"), this), "Cmdrepexit");
+    Command1 = named(new QPushButton(tr("Command1"), this), "Command1");
+    Command1->hide();
+    ui::selectAllOnFocusBelow(this);
+
+    // ---- layout ----
+    auto* choose = new QGridLayout;
+    choose->addWidget(Label6, 0, 0);
+    choose->addWidget(TypeofReport, 0, 1);
+    choose->addWidget(Label49, 1, 0);
+    choose->addWidget(CmbdetCnum, 1, 1);
+    choose->addWidget(Label46, 2, 0);
+    choose->addWidget(CmbBillnum, 2, 1);
+    choose->addWidget(Command4, 3, 1, Qt::AlignRight);
+    choose->setColumnStretch(1, 1);
+    auto* frame5 = new QHBoxLayout(Frame5);
+    frame5->addWidget(Picture5);
+    frame5->addSpacing(12);
+    frame5->addLayout(choose, 1);
+
+    auto* shares = new QGridLayout(Frame10);
+    shares->addWidget(new QLabel(tr("Electrical Works Percentage"), Frame10), 0, 0);
+    shares->addWidget(txtEWP, 0, 1);
+    shares->addWidget(new QLabel(tr("Plumbing and Sanitary Percentage"), Frame10), 1, 0);
+    shares->addWidget(txtWWS, 1, 1);
+    shares->addWidget(Command3, 2, 1, Qt::AlignRight);
+
+    auto* period = new QGridLayout(Frame14);
+    period->addWidget(Option1, 0, 0, 1, 4);
+    period->addWidget(Option2, 1, 0, 1, 4);
+    period->addWidget(new QLabel(tr("From Date"), Frame14), 2, 0);
+    period->addWidget(Fromdate, 2, 1);
+    period->addWidget(new QLabel(tr("To Date"), Frame14), 2, 2);
+    period->addWidget(Todate, 2, 3);
+    period->addWidget(Command15, 3, 3, Qt::AlignRight);
+
+    auto* deductions = new QGridLayout(Frame11);
+    deductions->addWidget(new QLabel(tr("Description of Deduction"), Frame11), 0, 0);
+    deductions->addWidget(new QLabel(tr("QTY."), Frame11), 0, 1);
+    deductions->addWidget(new QLabel(tr("Rate"), Frame11), 0, 3);
+    deductions->addWidget(txtdedDec, 1, 0);
+    deductions->addWidget(txtdedQty, 1, 1);
+    deductions->addWidget(cmb_lbl, 1, 2);
+    deductions->addWidget(txtdedRate, 1, 3);
+    deductions->addWidget(CmdAdToGrd, 1, 4);
+    deductions->addWidget(CmdDlFmGrd, 1, 5);
+    deductions->addWidget(LstVwDd, 2, 0, 1, 6);
+    auto* dedFoot = new QHBoxLayout;
+    dedFoot->addWidget(Label3);
+    dedFoot->addStretch();
+    dedFoot->addWidget(new QLabel(tr("Total Amount"), Frame11));
+    dedFoot->addWidget(Text7);
+    dedFoot->addWidget(Command5);
+    dedFoot->addWidget(Command6);
+    deductions->addLayout(dedFoot, 3, 0, 1, 6);
+    deductions->setColumnStretch(0, 1);
+    LstVwDd->setMinimumHeight(fontMetrics().height() * 6);
+
+    auto* exitRow = new QHBoxLayout;
+    exitRow->addStretch();
+    exitRow->addWidget(Command1);
+    exitRow->addWidget(Cmdrepexit);
+
+    auto* box = new QVBoxLayout(this);
+    box->addWidget(Frame5);
+    box->addWidget(Frame10);
+    box->addWidget(Frame14);
+    box->addWidget(Frame11);
+    box->addWidget(RptView, 1);
+    box->addStretch();
+    box->addLayout(exitRow);
+
+    ui::tabOrder({TypeofReport, CmbdetCnum, CmbBillnum, Command4,   txtEWP,     txtWWS,
+                  Command3,     Option1,    Option2,    Fromdate,   Todate,     Command15,
+                  txtdedDec,    txtdedQty,  cmb_lbl,    txtdedRate, CmdAdToGrd, CmdDlFmGrd,
+                  LstVwDd,      Command5,   Command6,   RptView,    Cmdrepexit});
+    resize(900, 680);
+
+    // ---- events ----
+    connect(TypeofReport, &QComboBox::activated, this,
+            ui::guarded([this] { TypeofReport_activated(); }));
+    connect(CmbdetCnum, &QComboBox::activated, this,
+            ui::guarded([this] { CmbdetCnum_activated(); }));
+    connect(CmbBillnum, &QComboBox::activated, this,
+            ui::guarded([this] { CmbBillnum_activated(); }));
+    CmbBillnum->installEventFilter(this);
+    connect(Command3, &QPushButton::clicked, this, ui::guarded([this] { Command3_clicked(); }));
+    connect(Option2, &QRadioButton::clicked, this, ui::guarded([this] { Option2_clicked(); }));
+    connect(Command15, &QPushButton::clicked, this, ui::guarded([this] { Command15_clicked(); }));
+    connect(Command4, &QPushButton::clicked, this, ui::guarded([this] { Command4_clicked(); }));
+    connect(Cmdrepexit, &QPushButton::clicked, this, ui::guarded([this] { Cmdrepexit_clicked(); }));
+    connect(Command1, &QPushButton::clicked, this, ui::guarded([this] { Command1_clicked(); }));
+    connect(txtdedDec, &QLineEdit::textEdited, this,
+            ui::guarded([this] { txtdedDec_textEdited(); }));
+    connect(CmdAdToGrd, &QPushButton::clicked, this, ui::guarded([this] { CmdAdToGrd_clicked(); }));
+    connect(CmdDlFmGrd, &QPushButton::clicked, this, ui::guarded([this] { CmdDlFmGrd_clicked(); }));
+    connect(LstVwDd, &QTreeWidget::itemClicked, this,
+            ui::guarded([this] { LstVwDd_itemClicked(); }));
+    connect(LstVwDd, &QTreeWidget::itemDoubleClicked, this,
+            ui::guarded([this] { LstVwDd_itemDoubleClicked(); }));
+    connect(Command5, &QPushButton::clicked, this, ui::guarded([this] { Command5_clicked(); }));
+    connect(Command6, &QPushButton::clicked, this, ui::guarded([this] { Command6_clicked(); }));
+
+    // ---- opening: choosing, with nothing chosen ----
+    Frame10->hide();
+    Frame11->hide();
+    Frame14->hide();
+    RptView->hide();
+    Cmdrepexit->hide();
+    Command4->setEnabled(false);
+    Option1->setChecked(true);
+    Fromdate->setEnabled(false);
+    Todate->setEnabled(false);
+    TypeofReport->setCurrentIndex(0);
+    ui::guard([this] { TypeofReport_activated(); });
+    if (!con.isOpen())
+        con.conopen();
+    ui::guard([this] { FillProjects(); });
+}
+
+Frm_Reports::~Frm_Reports() {
+    restoreCursor();
+    con.conclose();
+}
+
+bool Frm_Reports::typeIs(std::initializer_list<const char*> captions) const {
+    const QString t = type();
+    for (const char* c : captions)
+        if (t.compare(QLatin1String(c), Qt::CaseInsensitive) == 0)
+            return true;
+    return false;
+}
+
+void Frm_Reports::FillProjects() {
+    CmbdetCnum->clear();
+    CmbdetCnum->addItems(tw::projectNames(con));
+    CmbdetCnum->setCurrentIndex(-1);
+}
+
+// What each type asks for: its groups shown or hidden, then no project chosen.
+void Frm_Reports::TypeofReport_activated() {
+    if (!typeIs({billsRaised, finalBill})) {
+        Label49->show();
+        CmbdetCnum->show();
+    }
+    if (typeIs({finalBill})) {
+        // Leaves every group as it stands.
+    } else if (typeIs({billsRaised})) {
+        Frame14->show();
+        Todate->setValue(QDate::currentDate());
+    } else {
+        if (!typeIs({abstractEstimate}))
+            Frame10->hide();
+        if (!typeIs({abstractBill}))
+            Frame11->hide();
+        else
+            Text7->clear();
+        Frame14->hide();
+        if (typeIs({projectInfo}))
+            CmbBillnum->hide();
+        if (typeIs({"Detailed Estimate", reinforcement}))
+            Command1->hide();
+        if (typeIs({schedule}))
+            Command4->setEnabled(true);
+    }
+    CmbdetCnum->setCurrentIndex(-1);
+}
+
+void Frm_Reports::CmbdetCnum_activated() {
+    if (CmbdetCnum->currentIndex() < 0)
+        return;
+    if (typeIs({reinforcement})) {
+        FillReinforcementBills();
+    } else if (typeIs({projectInfo, schedule, finalBill, billsRaised})) {
+        CmbBillnum->hide();
+        Command4->setEnabled(true);
+    } else {
+        FillBillNumbers();
+    }
+}
+
+void Frm_Reports::fillBills(const QString& table) {
+    if (const auto p = con.first(
+            QStringLiteral("select tw_contract_num from contractmaster where tw_contract_name=?"),
+            {CmbdetCnum->currentText()}))
+        run.contract_num = p->text(0);
+    // The table is one of two fixed names, never text a user typed.
+    const auto bills = con.rows(
+        QStringLiteral("select distinct(tw_bill_num) from %1 where tw_contract_num=?").arg(table),
+        {run.contract_num});
+    if (bills.empty()) {
+        ui::MsgBox(tr("No bills in this contract. Select another Contract"), ui::Information);
+        return;
+    }
+    CmbBillnum->clear();
+    for (const auto& b : bills)
+        CmbBillnum->addItem(b.text(0));
+    CmbBillnum->show();
+    CmbBillnum->setCurrentIndex(-1);
+}
+
+void Frm_Reports::FillBillNumbers() {
+    fillBills(QStringLiteral("billmaster"));
+}
+
+void Frm_Reports::FillReinforcementBills() {
+    fillBills(QStringLiteral("reinforcementmaster"));
+}
+
+bool Frm_Reports::eventFilter(QObject* watched, QEvent* event) {
+    if (watched != CmbBillnum || event->type() != QEvent::KeyPress)
+        return ui::Screen::eventFilter(watched, event);
+    switch (static_cast<QKeyEvent*>(event)->key()) {
+    case Qt::Key_Up:
+    case Qt::Key_Down:
+    case Qt::Key_PageUp:
+    case Qt::Key_PageDown:
+    case Qt::Key_Home:
+    case Qt::Key_End: {
+        // The list takes the key itself, and the bill it steps to opens as a click opens it, but
+        // the user goes on stepping: the focus is not sent on to the bill's first field.
+        const QScopedValueRollback<bool> stepping(steppingBills_, true);
+        static_cast<QObject*>(CmbBillnum)->event(event);
+        return true;
+    }
+    default:
+        return ui::Screen::eventFilter(watched, event);
+    }
+}
+
+void Frm_Reports::CmbBillnum_activated() {
+    Command4->setEnabled(true);
+    if (typeIs({abstractEstimate})) {
+        Frame10->show();
+        txtEWP->setText(QStringLiteral("15"));
+        txtWWS->setText(QStringLiteral("15"));
+        if (!steppingBills_)
+            txtEWP->setFocus();
+    }
+    if (typeIs({abstractBill}))
+        OpenBill();
+}
+
+void Frm_Reports::Command3_clicked() {
+    Frame10->hide();
+    CmbBillnum->show();
+    CmbBillnum->setFocus();
+    restoreCursor();
+    for (auto* f : {txtEWP, txtWWS})
+        if (f->text().trimmed().isEmpty())
+            f->setText(QStringLiteral("0"));
+    Command4->setEnabled(true);
+}
+
+void Frm_Reports::Option2_clicked() {
+    Fromdate->setEnabled(true);
+    Todate->setEnabled(true);
+}
+
+void Frm_Reports::Command15_clicked() {
+    Frame14->hide();
+    // A period always ends today, whatever was picked.
+    Todate->setValue(QDate::currentDate());
+    CmbdetCnum->hide();
+    Command4->setEnabled(true);
+    Command4->setFocus();
+    if (Option1->isChecked()) {
+        Label49->show();
+        CmbdetCnum->show();
+        Command4->setEnabled(true);
+        Frame10->hide();
+        Frame11->hide();
+        Frame14->hide();
+    }
+}
+
+void Frm_Reports::Command4_clicked() {
+    GenerateReport();
+}
+
+void Frm_Reports::Command1_clicked() {
+    tw::reports::ComputeNetAmounts(run, con, ui::boxes());
+}
+
+// Warns of a missing choice and no more: the report is made from what the last choice left.
+void Frm_Reports::CheckSelections() {
+    if (!typeIs({billsRaised}) && CmbdetCnum->currentIndex() < 0) {
+        ui::refuse(CmbdetCnum, tr("Select Contract Name"));
+        return;
+    }
+    if (!typeIs({projectInfo, schedule, finalBill, billsRaised}) && CmbBillnum->currentIndex() < 0)
+        ui::refuse(CmbBillnum, tr("Select Bill Number"));
+}
+
+void Frm_Reports::GenerateReport() {
+    ui::BusyCursor busy;
+    if (CmbdetCnum->currentIndex() >= 0) {
+        run.projectName = CmbdetCnum->currentText();
+        tw::reports::readProject(run, con);
+    }
+    tw::reports::readReportOrgName(run);
+    CheckSelections();
+    for (auto* f : {txtEWP, txtWWS})
+        if (f->text().trimmed().isEmpty())
+            f->setText(QStringLiteral("0"));
+    Command4->setEnabled(false);
+
+    run.bill = CmbBillnum->currentText();
+    run.ewp = txtEWP->text();
+    run.wws = txtWWS->text();
+    run.forPeriod = Option2->isChecked();
+    run.fromDate = Fromdate->value();
+    run.toDate = Todate->value();
+
+    const ReportType* t = tw::reports::findByCaption(type());
+    if (!t) {
+        ui::MsgBox(tr("Select Type of Report from list"), ui::Information, tr("Information"));
+        Command4->setEnabled(true);
+        TypeofReport->setFocus();
+    } else if (tw::reports::fill(*t, run, con, ui::boxes())) {
+        if (typeIs({abstractBill}))
+            Frame11->hide();
+        ReportShow(*t);
+    } else {
+        Command4->setEnabled(true);
+    }
+    CmbdetCnum->setCurrentIndex(-1);
+    restoreCursor();
+}
+
+void Frm_Reports::ReportShow(const ReportType& t) {
+    // A layout that cannot be read leaves the screen choosing, Generate ready for another try.
+    try {
+        auto doc = tw::reports::makeDocument(tw::reports::renderHtml(t, run, con));
+        RptView->setReport(
+            std::move(doc),
+            reportFileName(run.projectName, t.needsBill ? run.bill : QString(), t.caption));
+    } catch (...) {
+        Command4->setEnabled(true);
+        throw;
+    }
+    Frame5->hide();
+    Picture5->hide();
+    RptView->show();
+    Label49->hide();
+    Label46->hide();
+    Cmdrepexit->show();
+    if (typeIs({detailedBill, schedule, billsRaised}))
+        CmbBillnum->setCurrentIndex(-1);
+    if (typeIs({billsRaised}))
+        Frame14->hide();
+    if (typeIs({projectInfo}))
+        CmbdetCnum->hide();
+}
+
+void Frm_Reports::Cmdrepexit_clicked() {
+    // A bill once frozen is reprinted as it stands and never asked about again. Freezing cannot
+    // be undone, so Enter answers No.
+    if (typeIs({abstractBill}) && !run.frozen_flag &&
+        ui::MsgBox(tr("Do you wish to freeze this bill? "), ui::YesNo | ui::DefaultButton2) ==
+            ui::Answer::Yes) {
+        run.bill = CmbBillnum->currentText();
+        tw::reports::FreezeBill(run, con);
+    }
+    TypeofReport->setCurrentIndex(0);
+    TypeofReport_activated();
+    RptView->clear();
+    RptView->hide();
+    Cmdrepexit->hide();
+    Command4->setEnabled(false);
+    Frame5->show();
+    Picture5->show();
+    TypeofReport->setFocus();
+}
+
+void Frm_Reports::OpenBill() {
+    LoadDeductions();
+    Frame11->show();
+    Command5->setEnabled(!run.frozen_flag);
+    Label3->setVisible(run.frozen_flag);
+    if (!run.frozen_flag && !steppingBills_)
+        txtdedDec->setFocus();
+}
+
+void Frm_Reports::LoadDeductions() {
+    cmb_lbl->clear();
+    cmb_lbl->addItems(tw::reports::UnitLabels(con));
+    cmb_lbl->setCurrentIndex(-1);
+    run.projectName = CmbdetCnum->currentText();
+    run.bill = CmbBillnum->currentText();
+    const auto list = tw::reports::LoadDeductions(run, con);
+    LstVwDd->clear();
+    selected_row = 0;
+    double total = 0;
+    for (const auto& d : list) {
+        ui::addListRow(LstVwDd, {QString::number(LstVwDd->topLevelItemCount() + 1), d.description,
+                                 tw::doubleText(d.quantity), d.unit, tw::doubleText(d.rate),
+                                 tw::doubleText(d.amount)});
+        total += d.amount;
+    }
+    Text7->setText(tw::doubleText(total));
+}
+
+void Frm_Reports::txtdedDec_textEdited() {
+    CmdAdToGrd->setEnabled(true);
+}
+
+void Frm_Reports::CmdAdToGrd_clicked() {
+    const QString details = tr("Details");
+    // A blank quantity or rate is no number either, so the blank checks after these never
+    // speak for those two; they stay in their place all the same. A figure the books cannot keep
+    // is refused with its number check.
+    for (const auto& [field, caption] :
+         {std::pair{txtdedQty, tr("QTY.")}, std::pair{txtdedRate, tr("Rate")}}) {
+        const auto figure = tw::strictNumber(field->text());
+        if (!figure)
+            return ui::refuse(field, tr("Fill in numbers only"), ui::Information, details);
+        if (!tw::fitsMoney(*figure))
+            return ui::refuse(field, tw::tooLargeText(caption, *figure), ui::Information, details);
+    }
+    if (txtdedDec->text().trimmed().isEmpty())
+        return ui::refuse(txtdedDec, tr("Please Fill Deductions Details"), ui::Information,
+                          details);
+    if (txtdedQty->text().trimmed().isEmpty())
+        return ui::refuse(txtdedQty, tr("Please Fill Quantity Details"), ui::Information, details);
+    if (txtdedRate->text().trimmed().isEmpty())
+        return ui::refuse(txtdedRate, tr("Please Fill Rate Details"), ui::Information, details);
+
+    const QString description = txtdedDec->text();
+    const QString amount = tw::doubleText(tw::leadingNumber(txtdedRate->text()) *
+                                          tw::leadingNumber(txtdedQty->text()));
+    // One row a description: typing a description again changes its row.
+    QTreeWidgetItem* row = nullptr;
+    for (int i = 0; i < LstVwDd->topLevelItemCount() && !row; ++i)
+        if (LstVwDd->topLevelItem(i)->text(dDescription) == description)
+            row = LstVwDd->topLevelItem(i);
+    if (!row)
+        row = ui::addListRow(
+            LstVwDd,
+            {QString::number(LstVwDd->topLevelItemCount() + 1), description, {}, {}, {}, {}});
+    row->setText(dQuantity, txtdedQty->text());
+    row->setText(dUnits, cmb_lbl->currentText());
+    row->setText(dRate, txtdedRate->text());
+    row->setText(dAmount, amount);
+    ui::fitColumns(LstVwDd);
+    Text7->setText(tw::doubleText(columnSum(LstVwDd, dAmount)));
+
+    txtdedDec->selectAll();
+    txtdedDec->setFocus();
+    txtdedQty->clear();
+    txtdedRate->clear();
+    if (LstVwDd->topLevelItemCount() > 0) {
+        CmdDlFmGrd->setEnabled(true);
+        Command5->setEnabled(true);
+    }
+    // A label typed here is offered for the next deduction; an empty one offers nothing.
+    if (!cmb_lbl->currentText().trimmed().isEmpty()) {
+        tw::Transaction tx(con);
+        tw::reports::LearnUnitLabel(con, cmb_lbl->currentText());
+        tx.commit();
+    }
+}
+
+void Frm_Reports::CmdDlFmGrd_clicked() {
+    if (LstVwDd->topLevelItemCount() == 0)
+        return;
+    // The stored deduction goes at once, whether or not the grid is saved afterwards.
+    if (const int current = ui::selectedRow(LstVwDd); current >= 0) {
+        tw::Transaction tx(con);
+        tw::reports::DeleteDeduction(run, con, LstVwDd->topLevelItem(current)->text(dDescription));
+        tx.commit();
+    }
+    if (selected_row == 0 || LstVwDd->topLevelItemCount() < selected_row)
+        return;
+    std::unique_ptr<QTreeWidgetItem> removed(LstVwDd->takeTopLevelItem(selected_row - 1));
+    const QString description = removed->text(dDescription);
+    // Until the next addition the total shown is that of the rates left in the grid.
+    const double rates = columnSum(LstVwDd, dRate);
+    selected_row = 0;
+    Text7->setText(tw::doubleText(rates));
+
+    // The summary of a bill's deductions forgets the removed one, in the first of its five
+    // places that holds it.
+    const auto summary =
+        con.find(QStringLiteral("dummy_ded_det"), QStringLiteral("tw_bill_num=?"), {run.bill});
+    if (!summary)
+        return;
+    tw::Values values{{summary->columnName(4), rates}};
+    for (int place = 5; place <= 17; place += 3) {
+        if (summary->text(place) == description) {
+            values.emplace_back(summary->columnName(place), QStringLiteral(" "));
+            values.emplace_back(summary->columnName(place + 1), 0);
+            values.emplace_back(summary->columnName(place + 2), 0);
+            break;
+        }
+    }
+    tw::Transaction tx(con);
+    con.update(QStringLiteral("dummy_ded_det"), summary->id(), values);
+    tx.commit();
+}
+
+void Frm_Reports::LstVwDd_itemClicked() {
+    selected_row = static_cast<qint16>(ui::selectedRow(LstVwDd) + 1);
+}
+
+void Frm_Reports::LstVwDd_itemDoubleClicked() {
+    const int row = ui::selectedRow(LstVwDd);
+    if (LstVwDd->topLevelItemCount() == 0 || row < 0)
+        return;
+    const QTreeWidgetItem* item = LstVwDd->topLevelItem(row);
+    txtdedDec->setText(item->text(dDescription));
+    txtdedQty->setText(item->text(dQuantity));
+    cmb_lbl->setEditText(item->text(dUnits));
+    txtdedRate->setText(item->text(dRate));
+}
+
+void Frm_Reports::Command5_clicked() {
+    // The hourglass stays on after a save of an empty grid, until the next action puts the
+    // pointer back: the user sees that nothing was written.
+    if (!hourglass_) {
+        QApplication::setOverrideCursor(Qt::WaitCursor);
+        hourglass_ = true;
+    }
+    if (LstVwDd->topLevelItemCount() == 0)
+        return;
+    // After a report the project list is cleared; the deductions stay with the project read
+    // at the bill's opening.
+    if (CmbdetCnum->currentIndex() >= 0)
+        run.projectName = CmbdetCnum->currentText();
+    if (const auto p = con.first(
+            QStringLiteral("select tw_contract_num from contractmaster where tw_contract_name=?"),
+            {run.projectName}))
+        run.contract_num = p->text(0);
+    run.bill = CmbBillnum->currentText();
+    std::vector<tw::reports::Deduction> list;
+    for (int i = 0; i < LstVwDd->topLevelItemCount(); ++i) {
+        const QTreeWidgetItem* item = LstVwDd->topLevelItem(i);
+        tw::reports::Deduction d;
+        d.description = item->text(dDescription);
+        d.quantity = tw::leadingNumber(item->text(dQuantity));
+        d.unit = item->text(dUnits);
+        d.rate = tw::leadingNumber(item->text(dRate));
+        list.push_back(d);
+    }
+    tw::reports::SaveDeductions(run, con, list);
+    restoreCursor();
+}
+
+void Frm_Reports::Command6_clicked() {
+    if (LstVwDd->topLevelItemCount() == 0) {
+        if (ui::MsgBox(tr("Do you want to Exit without any Data ? "),
+                       ui::YesNo | ui::Question | ui::DefaultButton2) == ui::Answer::Yes) {
+            LstVwDd->clear();
+            Frame11->hide();
+            for (auto* f : {txtdedDec, txtdedQty, txtdedRate})
+                f->clear();
+        } else {
+            txtdedDec->setFocus();
+        }
+    }
+    CmdAdToGrd->setEnabled(false);
+    CmdDlFmGrd->setEnabled(false);
+}
+
+void Frm_Reports::restoreCursor() {
+    if (std::exchange(hourglass_, false))
+        QApplication::restoreOverrideCursor();
+}

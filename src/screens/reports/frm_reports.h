@@ -1,0 +1,112 @@
+#pragma once
+// The report screen: pick a type of report, a project and, for most types, an estimate or bill;
+// Generate fills the type's working table and shows its layout in the viewer. The screen keeps
+// one report run while it is open.
+
+#include "core/reports/report_run.h"
+#include "screens/reports/rptview.h"
+#include "ui/kit.h"
+#include "ui/screen.h"
+
+#include <QComboBox>
+#include <QGroupBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QTreeWidget>
+
+class Frm_Reports : public ui::Screen {
+    Q_OBJECT
+public:
+    explicit Frm_Reports(QWidget* parent = nullptr);
+    ~Frm_Reports() override;
+
+    // Choosing: the type, project and bill.
+    QGroupBox* Frame5;
+    QLabel* Picture5;
+    QLabel* Label6;
+    QComboBox* TypeofReport;
+    QLabel* Label49;
+    QComboBox* CmbdetCnum; // projects by name
+    QLabel* Label46;
+    QComboBox* CmbBillnum;
+    QPushButton* Command4; // Generate
+    // The electrical and plumbing shares of an abstract estimate.
+    QGroupBox* Frame10;
+    QLineEdit* txtEWP;
+    QLineEdit* txtWWS;
+    QPushButton* Command3;
+    // The bills raised report: for a project or for a period.
+    QGroupBox* Frame14;
+    QRadioButton* Option1;
+    QRadioButton* Option2;
+    ui::DateEdit* Fromdate;
+    ui::DateEdit* Todate;
+    QPushButton* Command15;
+    // Deductions typed against a running bill.
+    QGroupBox* Frame11;
+    QLineEdit* txtdedDec;
+    QLineEdit* txtdedQty;
+    QComboBox* cmb_lbl; // the unit label, picked or typed
+    QLineEdit* txtdedRate;
+    QPushButton* CmdAdToGrd;
+    QPushButton* CmdDlFmGrd;
+    QTreeWidget* LstVwDd;
+    QLineEdit* Text7; // the total of the grid
+    QPushButton* Command5;
+    QPushButton* Command6;
+    QLabel* Label3;
+    // Viewing.
+    ::RptView* RptView;
+    QPushButton* Cmdrepexit;
+    QPushButton* Command1; // never shown: runs the net pass over the estimate rows
+
+    void TypeofReport_activated();
+    void CmbdetCnum_activated();
+    void CmbBillnum_activated();
+    void Command3_clicked();
+    void Option2_clicked();
+    void Command15_clicked();
+    void Command4_clicked(); // GenerateReport
+    void Cmdrepexit_clicked();
+    void Command1_clicked();
+    // The deductions entry of an abstract bill.
+    void txtdedDec_textEdited();
+    void CmdAdToGrd_clicked();
+    void CmdDlFmGrd_clicked();
+    void LstVwDd_itemClicked();
+    void LstVwDd_itemDoubleClicked();
+    void Command5_clicked();
+    void Command6_clicked();
+
+    void FillProjects();
+    void FillBillNumbers();
+    void FillReinforcementBills();
+    void GenerateReport();
+    void ReportShow(const tw::reports::ReportType& type);
+    // The picked bill of an abstract bill: its deductions, and whether it is frozen.
+    void OpenBill();
+    void LoadDeductions();
+
+    const tw::reports::ReportRun& reportRun() const { return run; }
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    QString type() const { return TypeofReport->currentText(); }
+    bool typeIs(std::initializer_list<const char*> captions) const;
+    void fillBills(const QString& table);
+    void CheckSelections();
+
+    // Takes the hourglass off, if a save of the deductions left it on.
+    void restoreCursor();
+
+    tw::reports::ReportRun run;
+    // The row of LstVwDd last clicked, counted from 1; 0 when none.
+    qint16 selected_row = 0;
+    bool hourglass_ = false;
+    // An arrow key is stepping through the bills: the focus stays in the list.
+    bool steppingBills_ = false;
+};

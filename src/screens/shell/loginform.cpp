@@ -1,0 +1,200 @@
+#include "screens/shell/loginform.h"
+
+#include "store/backup.h"
+#include "store/store.h"
+#include "ui/kit.h"
+
+#include <QDialog>
+#include <QDialogButtonBox>
+#include <QFile>
+#include <QFormLayout>
+#include <QGridLayout>
+#include <QShowEvent>
+#include <QVBoxLayout>
+
+#include <memory>
+
+namespace {
+QString cfgPath() {
+    return tw::AppFolder::file(QStringLiteral("twk.cfg"));
+}
+
+// The user id field takes letters, digits and - . / _ and blank; Enter is dropped too. The id
+// offered from twk.cfg is shown whole, however long: cut, it could never match the file.
+void userIdRule(QLineEdit* field) {
+    ui::typingLimit(field, 20);
+    ui::charsRule(field, QStringLiteral("-./_ "), true, true);
+}
+} // namespace
+
+LoginForm::LoginForm(QWidget* parent) : QWidget(parent) {
+    setObjectName(QStringLiteral("LoginForm"));
+    setWindowTitle(tr(" Tallywright_Corp [ Login ... ]"));
+    txtuserid = ui::named(new QLineEdit(this), "txtuserid");
+    userIdRule(txtuserid);
+    txtpass = ui::named(new QLineEdit(this), "txtpass");
+    txtpass->setEchoMode(QLineEdit::Password);
+    cmdLogin = ui::named(new QPushButton(tr("Login"), this), "cmdLogin");
+    cmdCancel = ui::named(new QPushButton(tr("Cancel"), this), "cmdCancel");
+
+    auto* title = new QLabel(tr("Tallywright"), this);
+    QFont f = title->font();
+    f.setPointSize(f.pointSize() + 8);
+    f.setBold(true);
+    title->setFont(f);
+    auto* grid = new QGridLayout(this);
+    grid->addWidget(title, 0, 0, 1, 3);
+    grid->addWidget(new QLabel(tr("User ID"), this), 1, 0);
+    grid->addWidget(txtuserid, 1, 1, 1, 2);
+    grid->addWidget(new QLabel(tr("Password"), this), 2, 0);
+    grid->addWidget(txtpass, 2, 1, 1, 2);
+    grid->addWidget(cmdLogin, 3, 1);
+    grid->addWidget(cmdCancel, 3, 2);
+    ui::tabOrder({txtuserid, txtpass, cmdLogin, cmdCancel});
+    ui::selectAllOnFocus(txtuserid);
+    ui::selectAllOnFocus(txtpass);
+    ui::enterPressesButtons(this);
+
+    connect(cmdLogin, &QPushButton::clicked, this, ui::guarded([this] { cmdLogin_clicked(); }));
+    connect(txtpass, &QLineEdit::returnPressed, this, ui::guarded([this] { cmdLogin_clicked(); }));
+    connect(cmdCancel, &QPushButton::clicked, this, [this] { cmdCancel_clicked(); });
+    setMinimumWidth(340);
+}
+
+// The stored user id is offered once, when the screen first shows. Later activations (the
+// window coming back after a message box) leave what the user typed alone, so a mistyped id
+// can be mended and a damaged twk.cfg is told only once.
+void LoginForm::showEvent(QShowEvent* e) {
+    QWidget::showEvent(e);
+    if (filled_ || e->spontaneous())
+        return;
+    filled_ = true;
+    txtpass->clear();
+    txtpass->setFocus();
+    ui::guard([this] {
+        if (const auto cfg = tw::readLoginConfig(cfgPath()))
+            txtuserid->setText(cfg->userid);
+    });
+}
+
+bool LoginForm::Login_data(QString& userid, QString& password) const {
+    const auto cfg = tw::readLoginConfig(cfgPath());
+    if (!cfg)
+        return false;
+    userid = cfg->userid;
+    password = cfg->password;
+    return true;
+}
+
+void LoginForm::cmdLogin_clicked() {
+    if (txtuserid->text().trimmed().isEmpty()) {
+        ui::beep();
+        ui::refuse(txtuserid, tr("Enter User ID"), ui::Information, tr("Information"));
+        return;
+    }
+    if (txtpass->text().trimmed().isEmpty()) {
+        ui::beep();
+        ui::refuse(txtpass, tr("Enter Password"), ui::Information, tr("Information"));
+        return;
+    }
+    if (!QFile::exists(cfgPath()))
+        return;
+    QString userid, password;
+    if (!Login_data(userid, password))
+        return;
+    if (txtuserid->text().trimmed().toUpper() != userid.toUpper()) {
+        txtpass->clear();
+        ui::refuse(txtuserid, tr("Invalid User Name"), ui::Information);
+        return;
+    }
+    if (txtpass->text().trimmed() != password.trimmed()) {
+        ui::refuse(txtpass, tr("Invalid PassWord "), ui::Information);
+        return;
+    }
+    emit loggedIn();
+}
+
+void LoginForm::cmdCancel_clicked() {
+    emit cancelled();
+}
+
+Claim claimSingleInstance() {
+    static std::unique_ptr<tw::AppLock> lock;
+    static QString lockedFolder;
+    const QString folder = tw::AppFolder::path();
+    if (lock && lock->state() == tw::AppLock::State::Held && lockedFolder == folder)
+        return Claim::Only;
+    lock.reset(); // a lock on another folder goes first
+    lock = std::make_unique<tw::AppLock>(folder);
+    lockedFolder = folder;
+    switch (lock->state()) {
+    case tw::AppLock::State::Held:
+        return Claim::Only;
+    case tw::AppLock::State::Running:
+        ui::MsgBox(QObject::tr("Apllication already Running"));
+        return Claim::Running;
+    case tw::AppLock::State::Failed:
+        break;
+    }
+    ui::MsgBox(lock->error(), ui::Critical);
+    return Claim::Failed;
+}
+
+bool prepareLoginConfig(QWidget* parent) {
+    try {
+        // Without the file the login lets no one in; the dialog offers to write it, and a user
+        // who declines has no way in.
+        return tw::readLoginConfig(cfgPath()) || runFirstRunDialog(parent);
+    } catch (const tw::Error& e) {
+        ui::MsgBox(e.text(), ui::Critical);
+    }
+    return runFirstRunDialog(parent);
+}
+
+bool runFirstRunDialog(QWidget* parent) {
+    QDialog dlg(parent);
+    dlg.setObjectName(QStringLiteral("FirstRun"));
+    dlg.setWindowTitle(QObject::tr("Tallywright - First Run"));
+    auto* intro = new QLabel(
+        QObject::tr("Choose the user id and the password that will open Tallywright."), &dlg);
+    intro->setWordWrap(true);
+    auto* user = ui::named(new QLineEdit(&dlg), "txtuserid");
+    userIdRule(user);
+    auto* pass = ui::named(new QLineEdit(&dlg), "txtpass");
+    auto* again = ui::named(new QLineEdit(&dlg), "txtpass2");
+    for (auto* p : {pass, again})
+        p->setEchoMode(QLineEdit::Password);
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, &dlg);
+    auto* form = new QFormLayout;
+    form->addRow(QObject::tr("User ID"), user);
+    form->addRow(QObject::tr("Password"), pass);
+    form->addRow(QObject::tr("Password again"), again);
+    auto* box = new QVBoxLayout(&dlg);
+    box->addWidget(intro);
+    box->addLayout(form);
+    box->addWidget(buttons);
+    ui::enterPressesButtons(&dlg);
+    dlg.setMinimumWidth(380); // room for the whole title
+
+    QObject::connect(buttons, &QDialogButtonBox::rejected, &dlg, &QDialog::reject);
+    QObject::connect(
+        buttons, &QDialogButtonBox::accepted, &dlg, ui::guarded([&] {
+            const QString info = QObject::tr("Information");
+            if (user->text().trimmed().isEmpty())
+                return ui::refuse(user, QObject::tr("Enter User ID"), ui::Information, info);
+            if (pass->text().trimmed().isEmpty())
+                return ui::refuse(pass, QObject::tr("Enter Password"), ui::Information, info);
+            // The file quotes each value, so a double quote cannot be kept in it.
+            if (pass->text().contains(u'"'))
+                return ui::refuse(pass, QObject::tr("The password cannot hold a double quote."),
+                                  ui::Exclamation);
+            if (pass->text() != again->text()) {
+                again->clear();
+                return ui::refuse(again, QObject::tr("The two passwords differ."), ui::Exclamation);
+            }
+            tw::writeLoginConfig(cfgPath(), {QStringLiteral("localhost"), user->text().trimmed(),
+                                             pass->text().trimmed()});
+            dlg.accept();
+        }));
+    return dlg.exec() == QDialog::Accepted;
+}
