@@ -35,6 +35,16 @@ struct Message {
     QString title; // as shown: defaultTitle() when the caller gave none
 };
 
+// A check of an action that failed, as core code reports it: the message as the screen shows
+// it, with its icon and title, and the field it is about by the control's name ("txt_amount").
+// A screen shows it and puts the focus on that control; the command line names the field.
+struct Refusal {
+    QString field;
+    QString text;
+    int flags = Information;
+    QString title;
+};
+
 class Messenger {
 public:
     virtual ~Messenger() = default;

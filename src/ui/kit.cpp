@@ -128,6 +128,13 @@ void refuse(QWidget* field, const QString& text, int flags, const QString& title
     field->setFocus();
 }
 
+void refuse(QWidget* screen, const tw::Refusal& refusal) {
+    auto* field = screen->findChild<QWidget*>(refusal.field);
+    if (!field) // a refusal always names a control of the screen that asked
+        throw tw::Error(QStringLiteral("No field named ") + refusal.field);
+    refuse(field, refusal.text, refusal.flags, refusal.title);
+}
+
 bool refuseBadEmail(QLineEdit* field) {
     const QString email = field->text().trimmed();
     if (email.isEmpty())

@@ -42,6 +42,9 @@ tw::Messenger& boxes();
 void refuse(QWidget* field, const QString& text, int flags = Information,
             const QString& title = {});
 
+// The same for a refusal of the core: the field is the control of that name below `screen`.
+void refuse(QWidget* screen, const tw::Refusal& refusal);
+
 // The e-mail check of the organisation and project screens: a filled address must hold "@" and
 // one of the domain words (COM, ORG, NET, GOV, EDU, MIL, AC., CO.). Refuses the field and gives
 // true when the address fails.
