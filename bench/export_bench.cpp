@@ -24,11 +24,12 @@ constexpr double goalMegabytes = 50;
 } // namespace
 
 int main(int argc, char** argv) {
+    tw::ConsoleMessenger console;
     QCoreApplication app(argc, argv);
     const int rows = argc > 1 ? QString::fromLocal8Bit(argv[1]).toInt() : 1000000;
     QTemporaryDir dir;
     tw::AppFolder::set(dir.path());
-    tw::ConClass con(tw::console());
+    tw::ConClass con(console);
     con.conopen();
     const qint64 key = con.insert(QStringLiteral("contractmaster"),
                                   {{QStringLiteral("tw_contract_num"), QStringLiteral("E-1")},

@@ -110,6 +110,7 @@ double floorMs(const ConClass& con, const Floor& floor, const Row& sample, qsize
 } // namespace
 
 int main(int argc, char** argv) {
+    tw::ConsoleMessenger console;
     QCoreApplication app(argc, argv);
     QTextStream out(stdout);
     if (argc != 2) {
@@ -119,7 +120,7 @@ int main(int argc, char** argv) {
         return 2;
     }
     AppFolder::set(QString::fromLocal8Bit(argv[1]));
-    ConClass con(console());
+    ConClass con(console);
     con.conopen();
     if (!con.isOpen())
         return 1;
@@ -182,7 +183,7 @@ int main(int argc, char** argv) {
                 LoadDeductions(run, con); // the bill opening: open, not frozen
             QElapsedTimer timer;
             timer.start();
-            if (!fill(type, run, con, console()))
+            if (!fill(type, run, con, console))
                 return 1;
             const double fillMs = double(timer.nsecsElapsed()) / 1e6;
             const auto count =

@@ -11,12 +11,13 @@
 #include <QTextStream>
 
 int main(int argc, char** argv) {
+    tw::ConsoleMessenger console;
     QCoreApplication app(argc, argv);
     const QStringList args = QCoreApplication::arguments();
     if (args.size() != 4)
         return 2;
     tw::AppFolder::set(args[1]);
-    tw::ConClass con(tw::console());
+    tw::ConClass con(console);
     con.conopen();
     if (!con.isOpen())
         return 1;
@@ -38,7 +39,7 @@ int main(int argc, char** argv) {
         tw::reports::readProject(run, con);
         thaw(); // a round killed after its freeze left the bill frozen
         run.frozen_flag = false;
-        if (!tw::reports::fill(*bill, run, con, tw::console()))
+        if (!tw::reports::fill(*bill, run, con, console))
             return 1;
         tw::reports::FreezeBill(run, con);
         if (!run.frozen_flag)

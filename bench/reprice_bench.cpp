@@ -51,11 +51,12 @@ void fill(const ConClass& con, const QString& table) {
 } // namespace
 
 int main(int argc, char** argv) {
+    tw::ConsoleMessenger console;
     QCoreApplication app(argc, argv);
     QTextStream out(stdout);
     QTemporaryDir dir;
     AppFolder::set(dir.path());
-    ConClass con(console());
+    ConClass con(console);
     con.conopen();
     {
         Transaction t(con);
@@ -68,7 +69,7 @@ int main(int argc, char** argv) {
     for (int r = 0; r < repeats; ++r) {
         QElapsedTimer timer;
         timer.start();
-        priced = SaveMaterial(con, console(), QStringLiteral("Material 7"), QString::number(20 + r),
+        priced = SaveMaterial(con, console, QStringLiteral("Material 7"), QString::number(20 + r),
                               QStringLiteral("Bag"));
         best = std::min(best, timer.nsecsElapsed() / 1e9);
     }

@@ -15,10 +15,11 @@
 using namespace tw::schedules;
 
 int main(int argc, char** argv) {
+    tw::ConsoleMessenger console;
     QCoreApplication app(argc, argv);
     QTemporaryDir dir;
     tw::AppFolder::set(dir.path());
-    tw::ConClass con(tw::console());
+    tw::ConClass con(console);
     con.conopen();
     const qint64 key = con.insert(QStringLiteral("contractmaster"),
                                   {{QStringLiteral("tw_contract_num"), QStringLiteral("B-1")},

@@ -60,7 +60,5 @@ class ConsoleMessenger : public Messenger {
 protected:
     Answer show(const Message& m) override;
 };
-// The one console messenger of the process, for code run without a screen.
-Messenger& console();
 
 } // namespace tw

@@ -90,11 +90,6 @@ Answer ConsoleMessenger::show(const Message& m) {
     return buttonsOf(m.flags) == YesNo ? Answer::Yes : Answer::Ok;
 }
 
-Messenger& console() {
-    static ConsoleMessenger c;
-    return c;
-}
-
 // ---- rows ---------------------------------------------------------------------------------
 
 namespace {
@@ -455,19 +450,7 @@ void Transaction::end(bool commit) {
         throw Error(failure);
 }
 
-// ---- program-wide state -------------------------------------------------------------------
-
-bool Tallywrightmod::boardopen = false;
-bool Tallywrightmod::importmode = false;
-qint16 Tallywrightmod::analysis_row_index = 0;
-QString Tallywrightmod::errnum;
-QString Tallywrightmod::errdesc;
-QString Tallywrightmod::tablename;
-
-ConClass& Tallywrightmod::con() {
-    static ConClass shared(console());
-    return shared;
-}
+// ---- projects -----------------------------------------------------------------------------
 
 QString FindTableName(const ConClass& con, const QString& contractNum, bool trimNumber) {
     try {
@@ -497,11 +480,8 @@ QString FindContractNo(const ConClass& con, const QString& pkey) {
     }
 }
 
-bool reporttableerror(Messenger& out, const QString& errorNumber, const QString& errorText) {
-    Tallywrightmod::errnum = errorNumber;
-    Tallywrightmod::errdesc = errorText;
-    ConClass& con = Tallywrightmod::con();
-    con.setMessenger(out);
+bool reporttableerror(Messenger& out, const QString& errorText, const QString& tablename) {
+    ConClass con(out);
     con.conopen();
     // SQLite words a missing table as "no such table: Name"; only the three per-project
     // families are made again.
@@ -514,7 +494,7 @@ bool reporttableerror(Messenger& out, const QString& errorNumber, const QString&
     if (!missingProjectTable)
         return false;
     // The name is the key digits the report run left behind: an integer, never user text.
-    const QString name = Tallywrightmod::tablename;
+    const QString& name = tablename;
     if (name.isEmpty() ||
         !std::all_of(name.begin(), name.end(), [](QChar c) { return c.isDigit(); }))
         throw Error(QStringLiteral("Syntax error in query. Incomplete query clause."));

@@ -183,17 +183,6 @@ private:
 // tw::Error with the store's text on failure.
 QSqlQuery prepared(const QSqlDatabase& db, const QString& sql, const QVariantList& params);
 
-// Program-wide variables shared between screens.
-struct Tallywrightmod {
-    static bool boardopen;
-    static bool importmode;
-    static qint16 analysis_row_index;
-    static QString errnum;
-    static QString errdesc;
-    static QString tablename;
-    static ConClass& con(); // the shared connection, made on first use, telling the console
-};
-
 // The tw_pkey of a project (trimmed or not, as the caller says); empty when unknown or on error.
 QString FindTableName(const ConClass& con, const QString& contractNum, bool trimNumber = true);
 // The names of the projects in store order, as the project lists show them.
@@ -201,11 +190,12 @@ QStringList projectNames(const ConClass& con);
 // The project number of a tw_pkey; empty when unknown.
 QString FindContractNo(const ConClass& con, const QString& pkey);
 
-// After a statement failed (or on a normal way out, with an empty text): stores the error,
-// refreshes the shared connection (which then tells `out`) and, when the store said a table whose
-// name begins Rnf_, Sch_ or Bl_ is missing, runs the recovery statement that makes `tablename` with
-// the columns of Reinforcementmaster. Gives true when that statement ran.
-bool reporttableerror(Messenger& out, const QString& errorNumber, const QString& errorText);
+// After a statement failed (or on a normal way out, with an empty text): opens a fresh
+// connection (which tells `out` when it cannot) and, when the store said a table whose name
+// begins Rnf_, Sch_ or Bl_ is missing, runs the recovery statement that makes `tablename` (the
+// bare key digits of the project, as the report run that read Bl_<key> left it) with the columns
+// of Reinforcementmaster. Gives true when that statement ran.
+bool reporttableerror(Messenger& out, const QString& errorText, const QString& tablename = {});
 
 // twk.cfg: server name, user id and password, comma-delimited free-format input.
 struct LoginConfig {

@@ -33,8 +33,8 @@ protected:
 
 TEST_F(FrmImport, ModeDecidesWhichWayTheScreenWorks) {
     for (const bool exportOnly : {true, false}) {
-        tw::Tallywrightmod::importmode = exportOnly;
         open();
+        screen->setImportMode(exportOnly);
         EXPECT_EQ(screen->CmdExport->isEnabled(), exportOnly);
         for (QWidget* w : std::initializer_list<QWidget*>{screen->CmdImport, screen->Txt_FileName,
                                                           screen->CmdBrowse})
@@ -70,7 +70,6 @@ TEST_F(FrmImport, ImportTellsTheOutcomeOfEachFile) {
          "Excel Sheet is not in proper Format - Refer Help for proper format", "Excel Sheet",
          false},
     };
-    tw::Tallywrightmod::importmode = false;
     for (const Case& c : cases) {
         SCOPED_TRACE(c.file.toStdString());
         open();
@@ -92,8 +91,8 @@ TEST_F(FrmImport, ImportTellsTheOutcomeOfEachFile) {
 TEST_F(FrmImport, ExportWritesTheWorkbookBesideTheProgram) {
     db().exec(
         QStringLiteral("insert into %1 values ('1','Earth work','Cum',120.5,0,'X')").arg(table));
-    tw::Tallywrightmod::importmode = true;
     open();
+    screen->setImportMode(true);
     twtest::pick(screen->CmbCntrctNm, QStringLiteral("12/A"));
     const QStringList shown = twtest::withRealBoxes({"OK"}, [&] { click("CmdExport"); });
     ASSERT_EQ(shown.size(), 1);

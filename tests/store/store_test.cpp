@@ -276,14 +276,12 @@ TEST_F(StoreTest, TransactionsNestAndAnActionsWritesStandOrFallTogether) {
 }
 
 TEST_F(StoreTest, MissingProjectTableIsMadeOnlyForTheThreeFamilies) {
-    tw::Tallywrightmod::tablename = QStringLiteral("17");
-    EXPECT_FALSE(tw::reporttableerror(twtest::scripted(), QString(), QString()));
-    EXPECT_TRUE(tw::Tallywrightmod::con().isOpen());
-    EXPECT_FALSE(tw::reporttableerror(twtest::scripted(), QStringLiteral("1"),
-                                      QStringLiteral("no such table: prev_dummy_x")));
-    EXPECT_EQ(tw::Tallywrightmod::errdesc, QStringLiteral("no such table: prev_dummy_x"));
-    EXPECT_TRUE(tw::reporttableerror(twtest::scripted(), QStringLiteral("1"),
-                                     QStringLiteral("no such table: BL_17 Unable to execute")));
+    const QString key = QStringLiteral("17");
+    EXPECT_FALSE(tw::reporttableerror(twtest::scripted(), QString(), key));
+    EXPECT_FALSE(tw::reporttableerror(twtest::scripted(),
+                                      QStringLiteral("no such table: prev_dummy_x"), key));
+    EXPECT_TRUE(tw::reporttableerror(
+        twtest::scripted(), QStringLiteral("no such table: BL_17 Unable to execute"), key));
     // The table made is the bare key, with the columns of the reinforcement table.
     EXPECT_EQ(columnsOf(db(), QStringLiteral("17")),
               columnsOf(db(), QStringLiteral("Reinforcementmaster")));

@@ -40,15 +40,12 @@ void AppFolderTest::SetUp() {
     ASSERT_TRUE(dir_.isValid());
     tw::AppFolder::set(dir_.path());
     messages().clear();
-    tw::Tallywrightmod::boardopen = false;
-    tw::Tallywrightmod::analysis_row_index = 0;
     con_.conopen();
     ASSERT_TRUE(con_.isOpen());
 }
 
 void AppFolderTest::TearDown() {
     con_.conclose();
-    tw::Tallywrightmod::con().conclose();
 }
 
 void AppFolderTest::writeConfig(const QString& user, const QString& password) {

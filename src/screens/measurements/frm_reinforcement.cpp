@@ -177,8 +177,6 @@ Frm_Reinforcement::Frm_Reinforcement(QWidget* parent) : ui::Screen(parent) {
         w->installEventFilter(this);
 
     // ---- opening ----
-    // Nothing has been clicked in this screen's grid yet.
-    tw::Tallywrightmod::analysis_row_index = 0;
     CmdRem->setEnabled(false);
     ui::guard([this] {
         for (const auto& r : con.rows(QStringLiteral("select * from contractmaster")))
@@ -369,7 +367,7 @@ void Frm_Reinforcement::CmdAdd_clicked() {
 void Frm_Reinforcement::LstVwRnftDet_itemClicked(QTreeWidgetItem* item) {
     if (!item)
         return;
-    tw::Tallywrightmod::analysis_row_index = qint16(LstVwRnftDet->indexOfTopLevelItem(item) + 1);
+    analysis_row_index = qint16(LstVwRnftDet->indexOfTopLevelItem(item) + 1);
     CmdRem->setEnabled(true);
 }
 
@@ -396,7 +394,7 @@ void Frm_Reinforcement::LstVwRnftDet_itemDoubleClicked(QTreeWidgetItem* item) {
 }
 
 void Frm_Reinforcement::CmdRem_clicked() {
-    const int index = tw::Tallywrightmod::analysis_row_index;
+    const int index = analysis_row_index;
     QTreeWidgetItem* row = index > 0 ? LstVwRnftDet->topLevelItem(index - 1) : nullptr;
     if (!row) {
         ui::refuse(LstVwRnftDet, tr("Please Select an Item to be removed from the List..."), ui::Ok,

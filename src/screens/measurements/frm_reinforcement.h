@@ -67,4 +67,6 @@ private:
 
     QString contract; // tw_contract_num of the chosen project
     QString units;    // its tw_units
+    // The row of the grid last clicked, counted from 1; 0 while none was.
+    qint16 analysis_row_index = 0;
 };

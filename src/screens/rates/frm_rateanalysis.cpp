@@ -16,7 +16,6 @@
 using tw::doubleText;
 using tw::leadingNumber;
 using tw::numberText;
-using tw::Tallywrightmod;
 using ui::named;
 
 namespace {
@@ -391,7 +390,7 @@ void Frm_RateAnalysis::SumAnalysisRows() {
 }
 
 void Frm_RateAnalysis::LstVwItmDtls_itemClicked(QTreeWidgetItem* item) {
-    Tallywrightmod::analysis_row_index = qint16(LstVwItmDtls->indexOfTopLevelItem(item) + 1);
+    analysis_row_index = qint16(LstVwItmDtls->indexOfTopLevelItem(item) + 1);
 }
 
 void Frm_RateAnalysis::editRow() {
@@ -405,7 +404,7 @@ void Frm_RateAnalysis::editRow() {
     TxtQty->setFocus();
     TxtTotAmt->setText(
         doubleText(leadingNumber(TxtTotAmt->text()) - leadingNumber(selected->text(Amount))));
-    const int index = Tallywrightmod::analysis_row_index;
+    const int index = analysis_row_index;
     if (index < 1 || index > LstVwItmDtls->topLevelItemCount())
         throw tw::Error(tr("Row %1 of the list is gone; click the row to edit again.").arg(index));
     // The other rows keep their numbers; the row comes back at the end with the next add.
@@ -447,7 +446,7 @@ void Frm_RateAnalysis::LstVwItmDtls_customContextMenuRequested(const QPoint& pos
 
 void Frm_RateAnalysis::mnurtedt_triggered() {
     const QString title = tr("Select an Item");
-    if (Tallywrightmod::analysis_row_index == 0)
+    if (analysis_row_index == 0)
         return void(ui::MsgBox(tr("There are No Items to Select...!!!"), ui::Information, title));
     if (LstVwItmDtls->topLevelItemCount() == 0)
         return void(ui::MsgBox(tr("There are no Items to Edit..."), ui::Information, title));
@@ -461,7 +460,7 @@ void Frm_RateAnalysis::CmdDel_clicked() {
         ui::MsgBox(tr("There are no Items to Delete..."), ui::Information, tr("Delete Item"));
         return LstVwItmDtls->setFocus();
     }
-    const int index = Tallywrightmod::analysis_row_index;
+    const int index = analysis_row_index;
     if (index == 0) {
         ui::MsgBox(tr("Please Select an Item to be removed from the List..."), ui::Information,
                    tr("Delete Items"));

@@ -73,4 +73,6 @@ private:
     QString tablename_;
     QString scheduleDesc_;
     QPointer<QMenu> ownMenu_;
+    // The row of the grid last clicked, counted from 1; 0 while none was.
+    qint16 analysis_row_index = 0;
 };

@@ -54,7 +54,7 @@ Frm_Import::Frm_Import(QWidget* parent) : ui::Screen(parent) {
     connect(CmdExport, &QPushButton::clicked, this, ui::guarded([this] { CmdExport_clicked(); }));
     connect(CmdExit, &QPushButton::clicked, this, &QWidget::close);
 
-    setImportMode(tw::Tallywrightmod::importmode);
+    setImportMode(false);
     ui::guard([this] { Form_Load(); });
 }
 
@@ -105,7 +105,6 @@ void Frm_Import::CmdImport_clicked() {
             importedMessage(importSchedules(con, *project_, Txt_FileName->text()));
         ui::MsgBox(done.text, done.flags, done.title);
     } catch (const ImportError& e) {
-        tw::Tallywrightmod::errdesc = e.text();
         const tw::Message m = failureMessage(e.kind());
         if (e.kind() == ImportFailure::FewColumns)
             ui::refuse(Txt_FileName, m.text, m.flags, m.title);

@@ -16,7 +16,7 @@
 class Frm_Import : public ui::Screen {
     Q_OBJECT
 public:
-    // Opens in the mode the frame last set in Tallywrightmod::importmode.
+    // Opens for import; the frame then sets the mode its menu entry asks for (setImportMode).
     explicit Frm_Import(QWidget* parent = nullptr);
 
     // Export only (true): the import's file fields and button are off. Import (false): export is.

@@ -54,12 +54,10 @@ frm_ContractInfo::frm_ContractInfo(QWidget* parent) : ui::Screen(parent) {
     connect(cmdok, &QPushButton::clicked, this, ui::guarded([this] { cmdok_clicked(); }));
     connect(cmdCancel, &QPushButton::clicked, this, [this] { cmdCancel_clicked(); });
     setFixedSize(sizeHint().expandedTo(QSize(360, 0)));
-    tw::Tallywrightmod::boardopen = true;
 }
 
 frm_ContractInfo::~frm_ContractInfo() {
     con.conclose();
-    tw::Tallywrightmod::boardopen = false;
 }
 
 QList<QRadioButton*> frm_ContractInfo::options() const {

@@ -189,9 +189,10 @@ QWidget* TallyFrame::openChild(const QString& className) {
 }
 
 void TallyFrame::openBoard() {
-    if (tw::Tallywrightmod::boardopen)
+    // One board at a time: a double click while it is up does nothing.
+    if (board_)
         return;
-    addChild(new frm_ContractInfo);
+    board_ = addChild(new frm_ContractInfo);
 }
 
 QWidget* TallyFrame::openBackup() {
@@ -211,8 +212,7 @@ QWidget* TallyFrame::openRateAnalysis() {
 }
 
 QWidget* TallyFrame::openImport(bool exportOnly) {
-    tw::Tallywrightmod::importmode = exportOnly;
-    // An open screen is brought forward rather than made again, so it is told the mode too.
+    // The screen is told its mode whether it was just made or brought forward.
     auto* screen = qobject_cast<Frm_Import*>(openChild(QStringLiteral("Frm_Import")));
     if (screen)
         screen->setImportMode(exportOnly);

@@ -10,6 +10,7 @@
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QMenu>
+#include <QPointer>
 
 #include <functional>
 #include <map>
@@ -44,6 +45,7 @@ public:
     void mnuAbtUs_triggered();
 
     QMdiArea* mdi;
+    QPointer<QWidget> board_; // the project information board while it is up
     QMenu* mnufile;
     QMenu* mnuschmanage;
     QMenu* tools;
