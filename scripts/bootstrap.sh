@@ -6,7 +6,8 @@ cd "$(dirname "$0")/.."
 
 packages=(cmake ninja-build ccache g++ pkg-config
           qt6-base-dev libqt6sql6-sqlite libgl-dev libgtest-dev libkainjow-mustache-dev
-          libsqlite3-dev libsodium-dev libfreexl-dev liborcus-dev libxlsxwriter-dev)
+          libsqlite3-dev libsodium-dev libfreexl-dev liborcus-dev libxlsxwriter-dev
+          sqlite3)
 
 missing=()
 for p in "${packages[@]}"; do
