@@ -93,14 +93,13 @@ namespace {
 const QString prefix = QStringLiteral("Tallywright-");
 const QString stampFormat = QStringLiteral("yyyy-MM-dd-HHmmss");
 
-// "ok", or what is wrong with the database open on `h`.
-QString checkOpen(const sqlite::Handle& h) {
-    const int version = h.scalar(QStringLiteral("pragma user_version")).toInt();
-    if (version > schema::currentVersion)
-        return QStringLiteral("%1 was written by a newer version of Tallywright.")
-            .arg(native(h.path()));
-    if (version == 0)
-        return QStringLiteral("%1 is not a Tallywright database.").arg(native(h.path()));
+// "ok", or what is wrong with the database open on `h`: not one of this program's, or damaged.
+QString verdictOf(const sqlite::Handle& h) {
+    try {
+        schema::inspect(h);
+    } catch (const Error& e) {
+        return e.text();
+    }
     const QString integrity = h.scalar(QStringLiteral("pragma integrity_check"));
     if (integrity != QLatin1String("ok"))
         return QStringLiteral("%1 is damaged: %2").arg(native(h.path()), integrity);
@@ -126,7 +125,7 @@ void backupInto(const sqlite::Handle& from, AtomicFile& to) {
     sqlite3_backup_finish(b);
     if (rc != SQLITE_DONE)
         throw Error(copy.error(rc));
-    const QString verdict = checkOpen(copy);
+    const QString verdict = verdictOf(copy);
     if (verdict != QLatin1String("ok"))
         throw Error(verdict);
 }
@@ -243,10 +242,9 @@ QString check(const QString& path) {
     if (!QFileInfo(path).isFile())
         return QStringLiteral("%1 does not exist.").arg(native(path));
     try {
-        schema::inspect(path);
         sqlite::Handle h;
         h.inspect(path);
-        return checkOpen(h);
+        return verdictOf(h);
     } catch (const Error& e) {
         return e.text();
     }

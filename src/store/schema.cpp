@@ -534,12 +534,16 @@ QString foreignObject(const sqlite::Handle& h, const std::vector<QStringList>& o
 void inspect(const QString& path, bool emptyIsNew) {
     sqlite::Handle h;
     h.inspect(path);
+    inspect(h, emptyIsNew);
+}
+
+void inspect(const sqlite::Handle& h, bool emptyIsNew) {
     const int version = h.scalar(QStringLiteral("pragma user_version")).toInt();
     if (version > currentVersion)
-        throw Error(newerVersion(path, version));
+        throw Error(newerVersion(h.path(), version));
     const auto objects =
         h.rows(QStringLiteral("select type, name, tbl_name, sql from sqlite_master"));
-    const QString file = QDir::toNativeSeparators(path);
+    const QString file = QDir::toNativeSeparators(h.path());
     if (version == 0) {
         if (objects.empty() && emptyIsNew)
             return;

@@ -7,6 +7,10 @@
 
 #include <vector>
 
+namespace tw::sqlite {
+class Handle;
+}
+
 namespace tw::schema {
 
 // The version this program writes in PRAGMA user_version.
@@ -35,6 +39,8 @@ const std::vector<Table>& tables();
 // was. An empty file is refused too unless `emptyIsNew` (the application folder's database,
 // which is then made).
 void inspect(const QString& path, bool emptyIsNew = false);
+// The same on a file open on `h` (one looked at, or a copy just made).
+void inspect(const sqlite::Handle& h, bool emptyIsNew = false);
 
 // Brings an open database to the current version: creates every table and the seed rows in a
 // new file, upgrades an older one step by step. Throws tw::Error for a newer file.
