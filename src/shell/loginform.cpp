@@ -117,11 +117,14 @@ void LoginForm::cmdLogin_clicked() {
         return;
     }
     // A file from before the hash gave its password in clear this once; it keeps the hash now.
-    if (tw::isClearPassword(password)) {
-        const auto cfg = tw::readLoginConfig(cfgPath());
-        tw::writeLoginConfig(
-            cfgPath(), {cfg->servername, cfg->userid, tw::hashPassword(txtpass->text().trimmed())});
-    }
+    // A file that cannot take it is told, and the user, who gave the right password, goes on.
+    if (tw::isClearPassword(password))
+        ui::guard([this] {
+            if (auto cfg = tw::readLoginConfig(cfgPath())) {
+                cfg->password = tw::hashPassword(txtpass->text().trimmed());
+                tw::writeLoginConfig(cfgPath(), *cfg);
+            }
+        });
     emit loggedIn();
 }
 

@@ -69,6 +69,22 @@ TEST_F(LoginTest, ChecksRunInOrderWithTheirMessages) {
                 EXPECT_TRUE(tw::passwordMatches(now, QStringLiteral("Secret")));
             }
         }
+    // A file that cannot take the hash (a link, never written through) is told, and the right
+    // password still logs in.
+    writeConfig(QStringLiteral("Admin"), QStringLiteral("Secret"));
+    QFile::rename(cfg, cfg + QStringLiteral(".real"));
+    QFile::link(QStringLiteral("twk.cfg.real"), cfg);
+    messages().clear();
+    LoginForm form;
+    QSignalSpy ok(&form, &LoginForm::loggedIn);
+    form.txtuserid->setText(QStringLiteral("admin"));
+    form.txtpass->setText(QStringLiteral("Secret"));
+    form.cmdLogin_clicked();
+    EXPECT_EQ(ok.count(), 1);
+    ASSERT_EQ(messages().shown.size(), 1u);
+    EXPECT_TRUE(messages().shown[0].text.contains(cfg + QStringLiteral(" is a symbolic link")));
+    EXPECT_EQ(tw::readLoginConfig(cfg + QStringLiteral(".real"))->password,
+              QStringLiteral("Secret"));
 }
 
 TEST_F(LoginTest, AfterTheRealBoxTheTypedIdStaysAndThePasswordIsSelected) {
