@@ -633,6 +633,10 @@ TEST_F(BackupTest, BackupAndRestoreAfterACrashKeepTheRestoredBackupAndSweepLefto
     EXPECT_EQ(crashRows(tw::backup::nameFor(when)), QStringList{"0"});
     EXPECT_EQ(tw::backup::check(oldest), QStringLiteral("ok"));
     EXPECT_EQ(tw::backup::list().size(), 11u);
+    // The program opens such a database too, as it was at its last commit.
+    crashMidWrite(dbPath());
+    ASSERT_TRUE(reopen());
+    EXPECT_EQ(crashRows(dbPath()), QStringList{"0"});
 
     const QStringList leftovers{backupsDir() + "/Tallywright-2026-06-01-080000.db.part",
                                 backupsDir() + "/Tallywright-2026-06-01-080000.db.part-journal",
