@@ -4,6 +4,7 @@
 #include "screens/shell/frmsplash.h"
 #include "screens/shell/loginform.h"
 #include "screens/shell/tallyframe.h"
+#include "store/backup.h"
 #include "store/store.h"
 #include "ui/kit.h"
 
@@ -29,6 +30,9 @@ int main(int argc, char** argv) {
     case Claim::Failed:
         return 1;
     }
+    // What killed backups and restores left behind goes before anything new is written.
+    ui::guard([] { tw::backup::sweep(); });
+    quitOnSignals();
     if (!prepareLoginConfig())
         return 0;
 
@@ -60,8 +64,8 @@ int main(int argc, char** argv) {
     });
     login->show();
     const int code = app.exec();
-    // Every connection is closed by now; the day's work goes into a backup as the program ends.
+    // The day's work goes into a backup as the session ends, by the last window or by a logout.
     if (*frameUp)
-        closingBackup();
+        closingBackup(ui::boxes());
     return code;
 }

@@ -1,10 +1,13 @@
-// Generates and freezes one bill again and again until it is killed, thawing it between rounds,
-// so that bench/kill_freeze.sh can kill it at any point of a freeze.
+// Generates and freezes one bill again and again, thawing it between rounds, so that
+// bench/kill_freeze.sh can kill it at any statement of a freeze; with "fill" it only generates
+// the bill, for bench/kill_running_bill.sh. Prints the number of statements run when it ends by
+// itself; TW_KILL_AFTER=N kills it as the Nth statement begins (kill_hook.h).
 //
-//   freeze_loop FOLDER PROJECT_NAME BILL
+//   freeze_loop FOLDER PROJECT_NAME BILL [ROUNDS [fill]]    (ROUNDS 0 or none: until killed)
 
 #include "core/reports/report_run.h"
 #include "core/reports/running_bill.h"
+#include "kill_hook.h"
 #include "store/store.h"
 
 #include <QCoreApplication>
@@ -12,10 +15,13 @@
 
 int main(int argc, char** argv) {
     tw::ConsoleMessenger console;
+    killhook::install();
     QCoreApplication app(argc, argv);
     const QStringList args = QCoreApplication::arguments();
-    if (args.size() != 4)
+    if (args.size() < 4 || args.size() > 6)
         return 2;
+    const long rounds = args.size() > 4 ? args[4].toLong() : 0;
+    const bool freeze = args.size() < 6 || args[5] != QLatin1String("fill");
     tw::AppFolder::set(args[1]);
     tw::ConClass con(console);
     con.conopen();
@@ -35,15 +41,21 @@ int main(int argc, char** argv) {
                  {run.contract_num, run.bill});
         tx.commit();
     };
-    for (;;) {
+    for (long round = 0; rounds == 0 || round < rounds; ++round) {
         tw::reports::readProject(run, con);
-        thaw(); // a round killed after its freeze left the bill frozen
+        if (freeze)
+            thaw(); // a round killed after its freeze left the bill frozen
+        else
+            tw::reports::LoadDeductions(run, con);
         run.frozen_flag = false;
         if (!tw::reports::fill(*bill, run, con, console))
             return 1;
+        if (!freeze)
+            continue;
         tw::reports::FreezeBill(run, con);
         if (!run.frozen_flag)
             return 1; // the bill was not there to freeze
-        QTextStream(stdout) << "frozen" << Qt::endl;
     }
+    QTextStream(stdout) << killhook::statements << Qt::endl;
+    return 0;
 }

@@ -8,7 +8,7 @@ cd "$(dirname "$0")/.."
 # Arabic, ...) print in the Noto fonts, which the report tests check.
 packages=(cmake ninja-build ccache g++ pkg-config
           qt6-base-dev libqt6sql6-sqlite libgl-dev libgtest-dev libkainjow-mustache-dev
-          libsqlite3-dev libfreexl-dev liborcus-dev libxlsxwriter-dev
+          libsqlite3-dev libsodium-dev libfreexl-dev liborcus-dev libxlsxwriter-dev sqlite3
           fonts-dejavu-core fonts-noto-core)
 
 missing=()

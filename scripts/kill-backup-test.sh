@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Kills `tallywright-cli backup` with SIGKILL at random moments, many times, then checks that
-# the live database passes PRAGMA integrity_check and is byte for byte what it was, and that no
-# half-written backup is listed or stands under a backup's name.
+# the live database passes PRAGMA integrity_check and is byte for byte what it was, that no
+# half-written backup is listed or stands under a backup's name, and that the next backup sweeps
+# away what the killed ones left.
 #
 #   scripts/kill-backup-test.sh [CLI] [RUNS]
 #     CLI   the tallywright-cli to test (default: build/tallywright-cli)
@@ -42,6 +43,10 @@ for ((i = 0; i < runs; i++)); do
   fi
 done
 
+# The next backup sweeps away what the killed ones left.
+left_by_kills=$(find "$dir/backups" -type f ! -name 'Tallywright-*.db' | wc -l)
+"$cli" --folder "$dir" backup >/dev/null
+
 fail=0
 integrity=$(sqlite3 "$live" 'PRAGMA integrity_check;')
 [ "$integrity" = ok ] || { echo "FAIL: live database: $integrity"; fail=1; }
@@ -63,9 +68,10 @@ bad=$(printf '%s\n' "$listing" | awk 'NF && $4 != "ok"' | wc -l)
 listed=$(printf '%s\n' "$listing" | awk 'NF' | wc -l)
 [ "$bad" -eq 0 ] || { echo "FAIL: listed backups that are not ok:"; printf '%s\n' "$listing"; fail=1; }
 others=$(find "$dir/backups" -type f ! -name 'Tallywright-*.db' | wc -l)
+[ "$others" -eq 0 ] || { echo "FAIL: the next backup left what the killed ones left"; fail=1; }
 
 echo "runs: $runs  killed mid-run: $killed  finished before the kill: $finished"
 echo "one backup takes about ${span_ms} ms; backups named and sound: $named, listed: $listed"
-echo "leftover files not named as backups: $others"
+echo "files the kills left: $left_by_kills, left after the next backup: $others"
 echo "live database: integrity $integrity, unchanged: $([ "$before" = "$after" ] && echo yes || echo no)"
 [ "$fail" -eq 0 ] && echo PASS || { echo FAIL; exit 1; }

@@ -1,6 +1,8 @@
 #include "store/backup.h"
 
+#include "store/files.h"
 #include "store/schema.h"
+#include "store/sqlitefile.h"
 #include "store/store.h"
 
 #include <QDir>
@@ -9,7 +11,6 @@
 #include <QRegularExpression>
 
 #include <cerrno>
-#include <cstring>
 #include <map>
 
 #include <fcntl.h>
@@ -20,41 +21,45 @@
 
 namespace tw {
 
+namespace {
+QString native(const QString& path) {
+    return QDir::toNativeSeparators(path);
+}
+} // namespace
+
 // ---- running-copy lock --------------------------------------------------------------------
 
 AppLock::AppLock(const QString& folder) {
-    auto fail = [&](int err) {
+    const QString lockFile = QDir(folder).filePath(QStringLiteral("Tallywright.lock"));
+    auto fail = [&](const QString& text) {
         if (fd_ >= 0)
             ::close(fd_);
         fd_ = -1;
         state_ = State::Failed;
-        error_ =
-            QStringLiteral("Tallywright cannot write in its folder %1: %2")
-                .arg(QDir::toNativeSeparators(folder), QString::fromLocal8Bit(std::strerror(err)));
+        error_ = text;
     };
     // The database and its journal are written in this folder too: one that takes no new file
     // is better told now than at the first save.
-    if (::access(QFile::encodeName(folder).constData(), W_OK) != 0) {
-        fail(errno);
+    if (const QString why = AppFolder::unwritable(folder); !why.isEmpty()) {
+        fail(why);
         return;
     }
-    const QByteArray path =
-        QFile::encodeName(QDir(folder).filePath(QStringLiteral("Tallywright.lock")));
-    fd_ = ::open(path.constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-    if (fd_ < 0 && (errno == EACCES || errno == EPERM)) {
-        // A lock file that may not be opened was made by no copy of ours: it is stale.
-        ::unlink(path.constData());
-        fd_ = ::open(path.constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-    }
-    // A file left by someone else keeps its mode on open: the lock is the owner's alone.
-    if (fd_ < 0 || ::fchmod(fd_, 0600) != 0) {
-        fail(errno);
+    const QByteArray path = QFile::encodeName(lockFile);
+    fd_ = ::open(path.constData(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600);
+    if (fd_ < 0) {
+        const int err = errno;
+        fail(err == ELOOP ? QStringLiteral("The lock %1 is a symbolic link; Tallywright takes no "
+                                           "lock through one.")
+                                .arg(native(lockFile))
+                          : QStringLiteral("The lock %1 cannot be opened: %2")
+                                .arg(native(lockFile), systemErrorText(err)));
         return;
     }
     if (::flock(fd_, LOCK_EX | LOCK_NB) != 0) {
         const int err = errno;
         if (err != EWOULDBLOCK) {
-            fail(err);
+            fail(QStringLiteral("The lock %1 cannot be taken: %2")
+                     .arg(native(lockFile), systemErrorText(err)));
             return;
         }
         ::close(fd_);
@@ -62,15 +67,19 @@ AppLock::AppLock(const QString& folder) {
         state_ = State::Running;
         return;
     }
-    // The process id is for a person looking into the folder; a disk too full to take it would
-    // refuse the first save as well.
-    const QByteArray pid = QByteArray::number(qint64(::getpid())) + '\n';
-    if (::ftruncate(fd_, 0) != 0 ||
-        ::write(fd_, pid.constData(), size_t(pid.size())) != ssize_t(pid.size())) {
-        fail(errno != 0 ? errno : ENOSPC);
-        return;
-    }
     state_ = State::Held;
+    // The process id is for a person looking into the folder. It goes only into a file of this
+    // user's with no other name: a file linked to another is never cut short.
+    struct stat st {};
+    if (::fstat(fd_, &st) != 0 || !S_ISREG(st.st_mode) || st.st_nlink != 1 ||
+        st.st_uid != ::geteuid())
+        return;
+    // A disk too full to take the id refuses the first save as well, and says so there.
+    const QByteArray pid = QByteArray::number(qint64(::getpid())) + '\n';
+    if (::fchmod(fd_, 0600) == 0 && ::ftruncate(fd_, 0) == 0) {
+        const ssize_t written = ::pwrite(fd_, pid.constData(), size_t(pid.size()), 0);
+        Q_UNUSED(written);
+    }
 }
 
 AppLock::~AppLock() {
@@ -84,56 +93,55 @@ namespace {
 const QString prefix = QStringLiteral("Tallywright-");
 const QString stampFormat = QStringLiteral("yyyy-MM-dd-HHmmss");
 
-QString native(const QString& path) {
-    return QDir::toNativeSeparators(path);
-}
-
-// An SQLite handle closed when it goes.
-struct Handle {
-    sqlite3* db = nullptr;
-    ~Handle() { sqlite3_close(db); }
-    QString error() const { return QString::fromUtf8(sqlite3_errmsg(db)); }
-};
-
-void open(Handle& h, const QString& path, int flags) {
-    if (sqlite3_open_v2(QFile::encodeName(path).constData(), &h.db, flags, nullptr) != SQLITE_OK)
-        throw Error(QStringLiteral("%1: %2").arg(native(path), h.error()));
-    sqlite3_busy_timeout(h.db, 5000);
-}
-
-// The first column of the first row of `sql`, as text; throws on failure.
-QString scalar(Handle& h, const char* sql, const QString& path) {
-    sqlite3_stmt* st = nullptr;
-    if (sqlite3_prepare_v2(h.db, sql, -1, &st, nullptr) != SQLITE_OK)
-        throw Error(QStringLiteral("%1: %2").arg(native(path), h.error()));
-    QString out;
-    const int rc = sqlite3_step(st);
-    if (rc == SQLITE_ROW)
-        out = QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(st, 0)));
-    sqlite3_finalize(st);
-    if (rc != SQLITE_ROW && rc != SQLITE_DONE)
-        throw Error(QStringLiteral("%1: %2").arg(native(path), h.error()));
-    return out;
-}
-
-QString checkOpen(Handle& h, const QString& path) {
-    const int version = scalar(h, "pragma user_version", path).toInt();
-    if (version > schema::currentVersion)
-        return QStringLiteral("%1 was written by a newer version of Tallywright.")
-            .arg(native(path));
-    if (version == 0)
-        return QStringLiteral("%1 is not a Tallywright database.").arg(native(path));
-    const QString integrity = scalar(h, "pragma integrity_check", path);
+// "ok", or what is wrong with the database open on `h`: not one of this program's, or damaged.
+QString verdictOf(const sqlite::Handle& h) {
+    try {
+        schema::inspect(h);
+    } catch (const Error& e) {
+        return e.text();
+    }
+    const QString integrity = h.scalar(QStringLiteral("pragma integrity_check"));
     if (integrity != QLatin1String("ok"))
-        return QStringLiteral("%1 is damaged: %2").arg(native(path), integrity);
+        return QStringLiteral("%1 is damaged: %2").arg(native(h.path()), integrity);
     return QStringLiteral("ok");
 }
 
-QDateTime madeOf(const QString& fileName) {
+// Copies the database open on `from` into the temporary file of `to` by SQLite's online
+// backup, and checks the copy. Failures name the target.
+void backupInto(const sqlite::Handle& from, AtomicFile& to) {
+    sqlite::Handle copy;
+    copy.open(to.path(), SQLITE_OPEN_READWRITE, to.target());
+    // The copy is thrown away unless it completes, so it keeps no journal on the disk.
+    copy.scalar(QStringLiteral("pragma journal_mode=memory"));
+    sqlite3_backup* b = sqlite3_backup_init(copy.get(), "main", from.get(), "main");
+    if (!b)
+        throw Error(copy.error());
+    int rc;
+    do {
+        rc = sqlite3_backup_step(b, 256);
+        if (rc == SQLITE_BUSY || rc == SQLITE_LOCKED)
+            sqlite3_sleep(20);
+    } while (rc == SQLITE_OK || rc == SQLITE_BUSY || rc == SQLITE_LOCKED);
+    sqlite3_backup_finish(b);
+    if (rc != SQLITE_DONE)
+        throw Error(copy.error(rc));
+    const QString verdict = verdictOf(copy);
+    if (verdict != QLatin1String("ok"))
+        throw Error(verdict);
+}
+
+// The program's own database, opened so that a journal a crash left beside it is played back
+// as every connection of the program would; nothing is written to it here.
+void openLive(sqlite::Handle& h, const QString& path) {
+    if (!QFileInfo(path).isFile())
+        throw Error(QStringLiteral("%1: there is no database to copy.").arg(native(path)));
+    h.open(path, SQLITE_OPEN_READWRITE);
+}
+
+const QRegularExpression& nameRule() {
     static const QRegularExpression re(
-        QStringLiteral("^Tallywright-(\\d{4}-\\d\\d-\\d\\d-\\d{6})\\.db$"));
-    const auto m = re.match(fileName);
-    return m.hasMatch() ? QDateTime::fromString(m.captured(1), stampFormat) : QDateTime();
+        QStringLiteral("^Tallywright-(\\d{4}-\\d\\d-\\d\\d-\\d{6})(?:-(\\d+))?\\.db$"));
+    return re;
 }
 
 // The backups of folder() with their times, newest first (no check).
@@ -141,13 +149,73 @@ std::vector<Entry> found() {
     std::vector<Entry> out;
     const QDir dir(folder());
     for (const QFileInfo& f : dir.entryInfoList({prefix + QStringLiteral("*.db")}, QDir::Files)) {
-        const QDateTime made = madeOf(f.fileName());
+        const auto m = nameRule().match(f.fileName());
+        const QDateTime made =
+            m.hasMatch() ? QDateTime::fromString(m.captured(1), stampFormat) : QDateTime();
         if (made.isValid())
-            out.push_back({f.filePath(), made, f.size(), {}});
+            out.push_back({f.filePath(),
+                           made,
+                           m.captured(2).isEmpty() ? 1 : m.captured(2).toInt(),
+                           f.size(),
+                           {}});
     }
-    std::sort(out.begin(), out.end(),
-              [](const Entry& a, const Entry& b) { return a.made > b.made; });
+    std::sort(out.begin(), out.end(), [](const Entry& a, const Entry& b) {
+        return a.made != b.made ? a.made > b.made : a.sequence > b.sequence;
+    });
     return out;
+}
+
+QString makeBackup(const QDateTime& now, const QStringList& spare) {
+    if (!QDir().mkpath(folder())) {
+        const QString why = AppFolder::unwritable(AppFolder::path());
+        throw Error(why.isEmpty() ? QStringLiteral("%1 cannot be made.").arg(native(folder()))
+                                  : why);
+    }
+    QFile::setPermissions(folder(),
+                          QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+    sweep();
+    sqlite::Handle live;
+    openLive(live, AppFolder::databasePath());
+    AtomicFile copy(nameFor(now), AtomicFile::Kind::OwnerOnly);
+    backupInto(live, copy);
+    // A backup made in the same second keeps its name; this one takes the next, after the
+    // highest of that second, so that the order of the names stays the order of the backups.
+    int sequence = 1;
+    const QDateTime second = QDateTime::fromString(now.toString(stampFormat), stampFormat);
+    for (const Entry& e : found())
+        if (e.made == second)
+            sequence = std::max(sequence, e.sequence + 1);
+    for (;; ++sequence) {
+        const QString name = nameFor(now, sequence);
+        if (copy.commitAsNew(name)) {
+            prune(now, QStringList(spare) << name);
+            return name;
+        }
+    }
+}
+
+// True when nobody writes `path`: a writer holds its lock for as long as it writes.
+bool abandoned(const QString& path) {
+    const int fd = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
+    if (fd < 0)
+        return errno == ELOOP; // a link is nobody's work in progress
+    const bool free = ::flock(fd, LOCK_EX | LOCK_NB) == 0;
+    ::close(fd);
+    return free;
+}
+
+void sweepFolder(const QString& dir, const QString& stem) {
+    const QDir d(dir);
+    for (const QString& name :
+         d.entryList({stem + QStringLiteral("*.part")}, QDir::Files | QDir::System))
+        if (abandoned(d.filePath(name)))
+            QFile::remove(d.filePath(name));
+    for (const QString& name :
+         d.entryList({stem + QStringLiteral("*.part-journal")}, QDir::Files | QDir::System)) {
+        const QString part = d.filePath(name.chopped(int(qstrlen("-journal"))));
+        if (!QFileInfo::exists(part))
+            QFile::remove(d.filePath(name));
+    }
 }
 
 } // namespace
@@ -156,83 +224,34 @@ QString folder() {
     return AppFolder::file(QStringLiteral("backups"));
 }
 
-QString nameFor(const QDateTime& when) {
-    return QDir(folder()).filePath(prefix + when.toString(stampFormat) + QStringLiteral(".db"));
+QString nameFor(const QDateTime& when, int sequence) {
+    const QString more = sequence > 1 ? QStringLiteral("-%1").arg(sequence) : QString();
+    return QDir(folder()).filePath(prefix + when.toString(stampFormat) + more +
+                                   QStringLiteral(".db"));
 }
 
 void copyDatabase(const QString& source, const QString& target) {
-    if (!QFileInfo(source).isFile())
-        throw Error(QStringLiteral("%1: there is no database to copy.").arg(native(source)));
-    const QString part = target + QStringLiteral(".part");
-    QFile::remove(part);
-    const int fd =
-        ::open(QFile::encodeName(part).constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-    if (fd < 0)
-        throw Error(QStringLiteral("%1: %2").arg(native(part),
-                                                 QString::fromLocal8Bit(std::strerror(errno))));
-    ::close(fd);
-    try {
-        Handle from, to;
-        open(from, source, SQLITE_OPEN_READONLY);
-        open(to, part, SQLITE_OPEN_READWRITE);
-        sqlite3_backup* b = sqlite3_backup_init(to.db, "main", from.db, "main");
-        if (!b)
-            throw Error(QStringLiteral("%1: %2").arg(native(target), to.error()));
-        int rc;
-        do {
-            rc = sqlite3_backup_step(b, 256);
-            if (rc == SQLITE_BUSY || rc == SQLITE_LOCKED)
-                sqlite3_sleep(20);
-        } while (rc == SQLITE_OK || rc == SQLITE_BUSY || rc == SQLITE_LOCKED);
-        sqlite3_backup_finish(b);
-        if (rc != SQLITE_DONE)
-            throw Error(QStringLiteral("%1: %2").arg(native(target),
-                                                     QString::fromUtf8(sqlite3_errstr(rc))));
-        const QString verdict = checkOpen(to, part);
-        if (verdict != QLatin1String("ok"))
-            throw Error(verdict);
-    } catch (...) {
-        QFile::remove(part);
-        throw;
-    }
-    // The copy is complete and checked: only now does it take its name.
-    if (::rename(QFile::encodeName(part).constData(), QFile::encodeName(target).constData()) != 0) {
-        const QString why = QString::fromLocal8Bit(std::strerror(errno));
-        QFile::remove(part);
-        throw Error(QStringLiteral("%1: %2").arg(native(target), why));
-    }
+    AtomicFile copy(target, AtomicFile::Kind::OwnerOnly);
+    sqlite::Handle from;
+    openLive(from, source);
+    backupInto(from, copy);
+    copy.commit();
 }
 
 QString check(const QString& path) {
     if (!QFileInfo(path).isFile())
         return QStringLiteral("%1 does not exist.").arg(native(path));
     try {
-        Handle h;
-        open(h, path, SQLITE_OPEN_READONLY);
-        return checkOpen(h, path);
+        sqlite::Handle h;
+        h.inspect(path);
+        return verdictOf(h);
     } catch (const Error& e) {
         return e.text();
     }
 }
 
 QString makeNow(const QDateTime& now) {
-    if (!QDir().mkpath(folder()))
-        throw Error(QStringLiteral("%1 cannot be made.").arg(native(folder())));
-    QFile::setPermissions(folder(),
-                          QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
-    // A copy cut short (the program killed midway) never took a name; clear its remains once
-    // they are plainly not a copy in progress.
-    for (const QFileInfo& f :
-         QDir(folder()).entryInfoList({QStringLiteral("*.db.part")}, QDir::Files))
-        if (f.lastModified().secsTo(QDateTime::currentDateTime()) > 600)
-            QFile::remove(f.filePath());
-    QDateTime when = now;
-    while (QFileInfo::exists(nameFor(when)))
-        when = when.addSecs(1);
-    const QString target = nameFor(when);
-    copyDatabase(AppFolder::databasePath(), target);
-    prune(now);
-    return target;
+    return makeBackup(now, {});
 }
 
 bool madeOn(const QDate& day) {
@@ -249,11 +268,13 @@ std::vector<Entry> list() {
     return all;
 }
 
-void prune(const QDateTime& now) {
+void prune(const QDateTime& now, const QStringList& spare) {
     const auto all = found();
     std::vector<bool> keep(all.size(), false);
-    for (std::size_t i = 0; i < all.size() && i < 10; ++i)
-        keep[i] = true;
+    for (std::size_t i = 0; i < all.size(); ++i)
+        keep[i] = i < 10 || std::any_of(spare.begin(), spare.end(), [&](const QString& s) {
+                      return QFileInfo(s) == QFileInfo(all[i].path);
+                  });
     // The newest of each of the last twelve months: the first met of each month, newest first.
     const QDate thisMonth(now.date().year(), now.date().month(), 1);
     const QDate oldest = thisMonth.addMonths(-11);
@@ -271,6 +292,11 @@ void prune(const QDateTime& now) {
             QFile::remove(all[i].path);
 }
 
+void sweep() {
+    sweepFolder(folder(), QString());
+    sweepFolder(AppFolder::path(), QStringLiteral("Tallywright.db."));
+}
+
 QString restore(const QString& file, const QDateTime& now) {
     const QString verdict = check(file);
     if (verdict != QLatin1String("ok"))
@@ -282,18 +308,18 @@ QString restore(const QString& file, const QDateTime& now) {
     if (lock.state() == AppLock::State::Failed)
         throw Error(lock.error());
     const QString live = AppFolder::databasePath();
+    // The new file is made complete beside the live one before anything else happens, so the
+    // retention rule run by the kept copy can take nothing it needs.
+    AtomicFile incoming(live, AtomicFile::Kind::TheDatabase);
+    {
+        sqlite::Handle from;
+        from.inspect(file);
+        backupInto(from, incoming);
+    }
     QString kept;
     if (QFileInfo::exists(live))
-        kept = makeNow(now);
-    // The new file is made complete beside the live one, then swapped in by one rename.
-    const QString incoming = live + QStringLiteral(".restoring");
-    copyDatabase(file, incoming);
-    if (::rename(QFile::encodeName(incoming).constData(), QFile::encodeName(live).constData()) !=
-        0) {
-        const QString why = QString::fromLocal8Bit(std::strerror(errno));
-        QFile::remove(incoming);
-        throw Error(QStringLiteral("%1: %2").arg(native(live), why));
-    }
+        kept = makeBackup(now, {file});
+    incoming.commit();
     // A journal left by the replaced file must never be played into the new one.
     QFile::remove(live + QStringLiteral("-journal"));
     return kept;

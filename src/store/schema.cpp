@@ -1,12 +1,16 @@
 #include "store/schema.h"
 
+#include "store/sqlitefile.h"
 #include "store/store.h"
 #include "values/values.h"
 
 #include <QDir>
+#include <QRegularExpression>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QVariant>
+
+#include <set>
 
 namespace tw::schema {
 namespace {
@@ -369,13 +373,16 @@ QString definition(const QString& name, const QString& type) {
     return def;
 }
 
+QString createStatement(const QString& name, const std::vector<Column>& columns) {
+    QStringList defs;
+    for (const auto& c : columns)
+        defs << definition(c.name, c.type);
+    return QStringLiteral("create table \"%1\" (%2)").arg(name, defs.join(u", "));
+}
+
 void create(QSqlDatabase db) {
-    for (const auto& table : tables()) {
-        QStringList defs;
-        for (const auto& c : table.columns)
-            defs << definition(c.name, c.type);
-        run(db, QStringLiteral("create table \"%1\" (%2)").arg(table.name, defs.join(u", ")));
-    }
+    for (const auto& table : tables())
+        run(db, createStatement(table.name, table.columns));
     seed(db);
 }
 
@@ -430,22 +437,128 @@ const std::vector<Table>& tables() {
     return all;
 }
 
-void check(QSqlDatabase db) {
-    const int version = scalar(db, QStringLiteral("pragma user_version"));
-    const QString file = QDir::toNativeSeparators(db.databaseName());
+namespace {
+
+QString newerVersion(const QString& path, int version) {
+    return QStringLiteral("The database %1 was written by a newer version of Tallywright (format "
+                          "%2; this program reads up to %3).")
+        .arg(QDir::toNativeSeparators(path))
+        .arg(version)
+        .arg(currentVersion);
+}
+
+const Table* programTable(const QString& name) {
+    for (const Table& t : tables())
+        if (t.name.compare(name, Qt::CaseInsensitive) == 0)
+            return &t;
+    return nullptr;
+}
+
+// A project's own tables: Sch_, Bl_ or Rnf_ and the digits of its key, or the bare key that the
+// recovery statement makes.
+bool isProjectTable(const QString& name) {
+    static const QRegularExpression re(QStringLiteral("^(sch_|bl_|rnf_)?[0-9]+$"),
+                                       QRegularExpression::CaseInsensitiveOption);
+    return re.match(name).hasMatch();
+}
+
+// Columns as the program made them in an older format: the names in their order, with no
+// default, no NOT NULL and nothing computed (a default would change what a saved line means).
+bool olderColumnsMatch(const sqlite::Handle& h, const QString& name, const Table& t) {
+    const auto cols = h.rows(
+        QStringLiteral("select name, hidden, \"notnull\", dflt_value from pragma_table_xinfo(?)"),
+        {name});
+    if (cols.size() != t.columns.size())
+        return false;
+    for (std::size_t i = 0; i < cols.size(); ++i)
+        if (cols[i][0].compare(t.columns[i].name, Qt::CaseInsensitive) != 0 ||
+            cols[i][1] != QLatin1String("0") || cols[i][2] != QLatin1String("0") ||
+            !cols[i][3].isNull())
+            return false;
+    return true;
+}
+
+// A plain table: not virtual or strict, with a rowid (rows are found by it) and no computed
+// column.
+bool plainTable(const sqlite::Handle& h, const QString& name) {
+    const auto kind = h.rows(QStringLiteral("select type, wr, strict from pragma_table_list "
+                                            "where schema='main' and name=?"),
+                             {name});
+    const auto computed =
+        h.rows(QStringLiteral("select 1 from pragma_table_xinfo(?) where hidden<>0"), {name});
+    return kind.size() == 1 && kind[0] == QStringList{"table", "0", "0"} && computed.empty();
+}
+
+// What in the file the program does not make, or empty when there is nothing.
+QString foreignObject(const sqlite::Handle& h, const std::vector<QStringList>& objects,
+                      int version) {
+    std::set<const Table*> found;
+    auto allowedTable = [](const QString& name) {
+        return programTable(name) || isProjectTable(name) ||
+               name == QLatin1String("sqlite_sequence");
+    };
+    for (const QStringList& o : objects) {
+        const QString &type = o[0], &name = o[1], &table = o[2], &sql = o[3];
+        if (type == QLatin1String("index")) {
+            // An index SQLite made for a table's key or unique column has no statement.
+            if (sql.isNull() && allowedTable(table))
+                continue;
+            return QStringLiteral("it holds an index %1").arg(name);
+        }
+        if (type != QLatin1String("table"))
+            return QStringLiteral("it holds a %1 %2").arg(type, name);
+        if (name == QLatin1String("sqlite_sequence"))
+            continue;
+        if (const Table* t = programTable(name)) {
+            const bool same =
+                version == currentVersion
+                    ? sql.compare(createStatement(name, t->columns), Qt::CaseInsensitive) == 0
+                    : olderColumnsMatch(h, name, *t);
+            if (!same)
+                return QStringLiteral("its table %1 is not as Tallywright makes it").arg(name);
+            found.insert(t);
+        } else if (!isProjectTable(name)) {
+            return QStringLiteral("it holds a table %1").arg(name);
+        } else if (!plainTable(h, name)) {
+            return QStringLiteral("its table %1 is not as Tallywright makes it").arg(name);
+        }
+    }
+    for (const Table& t : tables())
+        if (!found.count(&t))
+            return QStringLiteral("it has no table %1").arg(t.name);
+    return {};
+}
+
+} // namespace
+
+void inspect(const QString& path, bool emptyIsNew) {
+    sqlite::Handle h;
+    h.inspect(path);
+    inspect(h, emptyIsNew);
+}
+
+void inspect(const sqlite::Handle& h, bool emptyIsNew) {
+    const int version = h.scalar(QStringLiteral("pragma user_version")).toInt();
     if (version > currentVersion)
-        throw Error(QStringLiteral("The database %1 was written by a newer version of "
-                                   "Tallywright (format %2; this program reads up to %3).")
-                        .arg(file)
-                        .arg(version)
-                        .arg(currentVersion));
-    if (version == 0 && scalar(db, QStringLiteral("select count(*) from sqlite_master")) > 0)
+        throw Error(newerVersion(h.path(), version));
+    const auto objects =
+        h.rows(QStringLiteral("select type, name, tbl_name, sql from sqlite_master"));
+    const QString file = QDir::toNativeSeparators(h.path());
+    if (version == 0) {
+        if (objects.empty() && emptyIsNew)
+            return;
         throw Error(QStringLiteral("The file %1 is not a Tallywright database.").arg(file));
+    }
+    const QString why = foreignObject(h, objects, version);
+    if (!why.isEmpty())
+        throw Error(
+            QStringLiteral("The file %1 is not a Tallywright database: %2.").arg(file, why));
 }
 
 void ensure(QSqlDatabase db) {
-    check(db);
     const int version = scalar(db, QStringLiteral("pragma user_version"));
+    if (version > currentVersion)
+        throw Error(newerVersion(db.databaseName(), version));
     if (version == currentVersion)
         return;
     if (!db.transaction())

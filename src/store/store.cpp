@@ -1,6 +1,8 @@
 #include "store/store.h"
 
+#include "store/files.h"
 #include "store/schema.h"
+#include "store/sqlitefile.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -13,8 +15,11 @@
 #include <QTextStream>
 
 #include <atomic>
+#include <cerrno>
 
 #include <fcntl.h>
+#include <sodium.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace tw {
@@ -28,9 +33,32 @@ QString& folderOverride() {
 }
 } // namespace
 
-QString AppFolder::choose(const QString& programDir, bool programDirWritable,
+QString AppFolder::choose(const QString& programDir, const Program& program,
                           const QString& userDataDir) {
-    return programDirWritable ? programDir : userDataDir;
+    // The books stay where they are: a program folder that holds them is used even when it
+    // cannot be written, and the lock then says so, rather than a new empty book elsewhere.
+    if (program.holdsDatabase)
+        return programDir;
+    // An installed copy (its shared files under ../share/tallywright) keeps its data with the
+    // user even when its folder could be written, as it can be by root.
+    return program.writable && !program.installed ? programDir : userDataDir;
+}
+
+void AppFolder::secureDataFolder(const QString& dir) {
+    const auto ownerOnly = QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner;
+    if (!QDir().mkpath(dir))
+        return; // the lock names the folder and why
+    // The books and the login are the user's alone, whoever made the folder looser.
+    if ((QFile::permissions(dir) &
+         ~(ownerOnly | QFileDevice::ReadUser | QFileDevice::WriteUser | QFileDevice::ExeUser)) != 0)
+        QFile::setPermissions(dir, ownerOnly);
+}
+
+QString AppFolder::unwritable(const QString& dir) {
+    if (::access(QFile::encodeName(dir).constData(), W_OK) == 0)
+        return {};
+    return QStringLiteral("Tallywright cannot write in its folder %1: %2")
+        .arg(QDir::toNativeSeparators(dir), systemErrorText(errno));
 }
 
 QString AppFolder::path() {
@@ -41,14 +69,13 @@ QString AppFolder::path() {
         const QString user =
             QDir(QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation))
                 .filePath(QStringLiteral("Tallywright"));
-        // An installed copy (its shared files under ../share/tallywright) keeps its data with
-        // the user even when its folder could be written, as it can be by root.
-        const bool installed =
-            QFileInfo::exists(QDir(program).filePath(QStringLiteral("../share/tallywright")));
-        const QString dir = choose(program, QFileInfo(program).isWritable() && !installed, user);
-        if (dir == user && !QFileInfo::exists(user) && QDir().mkpath(user))
-            QFile::setPermissions(user, QFileDevice::ReadOwner | QFileDevice::WriteOwner |
-                                            QFileDevice::ExeOwner);
+        const Program here{
+            QFileInfo::exists(QDir(program).filePath(QStringLiteral("Tallywright.db"))),
+            QFileInfo(program).isWritable(),
+            QFileInfo::exists(QDir(program).filePath(QStringLiteral("../share/tallywright")))};
+        const QString dir = choose(program, here, user);
+        if (dir == user)
+            secureDataFolder(user);
         return dir;
     }();
     return chosen;
@@ -184,13 +211,24 @@ QString quoted(const QString& identifier) {
            QLatin1Char('"');
 }
 
-// A new database file is made owner-only before SQLite writes a byte to it; SQLite gives its
-// journal the same permissions.
-void createOwnerOnly(const QString& path) {
+// A missing database file is made owner-only before SQLite writes a byte to it (SQLite gives its
+// journal the same permissions), and never through a symbolic link: SQLite would make the
+// target of a link to nowhere.
+void makeDatabaseFile(const QString& path) {
     const QByteArray native = QFile::encodeName(path);
-    const int fd = ::open(native.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-    if (fd >= 0)
-        ::close(fd);
+    struct stat st {};
+    if (::lstat(native.constData(), &st) == 0) {
+        if (S_ISLNK(st.st_mode) && ::stat(native.constData(), &st) != 0)
+            throw Error(QStringLiteral("%1 is a symbolic link to a file that does not exist.")
+                            .arg(QDir::toNativeSeparators(path)));
+        return;
+    }
+    const int fd =
+        ::open(native.constData(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+    if (fd < 0)
+        throw Error(
+            QStringLiteral("%1: %2").arg(QDir::toNativeSeparators(path), systemErrorText(errno)));
+    ::close(fd);
 }
 } // namespace
 
@@ -219,11 +257,17 @@ void ConClass::conopen() {
     d.setDatabaseName(path);
     d.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=5000"));
     try {
-        createOwnerOnly(path);
+        // A folder that holds the books but takes no file (for the journal of the first write)
+        // is told by name and why, before the program works on it.
+        if (const QString why = AppFolder::unwritable(AppFolder::path()); !why.isEmpty())
+            throw Error(why);
+        makeDatabaseFile(path);
+        // A file this program does not take is looked at before anything could change it.
+        sqlite::settle(path);
+        schema::inspect(path, true);
         if (!d.open())
             throw Error(d.lastError().text());
-        // A file this program does not take is looked at before anything could change it.
-        schema::check(d);
+        sqlite::harden(d);
         // Users copy Tallywright.db as it is, so it must hold every committed row by itself (no
         // write-ahead file beside it), and every commit reaches the disk before the program
         // goes on: a bill once saved stays.
@@ -559,19 +603,44 @@ std::optional<LoginConfig> readLoginConfig(const QString& path) {
 
 void writeLoginConfig(const QString& path, const LoginConfig& cfg) {
     auto quote = [](const QString& v) { return QLatin1Char('"') + v + QLatin1Char('"'); };
-    // The password is held in clear, so no one but the owner may read the file, from the moment
-    // it exists.
-    const auto ownerOnly = QFileDevice::ReadOwner | QFileDevice::WriteOwner;
-    QFile f(path);
-    if (f.exists() && !f.setPermissions(ownerOnly))
-        throw Error(QStringLiteral("%1: %2").arg(QDir::toNativeSeparators(path), f.errorString()));
-    if (!f.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text, ownerOnly))
-        throw Error(QStringLiteral("%1: %2").arg(QDir::toNativeSeparators(path), f.errorString()));
-    QTextStream out(&f);
-    out << quote(cfg.servername) << ',' << quote(cfg.userid) << ',' << quote(cfg.password) << '\n';
-    out.flush();
-    if (f.error() != QFileDevice::NoError)
-        throw Error(f.errorString());
+    // Written whole beside the old file and owner-only from its first byte; a link in its place
+    // is refused, never written through.
+    writeFileAtomically(
+        path,
+        (quote(cfg.servername) + u',' + quote(cfg.userid) + u',' + quote(cfg.password) + u'\n')
+            .toUtf8(),
+        AtomicFile::Kind::OwnerOnly);
+}
+
+namespace {
+const char* const hashPrefix = "$argon2";
+bool sodiumReady() {
+    static const bool ready = sodium_init() >= 0;
+    return ready;
+}
+} // namespace
+
+QString hashPassword(const QString& password) {
+    const QByteArray clear = password.toUtf8();
+    char hash[crypto_pwhash_STRBYTES];
+    if (!sodiumReady() || crypto_pwhash_str(hash, clear.constData(), quint64(clear.size()),
+                                            crypto_pwhash_OPSLIMIT_INTERACTIVE,
+                                            crypto_pwhash_MEMLIMIT_INTERACTIVE) != 0)
+        throw Error(QStringLiteral("The password could not be kept: out of memory."));
+    return QString::fromLatin1(hash);
+}
+
+bool isClearPassword(const QString& stored) {
+    return !stored.startsWith(QLatin1String(hashPrefix));
+}
+
+bool passwordMatches(const QString& stored, const QString& typed) {
+    if (isClearPassword(stored))
+        return stored.trimmed() == typed;
+    const QByteArray hash = stored.toLatin1();
+    const QByteArray clear = typed.toUtf8();
+    return sodiumReady() && crypto_pwhash_str_verify(hash.constData(), clear.constData(),
+                                                     quint64(clear.size())) == 0;
 }
 
 } // namespace tw

@@ -23,19 +23,29 @@
 namespace tw {
 
 // The application folder: where Tallywright.db, twk.cfg, Tallywright.cfg and backups/ live.
-// It is the folder of the running program when that folder can be written (a build folder, a
-// copied folder); an installed copy (one with ../share/tallywright beside its folder) keeps its
-// data in the user's data folder (~/.local/share/Tallywright), made owner-only. The CLI's
-// --folder and tests set it.
+// It is the folder of the running program when that folder holds Tallywright.db or can be
+// written (a build folder, a copied folder); an installed copy (one with ../share/tallywright
+// beside its folder) keeps its data in the user's data folder (~/.local/share/Tallywright),
+// owner-only. The CLI's --folder and tests set it.
 class AppFolder {
 public:
     static QString path();
     static void set(const QString& dir);
     static QString file(const QString& name); // path() + "/" + name
     static QString databasePath();            // the Tallywright.db there
-    // The rule itself: `programDir` when it can be written, else `userDataDir`.
-    static QString choose(const QString& programDir, bool programDirWritable,
+    // The rule itself, over what is true of the program's folder.
+    struct Program {
+        bool holdsDatabase = false;
+        bool writable = false;
+        bool installed = false;
+    };
+    static QString choose(const QString& programDir, const Program& program,
                           const QString& userDataDir);
+    // Makes the user's data folder, owner-only, or makes an existing looser one owner-only.
+    static void secureDataFolder(const QString& dir);
+    // Why `dir` takes no new file (the database's journal, a backup), naming it; empty when it
+    // does.
+    static QString unwritable(const QString& dir);
     // A file shipped with the program (layouts/..., docs/...): beside the program first, then
     // in ../share/tallywright/ of an installed copy. Empty when neither holds it.
     static QString resource(const QString& relative);
@@ -204,8 +214,16 @@ struct LoginConfig {
 // nullopt when the file is missing; throws tw::Error naming the file when it cannot be read or
 // holds fewer than three values.
 std::optional<LoginConfig> readLoginConfig(const QString& path);
-// Writes the file, made readable and writable by its owner only before anything is written.
+// Writes the file, owner-only, as it is given: `password` is what the file keeps (a hash).
 void writeLoginConfig(const QString& path, const LoginConfig& cfg);
+// What twk.cfg keeps of a password: a salted slow hash (argon2id), never the password itself.
+QString hashPassword(const QString& password);
+// Whether `typed` (trimmed, as the login takes it) is the password `stored` keeps: a hash is
+// verified; a password in clear, from a file written before the hash, is trimmed and compared
+// exactly, upper and lower case differing.
+bool passwordMatches(const QString& stored, const QString& typed);
+// Whether `stored` is a password in clear rather than a hash.
+bool isClearPassword(const QString& stored);
 // Splits one line of free-format input into its values: a value in double quotes may hold
 // commas and leading blanks, an unquoted one is trimmed.
 QStringList splitFreeFormat(QStringView line);

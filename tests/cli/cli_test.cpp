@@ -95,6 +95,22 @@ TEST(Cli, BackupListAndRestore) {
                    QStringLiteral("--to"), copy})
                   .out,
               copy + QLatin1Char('\n'));
+    // Never onto the books themselves or their journal.
+    const QString live = dir.filePath(QStringLiteral("Tallywright.db"));
+    QFile books(live);
+    ASSERT_TRUE(books.open(QIODevice::ReadOnly));
+    const QByteArray bytes = books.readAll();
+    books.close();
+    for (const QString& onto : {live, live + QStringLiteral("-journal")}) {
+        r = run({QStringLiteral("--folder"), folder, QStringLiteral("backup"),
+                 QStringLiteral("--to"), onto});
+        EXPECT_EQ(r.code, 1);
+        EXPECT_TRUE(r.err.startsWith(QStringLiteral("tallywright-cli: ") + onto + " is the "))
+            << r.err.toStdString();
+    }
+    ASSERT_TRUE(books.open(QIODevice::ReadOnly));
+    EXPECT_EQ(books.readAll(), bytes);
+    EXPECT_FALSE(QFile::exists(live + QStringLiteral("-journal")));
 
     QFile junk(dir.filePath(QStringLiteral("junk.db")));
     ASSERT_TRUE(junk.open(QIODevice::WriteOnly));

@@ -218,11 +218,22 @@ TEST_F(BackupTest, BackupCopiesTheShortNamedFileOverwritingWithoutAQuestion) {
     EXPECT_FALSE(ui::guard([&] { screen->cmd_backup_clicked(); }));
     EXPECT_EQ(got(dest), "old");
     put(shortFile(), "short");
-    // Never a file copy over the open database.
+    // Never a copy onto itself (the destination the picker offers first), nor over the open
+    // database or its journal: a box names the file, and the bar does not show.
     const QByteArray before = got(live());
-    screen->txt_destname->setText(live());
-    EXPECT_FALSE(ui::guard([&] { screen->cmd_backup_clicked(); }));
+    screen->cmd_browse_backup_clicked();
+    screen->picker()->cmd_ok_clicked();
+    for (const QString& onto : {screen->txt_destname->text(), live(), live() + "-journal"}) {
+        screen->txt_destname->setText(onto);
+        const QStringList shown =
+            twtest::withRealBoxes({"OK"}, [&] { screen->cmd_backup->click(); });
+        ASSERT_EQ(shown.size(), 1);
+        EXPECT_TRUE(shown[0].startsWith(onto + u' ')) << shown[0].toStdString();
+        EXPECT_FALSE(screen->prog_save->isVisible());
+    }
+    EXPECT_EQ(got(shortFile()), "short");
     EXPECT_EQ(got(live()), before);
+    EXPECT_FALSE(QFile::exists(live() + "-journal"));
     screen->txt_destname->setText(dest);
     EXPECT_TRUE(twtest::withRealBoxes({}, [&] { screen->cmd_backup->click(); }).isEmpty());
     EXPECT_EQ(got(dest), "short");
@@ -307,7 +318,7 @@ TEST_F(AutoBackupTest, OneADayAtStartEveryEndAndAFailureToldOnceWithoutStopping)
     ASSERT_FALSE(first.isEmpty());
     EXPECT_EQ(tw::backup::check(first), QStringLiteral("ok"));
     EXPECT_TRUE(dailyBackup(twtest::scripted(), morning.addSecs(3600)).isEmpty());
-    EXPECT_FALSE(closingBackup(morning.addSecs(7200)).isEmpty());
+    EXPECT_FALSE(closingBackup(twtest::scripted(), morning.addSecs(7200)).isEmpty());
     EXPECT_EQ(tw::backup::list().size(), 2u);
     EXPECT_FALSE(dailyBackup(twtest::scripted(), morning.addDays(1)).isEmpty());
 
@@ -317,8 +328,9 @@ TEST_F(AutoBackupTest, OneADayAtStartEveryEndAndAFailureToldOnceWithoutStopping)
     const QByteArray live = got(tw::AppFolder::databasePath());
     EXPECT_TRUE(dailyBackup(twtest::scripted(), morning.addDays(2)).isEmpty());
     EXPECT_EQ(messages().shown.size(), 1u);
-    EXPECT_TRUE(closingBackup(morning.addDays(2)).isEmpty());
-    EXPECT_EQ(messages().shown.size(), 1u);
+    // The end of a session says so too: the desktop shows it in a box.
+    EXPECT_TRUE(closingBackup(twtest::scripted(), morning.addDays(2)).isEmpty());
+    EXPECT_EQ(messages().shown.size(), 2u);
     EXPECT_EQ(got(tw::AppFolder::databasePath()), live);
 }
 

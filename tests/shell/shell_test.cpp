@@ -20,6 +20,8 @@
 #include <QTextBrowser>
 #include <QTimer>
 
+#include <csignal>
+
 using twtest::AppFolderTest;
 using twtest::messages;
 
@@ -39,26 +41,51 @@ TEST_F(LoginTest, ChecksRunInOrderWithTheirMessages) {
         {"ADMIN", "Secret", true, ""},
         {"  Admin ", " Secret  ", true, ""},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(std::string(c.user) + "/" + c.pass);
-        QFile::remove(folder() + QStringLiteral("/twk.cfg"));
-        if (c.withConfig)
-            writeConfig(QStringLiteral("Admin"), QStringLiteral("Secret"));
-        messages().clear();
-        LoginForm form;
-        form.show();
-        QSignalSpy ok(&form, &LoginForm::loggedIn);
-        form.txtuserid->setText(QString::fromLatin1(c.user));
-        form.txtpass->setText(QString::fromLatin1(c.pass));
-        form.cmdLogin_clicked();
-        EXPECT_EQ(ok.count(), c.shown && !*c.shown ? 1 : 0);
-        ASSERT_EQ(messages().shown.size(), c.shown && *c.shown ? 1u : 0u);
-        for (const auto& m : messages().shown) {
-            EXPECT_EQ(m.flags, ui::Information);
-            EXPECT_EQ(m.text + u'|' + m.title + u'|' + form.focusWidget()->objectName(),
-                      QString::fromLatin1(c.shown));
+    const QString cfg = folder() + QStringLiteral("/twk.cfg");
+    const QString hash = tw::hashPassword(QStringLiteral("Secret"));
+    // A file from before keeps the password in clear: the first login replaces it by the hash.
+    for (const auto& c : cases)
+        for (const QString& kept : {QStringLiteral(" Secret"), hash}) {
+            SCOPED_TRACE(std::string(c.user) + "/" + c.pass + "/" + kept.toStdString());
+            QFile::remove(cfg);
+            if (c.withConfig)
+                writeConfig(QStringLiteral("Admin"), kept);
+            messages().clear();
+            LoginForm form;
+            form.show();
+            QSignalSpy ok(&form, &LoginForm::loggedIn);
+            form.txtuserid->setText(QString::fromLatin1(c.user));
+            form.txtpass->setText(QString::fromLatin1(c.pass));
+            form.cmdLogin_clicked();
+            EXPECT_EQ(ok.count(), c.shown && !*c.shown ? 1 : 0);
+            ASSERT_EQ(messages().shown.size(), c.shown && *c.shown ? 1u : 0u);
+            for (const auto& m : messages().shown) {
+                EXPECT_EQ(m.flags, ui::Information);
+                EXPECT_EQ(m.text + u'|' + m.title + u'|' + form.focusWidget()->objectName(),
+                          QString::fromLatin1(c.shown));
+            }
+            if (c.withConfig) {
+                const QString now = tw::readLoginConfig(cfg)->password;
+                EXPECT_EQ(tw::isClearPassword(now), ok.isEmpty() && tw::isClearPassword(kept));
+                EXPECT_TRUE(tw::passwordMatches(now, QStringLiteral("Secret")));
+            }
         }
-    }
+    // A file that cannot take the hash (a link, never written through) is told, and the right
+    // password still logs in.
+    writeConfig(QStringLiteral("Admin"), QStringLiteral("Secret"));
+    QFile::rename(cfg, cfg + QStringLiteral(".real"));
+    QFile::link(QStringLiteral("twk.cfg.real"), cfg);
+    messages().clear();
+    LoginForm form;
+    QSignalSpy ok(&form, &LoginForm::loggedIn);
+    form.txtuserid->setText(QStringLiteral("admin"));
+    form.txtpass->setText(QStringLiteral("Secret"));
+    form.cmdLogin_clicked();
+    EXPECT_EQ(ok.count(), 1);
+    ASSERT_EQ(messages().shown.size(), 1u);
+    EXPECT_TRUE(messages().shown[0].text.contains(cfg + QStringLiteral(" is a symbolic link")));
+    EXPECT_EQ(tw::readLoginConfig(cfg + QStringLiteral(".real"))->password,
+              QStringLiteral("Secret"));
 }
 
 TEST_F(LoginTest, AfterTheRealBoxTheTypedIdStaysAndThePasswordIsSelected) {
@@ -138,7 +165,9 @@ TEST_F(LoginTest, ADamagedConfigIsToldOnceThenWrittenAnew) {
     EXPECT_TRUE(prepareLoginConfig());
     EXPECT_EQ(messages().shown.size(), 1u);
     const auto written = tw::readLoginConfig(cfg.fileName()).value_or(tw::LoginConfig{});
-    EXPECT_EQ(written.userid + written.password, QStringLiteral("ChiefChief"));
+    EXPECT_EQ(written.userid, QStringLiteral("Chief"));
+    EXPECT_FALSE(written.password.contains(QStringLiteral("Chief")));
+    EXPECT_TRUE(tw::passwordMatches(written.password, QStringLiteral("Chief")));
 }
 
 TEST_F(LoginTest, CancelOnTheFirstRunDialogWritesNothingAndTheNextStartAsksAgain) {
@@ -397,4 +426,18 @@ TEST_F(FrameTest, AScreenOpenedWhileAnotherIsMaximizedOpensMaximizedAndWhole) {
     // Restored, the guide takes the size it asked for.
     sub->showNormal();
     EXPECT_EQ(sub->widget()->size(), QSize(760, 560));
+}
+
+// A logout ends the session with SIGHUP or SIGTERM: the event loop ends as when the last window
+// closes, so the backup at the end still runs; the program is not killed on the spot.
+TEST(SessionEnd, ALogoutsSignalEndsTheEventLoopAndTheProgramGoesOn) {
+    quitOnSignals();
+    for (int sig : {SIGTERM, SIGHUP}) {
+        QTimer stuck;
+        stuck.setSingleShot(true);
+        QObject::connect(&stuck, &QTimer::timeout, [] { QCoreApplication::exit(7); });
+        stuck.start(5000);
+        QTimer::singleShot(0, [sig] { ::raise(sig); });
+        EXPECT_EQ(QCoreApplication::exec(), 0) << sig;
+    }
 }

@@ -1,4 +1,5 @@
 #include "store/backup.h"
+#include "store/files.h"
 #include "store/schema.h"
 #include "store/store.h"
 #include "support/core_fixtures.h"
@@ -10,7 +11,10 @@
 #include <QSqlDatabase>
 #include <QSqlQuery>
 
+#include <future>
 #include <set>
+
+#include <sqlite3.h>
 
 using twtest::AppFolderTest;
 
@@ -52,6 +56,49 @@ QStringList runOn(const QString& path, const QStringList& statements) {
     return out;
 }
 
+// Runs a script of tests/data/store on a copy of `base` (on an empty file when the script says
+// so) and leaves the outcome at `target` as another program would hand it over: the file, and
+// beside it what its writer has not yet folded into it (a WAL).
+void makeHostile(const QString& script, const QString& base, const QString& target) {
+    QFile f(script);
+    ASSERT_TRUE(f.open(QIODevice::ReadOnly));
+    const QByteArray sql = f.readAll();
+    const QString work = target + QStringLiteral(".work");
+    if (!sql.startsWith("-- an empty file")) {
+        ASSERT_TRUE(QFile::copy(base, work));
+    }
+    sqlite3* h = nullptr;
+    ASSERT_EQ(sqlite3_open(QFile::encodeName(work).constData(), &h), SQLITE_OK);
+    EXPECT_EQ(sqlite3_exec(h, sql.constData(), nullptr, nullptr, nullptr), SQLITE_OK)
+        << sqlite3_errmsg(h);
+    for (const char* suffix : {"", "-wal"})
+        if (QFile::exists(work + QLatin1String(suffix)))
+            QFile::copy(work + QLatin1String(suffix), target + QLatin1String(suffix));
+    sqlite3_close(h);
+    QFile::remove(work);
+}
+
+// Leaves the database at `path` as a crash in the middle of a write leaves it: changed pages in
+// the file, their old content in a hot journal beside it.
+void crashMidWrite(const QString& path) {
+    const QString work = path + QStringLiteral(".crash");
+    ASSERT_TRUE(QFile::copy(path, work));
+    sqlite3* h = nullptr;
+    ASSERT_EQ(sqlite3_open(QFile::encodeName(work).constData(), &h), SQLITE_OK);
+    EXPECT_EQ(sqlite3_exec(h,
+                           "pragma cache_size=2; begin; with recursive n(i) as (select 1 union "
+                           "all select i+1 from n where i<5000) insert into units select "
+                           "'crash' || i from n;",
+                           nullptr, nullptr, nullptr),
+              SQLITE_OK);
+    for (const char* suffix : {"", "-journal"}) {
+        QFile::remove(path + QLatin1String(suffix));
+        EXPECT_TRUE(QFile::copy(work + QLatin1String(suffix), path + QLatin1String(suffix)));
+    }
+    sqlite3_close(h);
+    QFile::remove(work);
+}
+
 void writeFile(const QString& path, const QByteArray& bytes) {
     QFile f(path);
     ASSERT_TRUE(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
@@ -84,6 +131,51 @@ TEST_F(StoreTest, NewFileIsOwnerOnlyAndReopeningChangesNothing) {
     const QByteArray before = digest(dbPath());
     ASSERT_TRUE(reopen());
     EXPECT_EQ(digest(dbPath()), before);
+    // Code stored in a file may call nothing that could harm, and no statement may corrupt it.
+    db().conopen();
+    EXPECT_EQ(db().first(QStringLiteral("pragma trusted_schema"))->value(0).toInt(), 0);
+    db().exec(QStringLiteral("pragma writable_schema=1"));
+    EXPECT_THROW(db().exec(QStringLiteral("update sqlite_master set sql=sql")), tw::Error);
+}
+
+// Each file of tests/data/store is one the program must not take: as its database and as a
+// restore it is refused, named, and left byte for byte, with nothing made beside it.
+TEST_F(StoreTest, FilesWhoseObjectsAreNotExactlyTheProgramsAreRefusedUntouched) {
+    db().conclose();
+    const QString fresh = folder() + QStringLiteral("/fresh.db");
+    ASSERT_TRUE(QFile::rename(dbPath(), fresh));
+    const QDir data(QStringLiteral(TW_STORE_DATA));
+    const QStringList scripts = data.entryList({QStringLiteral("*.sql")});
+    ASSERT_EQ(scripts.size(), 7);
+    for (const QString& script : scripts) {
+        SCOPED_TRACE(script.toStdString());
+        const QString hostile = folder() + u'/' + QFileInfo(script).completeBaseName();
+        makeHostile(data.filePath(script), fresh, hostile);
+        makeHostile(data.filePath(script), fresh, dbPath());
+        const QStringList files = QDir(folder()).entryList(QDir::Files | QDir::Hidden);
+        QList<QByteArray> bytes;
+        for (const QString& f : files)
+            bytes << digest(folder() + u'/' + f);
+        twtest::messages().clear();
+        EXPECT_FALSE(reopen());
+        ASSERT_EQ(twtest::messages().shown.size(), 1u);
+        const QString said = twtest::messages().shown[0].text;
+        EXPECT_TRUE(said.contains(dbPath() + " is not a Tallywright database"))
+            << said.toStdString();
+        try {
+            tw::backup::restore(hostile);
+            ADD_FAILURE() << "restored";
+        } catch (const tw::Error& e) {
+            EXPECT_TRUE(e.text().contains(hostile + " is not a Tallywright database"))
+                << e.text().toStdString();
+        }
+        EXPECT_EQ(QDir(folder()).entryList(QDir::Files | QDir::Hidden), files);
+        for (int i = 0; i < files.size(); ++i)
+            EXPECT_EQ(digest(folder() + u'/' + files[i]), bytes[i]) << files[i].toStdString();
+        for (const QString& f : files)
+            if (f != QLatin1String("fresh.db"))
+                QFile::remove(folder() + u'/' + f);
+    }
 }
 
 TEST_F(StoreTest, FilesThisProgramDoesNotTakeAreRefusedNamedAndLeftAsTheyWere) {
@@ -109,6 +201,13 @@ TEST_F(StoreTest, FilesThisProgramDoesNotTakeAreRefusedNamedAndLeftAsTheyWere) {
          "not a Tallywright database"},
         {"not a database at all", [](const QString& p) { writeFile(p, QByteArray(4096, 'x')); },
          ""},
+        // SQLite would make the file the link points at, wherever that is.
+        {"a link to nowhere",
+         [](const QString& p) {
+             QFile::remove(p);
+             QFile::link(QStringLiteral("elsewhere.db"), p);
+         },
+         "is a symbolic link to a file that does not exist"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -122,6 +221,7 @@ TEST_F(StoreTest, FilesThisProgramDoesNotTakeAreRefusedNamedAndLeftAsTheyWere) {
         EXPECT_TRUE(m.text.contains(dbPath())) << m.text.toStdString();
         EXPECT_TRUE(m.text.contains(QString::fromLatin1(c.says))) << m.text.toStdString();
         EXPECT_EQ(digest(dbPath()), before);
+        EXPECT_FALSE(QFile::exists(folder() + QStringLiteral("/elsewhere.db")));
         QFile::remove(dbPath());
         QFile::remove(dbPath() + QStringLiteral("-wal"));
         QFile::remove(dbPath() + QStringLiteral("-shm"));
@@ -288,11 +388,32 @@ TEST_F(StoreTest, MissingProjectTableIsMadeOnlyForTheThreeFamilies) {
     EXPECT_TRUE(columnsOf(db(), QStringLiteral("Bl_17")).isEmpty());
 }
 
-TEST(AppFolderRule, ProgramFolderWhenWritableElseTheUsersDataFolder) {
-    EXPECT_EQ(tw::AppFolder::choose("/opt/tw/bin", true, "/home/a/.local/share/Tallywright"),
-              QStringLiteral("/opt/tw/bin"));
-    EXPECT_EQ(tw::AppFolder::choose("/usr/bin", false, "/home/a/.local/share/Tallywright"),
-              QStringLiteral("/home/a/.local/share/Tallywright"));
+TEST(AppFolderRule, TheProgramsFolderWhenItHoldsTheBooksOrCanBeWritten) {
+    const QString program = QStringLiteral("/opt/tw/bin"), user = QStringLiteral("/home/a/tw");
+    const struct {
+        tw::AppFolder::Program here;
+        const QString& chosen;
+    } cases[] = {
+        {{false, true, false}, program},
+        {{false, false, false}, user},
+        {{false, true, true}, user},
+        // The books stay where they are, even where they cannot be written (the lock says why).
+        {{true, false, false}, program},
+        {{true, false, true}, program},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(tw::AppFolder::choose(program, c.here, user), c.chosen)
+            << c.here.holdsDatabase << c.here.writable << c.here.installed;
+    // The user's data folder is the user's alone, made so however it was found.
+    QTemporaryDir home;
+    const QString data = home.filePath(QStringLiteral("Tallywright"));
+    for (int round = 0; round < 2; ++round) {
+        tw::AppFolder::secureDataFolder(data);
+        EXPECT_EQ(QFileInfo(data).permissions() & 0x0777,
+                  QFileDevice::ExeUser | QFileDevice::ReadUser | QFileDevice::WriteUser);
+        QFile::setPermissions(data, QFile::permissions(data) | QFileDevice::ReadGroup |
+                                        QFileDevice::ExeGroup | QFileDevice::ReadOther);
+    }
     // Files shipped with the program are found beside it whatever folder holds the data.
     tw::AppFolder::set(QDir::tempPath());
     EXPECT_TRUE(tw::AppFolder::resource(QStringLiteral("layouts/det_estimation.html"))
@@ -409,4 +530,121 @@ TEST_F(BackupTest, RestoreRefusesWhatItMustAndKeepsWhatItReplaces) {
     const QString kept = tw::backup::restore(good);
     EXPECT_EQ(unitsIn(kept), (QStringList{"old", "new"}));
     EXPECT_EQ(unitsIn(dbPath()), QStringList{"old"});
+}
+
+// No file is written through a symbolic link, nor onto the books: each target is refused,
+// named, and what it points at is left as it was.
+TEST_F(StoreTest, NothingIsWrittenThroughALinkNorOverTheDatabaseInUse) {
+    const QString victim = folder() + QStringLiteral("/victim.txt");
+    writeFile(victim, "keep me");
+    const QFile::Permissions mode = QFile::permissions(victim);
+    const QByteArray books = digest(dbPath());
+    const auto linked = [&](const QString& name) {
+        const QString path = folder() + u'/' + name;
+        QFile::link(QStringLiteral("victim.txt"), path);
+        return path;
+    };
+    const struct {
+        QString target;
+        std::function<void(const QString&)> write;
+        const char* says;
+    } cases[] = {
+        {linked("report.pdf"), [](const QString& t) { tw::writeFileAtomically(t, "pdf"); },
+         "is a symbolic link"},
+        {linked("twk.cfg"), [](const QString& t) { tw::writeLoginConfig(t, {}); },
+         "is a symbolic link"},
+        {linked("copy.db"), [&](const QString& t) { tw::backup::copyDatabase(dbPath(), t); },
+         "is a symbolic link"},
+        {linked("Tallywright.lock"),
+         [](const QString& t) {
+             const tw::AppLock lock(QFileInfo(t).path());
+             if (lock.state() == tw::AppLock::State::Failed)
+                 throw tw::Error(lock.error());
+         },
+         "is a symbolic link"},
+        {dbPath(), [](const QString& t) { tw::writeFileAtomically(t, "pdf"); },
+         "is the database in use"},
+        {dbPath() + "-journal", [](const QString& t) { tw::writeFileAtomically(t, "x"); },
+         "is the journal of the database in use"},
+        {folder() + "/again.db",
+         [&](const QString& t) {
+             QFile::link(dbPath(), t);
+             tw::backup::copyDatabase(t, t);
+         },
+         "is the database in use"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.target.toStdString());
+        try {
+            c.write(c.target);
+            ADD_FAILURE() << "written";
+        } catch (const tw::Error& e) {
+            EXPECT_TRUE(e.text().contains(c.target + u' ' + QLatin1String(c.says)))
+                << e.text().toStdString();
+        }
+        EXPECT_EQ(digest(victim), QCryptographicHash::hash("keep me", QCryptographicHash::Sha256));
+        EXPECT_EQ(QFile::permissions(victim), mode);
+        EXPECT_EQ(digest(dbPath()), books);
+        EXPECT_FALSE(QFile::exists(dbPath() + QStringLiteral("-journal")));
+        EXPECT_TRUE(QDir(folder()).entryList({QStringLiteral("*.part")}).isEmpty());
+    }
+}
+
+// Backups made at once all succeed, each under a name of the second it was made in (never a
+// later one), and the backup just made is never the one the retention rule takes.
+TEST_F(BackupTest, BackupsAtOnceAllSucceedUnderTheirOwnSecond) {
+    const QDateTime now(QDate(2026, 5, 4), QTime(10, 0));
+    std::vector<std::future<QString>> runs;
+    for (int i = 0; i < 4; ++i)
+        runs.push_back(std::async(std::launch::async, [&] { return tw::backup::makeNow(now); }));
+    QSet<QString> made;
+    for (auto& r : runs)
+        made << r.get();
+    for (int i = 0; i < 10; ++i) {
+        const QString path = tw::backup::makeNow(now);
+        EXPECT_EQ(tw::backup::check(path), QStringLiteral("ok"));
+        made << path;
+    }
+    QSet<QString> named;
+    for (int i = 1; i <= 14; ++i)
+        named << tw::backup::nameFor(now, i);
+    EXPECT_EQ(made, named);
+    EXPECT_EQ(tw::backup::list().front().path, tw::backup::nameFor(now, 14));
+}
+
+// After a crash midway through a write (a hot journal beside the database), a backup and a
+// restore work, on the database as it was at its last commit; a restored backup stays, even the
+// oldest the retention rule keeps; and what killed copies left behind is swept away, while a
+// copy being written stays.
+TEST_F(BackupTest, BackupAndRestoreAfterACrashKeepTheRestoredBackupAndSweepLeftovers) {
+    db().conclose();
+    QDateTime when(QDate(2026, 6, 1), QTime(8, 0));
+    for (int i = 0; i < 10; ++i, when = when.addSecs(60))
+        tw::backup::makeNow(when);
+    const QString oldest = tw::backup::list().back().path;
+    crashMidWrite(dbPath());
+    const auto crashRows = [](const QString& file) {
+        return runOn(file,
+                     {QStringLiteral("select count(*) from units where units like 'crash%'")});
+    };
+    EXPECT_EQ(tw::backup::restore(oldest, when), tw::backup::nameFor(when));
+    EXPECT_EQ(crashRows(tw::backup::nameFor(when)), QStringList{"0"});
+    EXPECT_EQ(tw::backup::check(oldest), QStringLiteral("ok"));
+    EXPECT_EQ(tw::backup::list().size(), 11u);
+    // The program opens such a database too, as it was at its last commit.
+    crashMidWrite(dbPath());
+    ASSERT_TRUE(reopen());
+    EXPECT_EQ(crashRows(dbPath()), QStringList{"0"});
+
+    const QStringList leftovers{backupsDir() + "/Tallywright-2026-06-01-080000.db.part",
+                                backupsDir() + "/Tallywright-2026-06-01-080000.db.part-journal",
+                                dbPath() + ".restoring.part", dbPath() + ".restoring.part-journal"};
+    for (const QString& f : leftovers)
+        writeFile(f, "cut short");
+    const tw::AtomicFile busy(backupsDir() + QStringLiteral("/Tallywright-busy.db"));
+    tw::backup::sweep();
+    for (const QString& f : leftovers)
+        EXPECT_FALSE(QFile::exists(f)) << f.toStdString();
+    EXPECT_TRUE(QFile::exists(busy.path()));
+    EXPECT_EQ(tw::backup::list().size(), 11u);
 }

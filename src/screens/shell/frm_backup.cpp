@@ -2,6 +2,7 @@
 
 #include "screens/shell/frm_changedir.h"
 #include "store/backup.h"
+#include "store/files.h"
 #include "ui/kit.h"
 #include "ui/lookfile.h"
 
@@ -32,21 +33,22 @@ void copyReplacing(const QString& from, const QString& to) {
     if (!QFileInfo(from).isFile())
         throw tw::Error(QObject::tr("File not found: %1").arg(from));
     if (sameFile(from, to))
-        return;
-    // Copied beside the target first, so a copy that fails midway leaves the target whole.
-    const QString part = to + QStringLiteral(".part");
-    QFile::remove(part);
+        throw tw::Error(QObject::tr("%1 cannot be copied onto itself.").arg(to));
     QFile source(from);
-    if (!source.copy(part)) {
-        const QString why = source.errorString();
-        QFile::remove(part);
-        throw tw::Error(QObject::tr("Cannot copy %1 to %2: %3").arg(from, to, why));
+    if (!source.open(QIODevice::ReadOnly))
+        throw tw::Error(
+            QObject::tr("Cannot copy %1 to %2: %3").arg(from, to, source.errorString()));
+    // Written beside the target and renamed when whole: a copy that fails midway (a full disk)
+    // leaves the target as it was. The database in use is never the target.
+    tw::AtomicFile copy(to, tw::AtomicFile::Kind::OwnerOnly);
+    while (!source.atEnd()) {
+        const QByteArray chunk = source.read(1 << 20);
+        if (chunk.isEmpty())
+            throw tw::Error(
+                QObject::tr("Cannot copy %1 to %2: %3").arg(from, to, source.errorString()));
+        copy.write(chunk);
     }
-    QFile::remove(to);
-    if (!QFile::rename(part, to)) {
-        QFile::remove(part);
-        throw tw::Error(QObject::tr("Cannot write %1").arg(to));
-    }
+    copy.commit();
 }
 
 frm_backup::frm_backup(QWidget* parent) : ui::Screen(parent) {
@@ -143,11 +145,7 @@ void frm_backup::cmd_backup_clicked() {
         return ui::refuse(txt_destname, tr("Slect destination file"), ui::Information,
                           tr("information"));
     counter_ = 0;
-    const QString target = txt_destname->text();
-    // A file copy onto the open database would corrupt it under the program's own feet.
-    if (sameFile(target, tw::AppFolder::databasePath()))
-        throw tw::Error(tr("%1 is the database in use; choose another file").arg(target));
-    copyReplacing(shortFile(), target);
+    copyReplacing(shortFile(), txt_destname->text());
     showProgress();
     txt_destname->clear();
 }
@@ -216,12 +214,16 @@ QString dailyBackup(tw::Messenger& messenger, const QDateTime& now) {
     return {};
 }
 
-QString closingBackup(const QDateTime& now) {
+QString closingBackup(tw::Messenger& messenger, const QDateTime& now) {
     try {
         return tw::backup::makeNow(now);
     } catch (const std::exception& e) {
         std::fprintf(stderr, "Tallywright: the backup at the end could not be made: %s\n",
                      e.what());
+        messenger.say(QObject::tr("The backup at the end of the session could not be made: %1\n"
+                                  "Your data is as it was; make a copy of it soon.")
+                          .arg(QString::fromUtf8(e.what())),
+                      tw::Exclamation);
     }
     return {};
 }

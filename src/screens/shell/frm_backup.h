@@ -61,12 +61,13 @@ private:
 };
 
 // Copies `from` to `to`, replacing `to`. Throws tw::Error with the reason when it fails; `to` is
-// then as it was. A file copied onto itself is left alone.
+// then as it was. A file is not copied onto itself, nor onto the database in use or its journal.
 void copyReplacing(const QString& from, const QString& to);
 
 // The automatic backup at the first start of a day: made unless one of `now`'s day exists. A
 // failure is told once through `messenger`; the program goes on. Gives the new file, if any.
 QString dailyBackup(tw::Messenger& messenger, const QDateTime& now = QDateTime::currentDateTime());
-// The automatic backup when the program ends; a failure is only written to the error output,
-// since no window is left to show it.
-QString closingBackup(const QDateTime& now = QDateTime::currentDateTime());
+// The automatic backup when the session ends, however it ends (the last window closed, a
+// logout); a failure is told through `messenger` and written to the error output.
+QString closingBackup(tw::Messenger& messenger,
+                      const QDateTime& now = QDateTime::currentDateTime());

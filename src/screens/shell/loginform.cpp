@@ -4,15 +4,21 @@
 #include "store/store.h"
 #include "ui/kit.h"
 
+#include <QApplication>
 #include <QDialog>
 #include <QDialogButtonBox>
 #include <QFile>
 #include <QFormLayout>
 #include <QGridLayout>
 #include <QShowEvent>
+#include <QSocketNotifier>
 #include <QVBoxLayout>
 
 #include <memory>
+
+#include <csignal>
+#include <sys/socket.h>
+#include <unistd.h>
 
 namespace {
 QString cfgPath() {
@@ -107,10 +113,19 @@ void LoginForm::cmdLogin_clicked() {
         ui::refuse(txtuserid, tr("Invalid User Name"), ui::Information);
         return;
     }
-    if (txtpass->text().trimmed() != password.trimmed()) {
+    if (!tw::passwordMatches(password, txtpass->text().trimmed())) {
         ui::refuse(txtpass, tr("Invalid PassWord "), ui::Information);
         return;
     }
+    // A file from before the hash gave its password in clear this once; it keeps the hash now.
+    // A file that cannot take it is told, and the user, who gave the right password, goes on.
+    if (tw::isClearPassword(password))
+        ui::guard([this] {
+            if (auto cfg = tw::readLoginConfig(cfgPath())) {
+                cfg->password = tw::hashPassword(txtpass->text().trimmed());
+                tw::writeLoginConfig(cfgPath(), *cfg);
+            }
+        });
     emit loggedIn();
 }
 
@@ -138,6 +153,36 @@ Claim claimSingleInstance() {
     }
     ui::MsgBox(lock->error(), ui::Critical);
     return Claim::Failed;
+}
+
+namespace {
+int signalPipe[2] = {-1, -1};
+
+// A signal handler may do next to nothing: it writes one byte, and the event loop reads it.
+void onSignal(int) {
+    const char byte = 1;
+    const ssize_t sent = ::write(signalPipe[0], &byte, 1);
+    Q_UNUSED(sent);
+}
+} // namespace
+
+void quitOnSignals() {
+    if (signalPipe[0] >= 0 ||
+        ::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, signalPipe) != 0)
+        return;
+    auto* notifier = new QSocketNotifier(signalPipe[1], QSocketNotifier::Read, qApp);
+    QObject::connect(notifier, &QSocketNotifier::activated, qApp, [] {
+        char bytes[16];
+        while (::read(signalPipe[1], bytes, sizeof bytes) > 0) {
+        }
+        QCoreApplication::quit();
+    });
+    struct sigaction action {};
+    action.sa_handler = onSignal;
+    sigemptyset(&action.sa_mask);
+    action.sa_flags = SA_RESTART;
+    for (int sig : {SIGTERM, SIGHUP})
+        ::sigaction(sig, &action, nullptr);
 }
 
 bool prepareLoginConfig(QWidget* parent) {
@@ -193,7 +238,7 @@ bool runFirstRunDialog(QWidget* parent) {
                 return ui::refuse(again, QObject::tr("The two passwords differ."), ui::Exclamation);
             }
             tw::writeLoginConfig(cfgPath(), {QStringLiteral("localhost"), user->text().trimmed(),
-                                             pass->text().trimmed()});
+                                             tw::hashPassword(pass->text().trimmed())});
             dlg.accept();
         }));
     return dlg.exec() == QDialog::Accepted;

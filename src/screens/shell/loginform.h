@@ -40,6 +40,11 @@ private:
 enum class Claim { Only, Running, Failed };
 Claim claimSingleInstance();
 
+// SIGTERM and SIGHUP (the session ending: a logout, a shutdown) end the program as closing its
+// last window does: the event loop is asked to quit, and what follows it in main (the backup at
+// the end of the session) still runs.
+void quitOnSignals();
+
 // Before the login: a missing twk.cfg is asked for through the first-run dialog; a damaged one
 // (empty, too short, unreadable) is told in one box naming the file and then asked for anew the
 // same way. Gives false when the user gave up on the dialog: there is no way to log in, and
