@@ -186,7 +186,8 @@ public:
                              ? QStringLiteral("CategoryList_Feet")
                              : QStringLiteral("CategoryList_Meter")) {}
 
-    void importRow(int index, const SheetRow& row) {
+    void importRow(int index, const SheetRow& cells) {
+        const SheetRow row = firstCells(cells, ScheduleColumns);
         const Cell& a = row[0];
         const Cell& b = row[1];
         if (isBlank(a) && (isEmpty(b) || cellText(b).size() <= 2))

@@ -281,9 +281,9 @@ Sheet readXls(const QString& path) {
         badFormat(QStringLiteral("The workbook cannot be read."));
     Sheet sheet;
     sheet.columns = rows ? columns : 0;
-    const unsigned short read = std::min<unsigned short>(columns, ScheduleColumns);
+    const unsigned short read = std::min<unsigned short>(columns, ReadColumns);
     for (unsigned int r = 0; r < rows; ++r) {
-        SheetRow row;
+        SheetRow row(read);
         bool any = false;
         for (unsigned short c = 0; c < read; ++c) {
             FreeXL_CellValue v;
@@ -324,7 +324,7 @@ QByteArray pack(const Sheet& sheet) {
     QDataStream s(&out, QIODevice::WriteOnly);
     s << quint8(1) << qint32(sheet.columns) << quint32(sheet.rows.size());
     for (const auto& [index, row] : sheet.rows) {
-        s << qint32(index);
+        s << qint32(index) << qint32(row.size());
         for (const Cell& c : row)
             s << c;
     }
@@ -347,8 +347,11 @@ Sheet unpack(const QByteArray& bytes) {
     sheet.columns = columns;
     for (quint32 i = 0; i < count && s.status() == QDataStream::Ok; ++i) {
         qint32 index = 0;
-        s >> index;
-        SheetRow row;
+        qint32 width = 0;
+        s >> index >> width;
+        if (width < 0 || width > ReadColumns)
+            badFormat(QStringLiteral("The workbook could not be read."));
+        SheetRow row(static_cast<size_t>(width));
         for (Cell& c : row)
             s >> c;
         sheet.rows.emplace(index, std::move(row));
@@ -477,8 +480,18 @@ void Sheet::put(int row, int col, Cell value) {
     if (row < 0 || col < 0)
         return;
     columns = std::max(columns, col + 1);
-    if (col < ScheduleColumns)
-        rows[row][size_t(col)] = std::move(value);
+    if (col >= ReadColumns)
+        return;
+    SheetRow& cells = rows[row];
+    if (cells.size() <= size_t(col))
+        cells.resize(size_t(col) + 1);
+    cells[size_t(col)] = std::move(value);
+}
+
+SheetRow firstCells(const SheetRow& row, int width) {
+    SheetRow cells(row.begin(), row.begin() + std::min<qsizetype>(qsizetype(row.size()), width));
+    cells.resize(size_t(width));
+    return cells;
 }
 
 Sheet readSheet1(const QString& path) {
@@ -508,8 +521,8 @@ void writeSheet1(const QString& path, const RowSource& next) {
     lxw_error failed = sheet ? LXW_NO_ERROR : LXW_ERROR_MEMORY_MALLOC_FAILED;
     SheetRow values;
     for (lxw_row_t row = 0; failed == LXW_NO_ERROR && next(values); ++row) {
-        for (int c = 0; c < ScheduleColumns && failed == LXW_NO_ERROR; ++c) {
-            const Cell& v = values[size_t(c)];
+        for (size_t c = 0; c < values.size() && failed == LXW_NO_ERROR; ++c) {
+            const Cell& v = values[c];
             const auto col = lxw_col_t(c);
             switch (v.typeId()) {
             case QMetaType::UnknownType:

@@ -34,16 +34,24 @@ private:
 
 // One cell: invalid when empty, else a QString, a double or a bool.
 using Cell = QVariant;
+// A schedule workbook's columns, A to F.
 constexpr int ScheduleColumns = 6;
-using SheetRow = std::array<Cell, ScheduleColumns>;
+// Cells past this column are not read: no sheet this program takes in is wider.
+constexpr int ReadColumns = 32;
+// One row's cells from column A, as far as its last cell read (a written row: as far as it
+// goes).
+using SheetRow = std::vector<Cell>;
+// The first `width` cells of a row, empty ones where the row ends sooner.
+SheetRow firstCells(const SheetRow& row, int width);
 
 struct Sheet {
     // Columns the sheet uses, counted from A: a value in column H makes eight.
     int columns = 0;
-    // The rows holding something in A to F, by row index from 0; rows missing here are empty.
+    // The rows holding something in the columns read, by row index from 0; rows missing here
+    // are empty.
     std::map<int, SheetRow> rows;
 
-    // Takes the value of one cell, counted from 0; only A to F are kept.
+    // Takes the value of one cell, counted from 0; cells past ReadColumns are not kept.
     void put(int row, int col, Cell value);
 };
 
