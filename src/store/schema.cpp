@@ -318,6 +318,8 @@ void seedShapes(QSqlDatabase db) {
                });
 }
 
+} // namespace
+
 void seed(QSqlDatabase db) {
     auto list = [&](const QString& table, const QStringList& words) {
         std::vector<QVariantList> rows;
@@ -364,6 +366,8 @@ void seed(QSqlDatabase db) {
         {QStringLiteral(" ")});
 }
 
+namespace {
+
 // A column definition. Text compares without regard to case everywhere in the store, so every
 // text column carries that collation: "a-1" finds "A-1" in any query, join or index.
 QString definition(const QString& name, const QString& type) {
@@ -373,12 +377,17 @@ QString definition(const QString& name, const QString& type) {
     return def;
 }
 
-QString createStatement(const QString& name, const std::vector<Column>& columns) {
+} // namespace
+
+QString createStatement(const QString& name, const std::vector<Column>& columns, bool temporary) {
     QStringList defs;
     for (const auto& c : columns)
         defs << definition(c.name, c.type);
-    return QStringLiteral("create table \"%1\" (%2)").arg(name, defs.join(u", "));
+    return QStringLiteral("create %1table \"%2\" (%3)")
+        .arg(temporary ? QStringLiteral("temp ") : QString(), name, defs.join(u", "));
 }
+
+namespace {
 
 void create(QSqlDatabase db) {
     for (const auto& table : tables())
@@ -437,7 +446,18 @@ const std::vector<Table>& tables() {
     return all;
 }
 
-namespace {
+const Table* programTable(const QString& name) {
+    for (const Table& t : tables())
+        if (t.name.compare(name, Qt::CaseInsensitive) == 0)
+            return &t;
+    return nullptr;
+}
+
+bool isProjectTable(const QString& name) {
+    static const QRegularExpression re(QStringLiteral("^(sch_|bl_|rnf_)?[0-9]+$"),
+                                       QRegularExpression::CaseInsensitiveOption);
+    return re.match(name).hasMatch();
+}
 
 QString newerVersion(const QString& path, int version) {
     return QStringLiteral("The database %1 was written by a newer version of Tallywright (format "
@@ -447,20 +467,7 @@ QString newerVersion(const QString& path, int version) {
         .arg(currentVersion);
 }
 
-const Table* programTable(const QString& name) {
-    for (const Table& t : tables())
-        if (t.name.compare(name, Qt::CaseInsensitive) == 0)
-            return &t;
-    return nullptr;
-}
-
-// A project's own tables: Sch_, Bl_ or Rnf_ and the digits of its key, or the bare key that the
-// recovery statement makes.
-bool isProjectTable(const QString& name) {
-    static const QRegularExpression re(QStringLiteral("^(sch_|bl_|rnf_)?[0-9]+$"),
-                                       QRegularExpression::CaseInsensitiveOption);
-    return re.match(name).hasMatch();
-}
+namespace {
 
 // Columns as the program made them in an older format: the names in their order, with no
 // default, no NOT NULL and nothing computed (a default would change what a saved line means).

@@ -2,12 +2,14 @@
 
 #include "store/files.h"
 #include "store/schema.h"
+#include "store/server.h"
 #include "store/sqlitefile.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QSqlError>
 #include <QSqlField>
 #include <QSqlQuery>
@@ -126,26 +128,42 @@ namespace {
                     .arg(which));
 }
 
-// The columns of a query's rows without their values, shared by all its rows.
-std::shared_ptr<const QSqlRecord> describe(QSqlRecord rec, int skip = 0) {
-    for (int i = 0; i < skip; ++i)
-        rec.remove(0);
-    rec.clearValues();
-    return std::make_shared<const QSqlRecord>(std::move(rec));
+// The columns of a query's rows without their values, shared by all its rows, and where each
+// comes from in the query. The first `skip` columns (a row's identity) and the server's hidden
+// identity are left out; the server's lower-case names take the program's spelling.
+struct Shape {
+    std::shared_ptr<const QSqlRecord> columns;
+    std::vector<int> from;
+};
+Shape describe(const QSqlRecord& rec, bool onServer, int skip = 0) {
+    QSqlRecord out;
+    std::vector<int> from;
+    for (int i = skip; i < rec.count(); ++i) {
+        QSqlField f = rec.field(i);
+        if (f.name() == server::hiddenIdentity)
+            continue;
+        if (onServer)
+            f.setName(server::columnName(f.tableName(), f.name()));
+        f.clear();
+        out.append(f);
+        from.push_back(i);
+    }
+    return {std::make_shared<const QSqlRecord>(std::move(out)), std::move(from)};
 }
 
-QVariantList valuesOf(const QSqlQuery& q, int from, int count) {
+QVariantList valuesOf(const QSqlQuery& q, const std::vector<int>& from) {
     QVariantList values;
-    values.reserve(count);
-    for (int i = 0; i < count; ++i)
-        values.append(q.value(from + i));
+    values.reserve(qsizetype(from.size()));
+    for (int i : from)
+        values.append(q.value(i));
     return values;
 }
 } // namespace
 
-Row::Row(const QSqlRecord& rec, qint64 id) : columns_(describe(rec)), id_(id) {
-    values_.reserve(rec.count());
-    for (int i = 0; i < rec.count(); ++i)
+Row::Row(const QSqlRecord& rec, qint64 id) : id_(id) {
+    Shape shape = describe(rec, false);
+    columns_ = std::move(shape.columns);
+    for (int i : shape.from)
         values_.append(rec.value(i));
 }
 
@@ -175,18 +193,79 @@ Nullable Row::nullable(const QString& column) const {
 
 // ---- statements ---------------------------------------------------------------------------
 
+namespace {
+// The store's words for a failed statement. The server's come with the statement's line and
+// its code: the first line says what went wrong.
+QString failureText(const QSqlError& e, bool onServer) {
+    if (!onServer)
+        return e.text();
+    QString t = e.databaseText().section(u'\n', 0, 0).trimmed();
+    for (const char* level : {"ERROR:", "FATAL:"})
+        if (t.startsWith(QLatin1String(level)))
+            t = t.mid(qstrlen(level)).trimmed();
+    return t.isEmpty() ? e.text() : t;
+}
+} // namespace
+
+StoreFailure failureKind(const QString& text) {
+    const auto says = [&](std::initializer_list<const char*> words) {
+        return std::any_of(words.begin(), words.end(), [&](const char* w) {
+            return text.contains(QLatin1String(w), Qt::CaseInsensitive);
+        });
+    };
+    if (says({"NOT NULL constraint", "violates not-null constraint"}))
+        return StoreFailure::NotNull;
+    if (says({"datatype mismatch", "cannot store", "invalid input syntax for type",
+              "out of range for type"}))
+        return StoreFailure::WrongType;
+    static const QRegularExpression missing(
+        QStringLiteral("no such table|relation \"[^\"]*\" does not exist"));
+    if (missing.match(text).hasMatch())
+        return StoreFailure::MissingTable;
+    return StoreFailure::Other;
+}
+
 QSqlQuery prepared(const QSqlDatabase& db, const QString& sql, const QVariantList& params) {
     if (!db.isOpen())
         throw Error(QStringLiteral("Operation is not allowed when the object is closed."));
     QSqlQuery q(db);
-    q.setForwardOnly(true);
-    if (!q.prepare(sql))
-        throw Error(q.lastError().text());
+    const bool onServer = server::isServer(db);
+    // The file's rows are read as they come; the server's come whole with the answer, since a
+    // connection reading a result row by row cannot run another statement meanwhile, as a fill
+    // writing rows while it reads lines does.
+    q.setForwardOnly(!onServer);
+    if (onServer && params.isEmpty()) {
+        // The server prepares only queries and writes of rows; a statement that makes a table
+        // or sets an option runs as it is.
+        if (!server::atomically(db, [&] { return q.exec(server::statement(sql)); }))
+            throw Error(failureText(q.lastError(), true));
+        return q;
+    }
+    if (!server::atomically(db, [&] { return q.prepare(onServer ? server::statement(sql) : sql); }))
+        throw Error(failureText(q.lastError(), onServer));
     for (const auto& p : params)
-        q.addBindValue(p);
-    if (!q.exec())
-        throw Error(q.lastError().text());
+        q.addBindValue(onServer ? server::parameter(p) : p);
+    if (!server::atomically(db, [&] { return q.exec(); }))
+        throw Error(failureText(q.lastError(), onServer));
     return q;
+}
+
+Statement::Statement(const ConClass& con, const QString& sql)
+    : db_(con.db()), query_(db_), onServer_(con.onServer()) {
+    if (!con.isOpen())
+        throw Error(QStringLiteral("Operation is not allowed when the object is closed."));
+    query_.setForwardOnly(!onServer_); // as prepared() does
+    if (!server::atomically(
+            con.db(), [&] { return query_.prepare(onServer_ ? server::statement(sql) : sql); }))
+        throw Error(failureText(query_.lastError(), onServer_));
+}
+
+QSqlQuery& Statement::run(const QVariantList& params) {
+    for (qsizetype i = 0; i < params.size(); ++i)
+        query_.bindValue(int(i), onServer_ ? server::parameter(params[i]) : params[i]);
+    if (!server::atomically(db_, [&] { return query_.exec(); }))
+        throw Error(failureText(query_.lastError(), onServer_));
+    return query_;
 }
 
 QString numberText(const QVariant& v) {
@@ -203,6 +282,16 @@ namespace {
 QString nextConnectionName() {
     static std::atomic<int> counter{0};
     return QStringLiteral("tw%1").arg(++counter);
+}
+
+// The connection `name` on `driver`, made anew when it was made for the other store.
+QSqlDatabase connection(const QString& name, const QString& driver) {
+    if (QSqlDatabase::contains(name)) {
+        if (QSqlDatabase::database(name, false).driverName() == driver)
+            return QSqlDatabase::database(name, false);
+        QSqlDatabase::removeDatabase(name);
+    }
+    return QSqlDatabase::addDatabase(driver, name);
 }
 
 QString quoted(const QString& identifier) {
@@ -250,9 +339,11 @@ void ConClass::conopen() {
         return;
     }
     conclose();
-    QSqlDatabase d = QSqlDatabase::contains(name_)
-                         ? QSqlDatabase::database(name_, false)
-                         : QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), name_);
+    if (const auto& address = Store::server()) {
+        openServer(*address);
+        return;
+    }
+    QSqlDatabase d = connection(name_, QStringLiteral("QSQLITE"));
     const QString path = AppFolder::databasePath();
     d.setDatabaseName(path);
     d.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=5000"));
@@ -280,6 +371,21 @@ void ConClass::conopen() {
         if (!text.contains(QDir::toNativeSeparators(path)))
             text = QStringLiteral("%1\n%2").arg(QDir::toNativeSeparators(path), text);
         out_->say(text);
+    }
+}
+
+void ConClass::openServer(const ServerAddress& address) {
+    QSqlDatabase d = connection(name_, QStringLiteral("QPSQL"));
+    try {
+        if (!d.isValid())
+            throw Error(QStringLiteral("The %1 cannot be opened: Qt's driver for the server is "
+                                       "not installed (package libqt6sql6-psql).")
+                            .arg(address.shown()));
+        server::open(d, address);
+        schema::ensureServer(d);
+    } catch (const Error& e) {
+        d.close();
+        out_->say(e.text());
     }
 }
 
@@ -327,31 +433,40 @@ void ConClass::serverinfo() {
 
 Rows ConClass::rows(const QString& sql, const QVariantList& params) const {
     QSqlQuery q = prepared(db(), sql, params);
-    const auto columns = describe(q.record());
-    const int count = columns->count();
+    const Shape shape = describe(q.record(), onServer());
     Rows out;
     while (q.next())
-        out.emplace_back(columns, valuesOf(q, 0, count), -1);
+        out.emplace_back(shape.columns, valuesOf(q, shape.from), -1);
     return out;
 }
 
+bool ConClass::onServer() const {
+    return server::isServer(db());
+}
+
 namespace {
+// The column that carries a row's identity: the file's rowid, or the server's identity column.
+QString identityOf(const QSqlDatabase& db, const QString& table) {
+    return server::isServer(db) ? server::identity(table) : QStringLiteral("rowid");
+}
+
 // The rows of `table` meeting `condition` in store order, each with its identity and the
 // values of `columns` (a select list).
 Rows keyedRows(const QSqlDatabase& db, const QString& table, const QString& columns,
                const QString& condition, const QVariantList& params, int limit) {
-    QString sql = QStringLiteral("select rowid, %1 from %2").arg(columns, quoted(table));
+    const QString id = identityOf(db, table);
+    QString sql = QStringLiteral("select %1, %2 from %3").arg(id, columns, quoted(table));
     if (!condition.isEmpty())
         sql += QStringLiteral(" where ") + condition;
-    sql += QStringLiteral(" order by rowid");
+    sql += QStringLiteral(" order by ") + id;
     if (limit > 0)
         sql += QStringLiteral(" limit %1").arg(limit);
     QSqlQuery q = prepared(db, sql, params);
-    const auto described = describe(q.record(), 1); // the identity stands before the columns
-    const int count = described->count();
+    // The identity stands before the columns.
+    const Shape shape = describe(q.record(), server::isServer(db), 1);
     Rows out;
     while (q.next())
-        out.emplace_back(described, valuesOf(q, 1, count), q.value(0).toLongLong());
+        out.emplace_back(shape.columns, valuesOf(q, shape.from), q.value(0).toLongLong());
     return out;
 }
 } // namespace
@@ -378,7 +493,8 @@ std::optional<Row> ConClass::first(const QString& sql, const QVariantList& param
     QSqlQuery q = prepared(db(), sql, params);
     if (!q.next())
         return std::nullopt;
-    return Row(q.record());
+    const Shape shape = describe(q.record(), onServer());
+    return Row(shape.columns, valuesOf(q, shape.from), -1);
 }
 
 int ConClass::exec(const QString& sql, const QVariantList& params) const {
@@ -393,10 +509,13 @@ qint64 ConClass::insert(const QString& table, const Values& values) const {
         marks << QStringLiteral("?");
         params << value;
     }
-    const QString sql = values.empty()
-                            ? QStringLiteral("insert into %1 default values").arg(quoted(table))
-                            : QStringLiteral("insert into %1 (%2) values (%3)")
-                                  .arg(quoted(table), names.join(u','), marks.join(u','));
+    QString sql = values.empty()
+                      ? QStringLiteral("insert into %1 default values").arg(quoted(table))
+                      : QStringLiteral("insert into %1 (%2) values (%3)")
+                            .arg(quoted(table), names.join(u','), marks.join(u','));
+    // The server tells a new row's identity only when asked for it.
+    if (onServer())
+        sql += QStringLiteral(" returning ") + server::identity(table);
     return write(sql, params);
 }
 
@@ -410,39 +529,79 @@ void ConClass::update(const QString& table, qint64 rowid, const Values& values) 
         params << value;
     }
     params << rowid;
-    write(QStringLiteral("update %1 set %2 where rowid=?").arg(quoted(table), sets.join(u',')),
+    write(QStringLiteral("update %1 set %2 where %3=?")
+              .arg(quoted(table), sets.join(u','), identityOf(db(), table)),
           params);
 }
 
 void ConClass::remove(const QString& table, qint64 rowid) const {
-    write(QStringLiteral("delete from %1 where rowid=?").arg(quoted(table)), {rowid});
+    write(QStringLiteral("delete from %1 where %2=?").arg(quoted(table), identityOf(db(), table)),
+          {rowid});
+}
+
+QStringList ConClass::columns(const QString& table) const {
+    const bool remote = onServer();
+    const QSqlRecord rec = db().record(remote ? table.toLower() : table);
+    QStringList names;
+    for (int i = 0; i < rec.count(); ++i)
+        if (rec.fieldName(i) != server::hiddenIdentity)
+            names << (remote ? server::columnName(table, rec.fieldName(i)) : rec.fieldName(i));
+    return names;
+}
+
+QString ConClass::sameText(const QString& column) const {
+    // The server's text columns fold case in every comparison; as plain text they compare
+    // exactly.
+    return onServer() ? QStringLiteral("cast(%1 as text) = cast(? as text)").arg(column)
+                      : QStringLiteral("%1 = ? collate binary").arg(column);
+}
+
+void ConClass::makeTemporaryCopy(const QString& table) const {
+    const auto known =
+        std::find_if(schema::tables().begin(), schema::tables().end(), [&](const schema::Table& t) {
+            return t.name.compare(table, Qt::CaseInsensitive) == 0;
+        });
+    if (known == schema::tables().end())
+        throw Error(QStringLiteral("%1 is no table of Tallywright's.").arg(table));
+    const QSqlDatabase d = db();
+    if (onServer()) {
+        prepared(d, QStringLiteral("drop table if exists pg_temp.%1").arg(quoted(table)), {});
+        prepared(d, schema::serverCreateStatement(known->name, known->columns, true), {});
+    } else {
+        prepared(d, QStringLiteral("drop table if exists temp.%1").arg(quoted(table)), {});
+        prepared(d, schema::createStatement(known->name, known->columns, true), {});
+    }
 }
 
 qint64 ConClass::write(const QString& sql, const QVariantList& params) const {
-    const QSqlDatabase d = db();
-    if (!d.isOpen())
-        throw Error(QStringLiteral("Operation is not allowed when the object is closed."));
     auto known = writes_.find(sql);
-    if (known == writes_.end()) {
-        QSqlQuery q(d);
-        if (!q.prepare(sql))
-            throw Error(q.lastError().text());
-        known = writes_.emplace(sql, std::move(q)).first;
-    }
-    QSqlQuery& q = known->second;
-    for (int i = 0; i < params.size(); ++i)
-        q.bindValue(i, params[i]);
-    if (!q.exec()) {
-        const QString failure = q.lastError().text();
+    if (known == writes_.end())
+        known = writes_.emplace(sql, Statement(*this, sql)).first;
+    try {
+        QSqlQuery& q = known->second.run(params);
+        // An insert on the server gives its row's identity as its one result; the file tells
+        // it while the query is active.
+        const qint64 id =
+            onServer() ? (q.next() ? q.value(0).toLongLong() : 0) : q.lastInsertId().toLongLong();
+        q.finish();
+        return id;
+    } catch (const Error&) {
         writes_.erase(known); // prepared afresh next time, against the store as it is then
-        throw Error(failure);
+        throw;
     }
-    const qint64 id = q.lastInsertId().toLongLong(); // known only while the query is active
-    q.finish();
-    return id;
 }
 
 // ---- transactions -------------------------------------------------------------------------
+
+namespace {
+// Sets, releases or returns to a savepoint of a nested guard: a statement of the transaction
+// itself, never one of its own savepoints.
+void mark(const QSqlDatabase& db, const QString& sql) {
+    QSqlQuery q(db);
+    if (!q.exec(sql))
+        throw Error(failureText(q.lastError(), server::isServer(db)));
+}
+} // namespace
 
 Transaction::Transaction(const ConClass& con) : con_(con) {
     QSqlDatabase db = con.db();
@@ -453,7 +612,7 @@ Transaction::Transaction(const ConClass& con) : con_(con) {
         if (!db.transaction())
             throw Error(db.lastError().text());
     } else {
-        prepared(db, QStringLiteral("savepoint tw%1").arg(level_), {});
+        mark(db, QStringLiteral("savepoint tw%1").arg(level_));
     }
     con.depth_ = level_;
     open_ = true;
@@ -480,8 +639,8 @@ void Transaction::end(bool commit) {
     con_.depth_ = level_ - 1;
     if (level_ > 1) {
         if (!commit)
-            prepared(db, QStringLiteral("rollback to tw%1").arg(level_), {});
-        prepared(db, QStringLiteral("release tw%1").arg(level_), {});
+            mark(db, QStringLiteral("rollback to tw%1").arg(level_));
+        mark(db, QStringLiteral("release tw%1").arg(level_));
         return;
     }
     const bool ok = commit ? db.commit() : db.rollback();
@@ -527,23 +686,28 @@ QString FindContractNo(const ConClass& con, const QString& pkey) {
 bool reporttableerror(Messenger& out, const QString& errorText, const QString& tablename) {
     ConClass con(out);
     con.conopen();
-    // SQLite words a missing table as "no such table: Name"; only the three per-project
-    // families are made again.
-    static const QStringList families{QStringLiteral("no such table: Rnf_"),
-                                      QStringLiteral("no such table: Sch_"),
-                                      QStringLiteral("no such table: Bl_")};
-    const bool missingProjectTable =
-        std::any_of(families.begin(), families.end(),
-                    [&](const QString& f) { return errorText.contains(f, Qt::CaseInsensitive); });
-    if (!missingProjectTable)
+    // The file words a missing table as "no such table: Name", the server as 'relation "name"
+    // does not exist'; only the three per-project families are made again.
+    static const QRegularExpression missing(
+        QStringLiteral("(?:no such table: |relation \"(?:[a-z_]+\\.)?)(rnf_|sch_|bl_)"),
+        QRegularExpression::CaseInsensitiveOption);
+    if (!missing.match(errorText).hasMatch())
         return false;
     // The name is the key digits the report run left behind: an integer, never user text.
     const QString& name = tablename;
     if (name.isEmpty() ||
         !std::all_of(name.begin(), name.end(), [](QChar c) { return c.isDigit(); }))
         throw Error(QStringLiteral("Syntax error in query. Incomplete query clause."));
-    con.exec(QStringLiteral("create table \"%1\" as select * from Reinforcementmaster where 1=2")
-                 .arg(name));
+    const auto reinforcement =
+        std::find_if(schema::tables().begin(), schema::tables().end(), [](const schema::Table& t) {
+            return t.name == QLatin1String("Reinforcementmaster");
+        });
+    if (con.onServer())
+        con.exec(schema::serverCreateStatement(name, reinforcement->columns));
+    else
+        con.exec(
+            QStringLiteral("create table \"%1\" as select * from Reinforcementmaster where 1=2")
+                .arg(name));
     return true;
 }
 

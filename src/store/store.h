@@ -1,9 +1,10 @@
 #pragma once
-// The store: one SQLite file, Tallywright.db, in the application folder. Every value reaches
-// SQL as a bound parameter; the only identifiers built at run time are the per-project table
-// names made from an integer key.
+// The store: one SQLite file, Tallywright.db, in the application folder, or a server database
+// (store/server.h). Every value reaches SQL as a bound parameter; the only identifiers built at run
+// time are the per-project table names made from an integer key.
 
 #include "store/messages.h"
+#include "store/server.h"
 #include "values/values.h"
 
 #include <QSqlDatabase>
@@ -99,6 +100,25 @@ QString numberText(const QVariant& v);
 // Column values for insert and update, in the order they are given.
 using Values = std::vector<std::pair<QString, QVariant>>;
 
+class ConClass;
+
+// A statement prepared once on a connection and run again with new values: a run writing
+// thousands of rows prepares its insert once. Statements reach the store only through it,
+// prepared(), or ConClass, which give each store the statement as it takes it.
+class Statement {
+public:
+    // Throws tw::Error with the store's text when the statement cannot be prepared.
+    Statement(const ConClass& con, const QString& sql);
+    // Binds `params` in order to the statement's ? and runs it; its rows, if any, are then read
+    // from the query. Throws tw::Error with the store's text.
+    QSqlQuery& run(const QVariantList& params);
+
+private:
+    QSqlDatabase db_;
+    QSqlQuery query_;
+    bool onServer_;
+};
+
 // The connection a screen owns. Each owner has its own named QSqlDatabase connection to the one
 // file; a statement that fails throws tw::Error with the store's text.
 class ConClass {
@@ -146,25 +166,39 @@ public:
     std::optional<Row> first(const QString& sql, const QVariantList& params = {}) const;
     // A statement without result rows; gives the number of rows it touched.
     int exec(const QString& sql, const QVariantList& params = {}) const;
-    // insert into table (columns) values (?...); gives the new rowid.
+    // insert into table (columns) values (?...); gives the new row's identity.
     qint64 insert(const QString& table, const Values& values) const;
-    // update table set ... where rowid=?
+    // update table set ... where the row's identity is `rowid`
     void update(const QString& table, qint64 rowid, const Values& values) const;
-    // delete from table where rowid=?
+    // delete from table where the row's identity is `rowid`
     void remove(const QString& table, qint64 rowid) const;
+
+    // The columns of `table` in their order, as a select * gives them; empty when there is no
+    // such table.
+    QStringList columns(const QString& table) const;
+    // A condition true where `column` holds exactly the text bound to its ?, case included,
+    // where the store otherwise compares text without regard to case.
+    QString sameText(const QString& column) const;
+    // Makes `table` (a table of the program) anew as a temporary table of this connection, empty,
+    // with the same columns and identity: until the connection closes, every statement on it
+    // that names the table finds this one, and no other connection sees its rows.
+    void makeTemporaryCopy(const QString& table) const;
+    // True when this connection is open on a server database.
+    bool onServer() const;
 
     QSqlDatabase db() const;
     const QString& connectionName() const { return name_; }
 
 private:
     friend class Transaction;
+    void openServer(const ServerAddress& address);
     void closeConnection() const;
     // Runs a write through a statement prepared once per connection: an action rewriting
     // thousands of rows prepares its update once, not once a row. Gives the rowid an insert
     // made.
     qint64 write(const QString& sql, const QVariantList& params) const;
     QString name_;
-    mutable std::unordered_map<QString, QSqlQuery> writes_;
+    mutable std::unordered_map<QString, Statement> writes_;
     Messenger* out_;
     // Transactions open on this connection, outermost first, and a close asked for meanwhile.
     mutable int depth_ = 0;
@@ -188,6 +222,15 @@ private:
     int level_ = 0; // 1 for the outermost guard
     bool open_ = false;
 };
+
+// What a failed statement's text tells, in the words of either store.
+enum class StoreFailure {
+    NotNull,      // a column that takes no Null was given one
+    WrongType,    // a value the column's type does not take
+    MissingTable, // the statement names a table that does not exist
+    Other,
+};
+StoreFailure failureKind(const QString& text);
 
 // Runs one statement on an open database with `params` bound in order to its ?; throws
 // tw::Error with the store's text on failure.

@@ -21,10 +21,7 @@ using twtest::AppFolderTest;
 namespace {
 
 QStringList columnsOf(const tw::ConClass& con, const QString& table) {
-    QStringList names;
-    for (const auto& r : con.rows(QStringLiteral("select name from pragma_table_info(?)"), {table}))
-        names << r.text(0);
-    return names;
+    return con.columns(table);
 }
 
 int count(const tw::ConClass& con, const QString& table) {
@@ -120,6 +117,8 @@ protected:
 };
 
 TEST_F(StoreTest, NewFileIsOwnerOnlyAndReopeningChangesNothing) {
+    if (onServer())
+        GTEST_SKIP() << "the local file's own";
     EXPECT_EQ(QFile::permissions(dbPath()) & ~(QFileDevice::ReadOwner | QFileDevice::WriteOwner |
                                                QFileDevice::ReadUser | QFileDevice::WriteUser),
               QFileDevice::Permissions());
@@ -141,6 +140,8 @@ TEST_F(StoreTest, NewFileIsOwnerOnlyAndReopeningChangesNothing) {
 // Each file of tests/data/store is one the program must not take: as its database and as a
 // restore it is refused, named, and left byte for byte, with nothing made beside it.
 TEST_F(StoreTest, FilesWhoseObjectsAreNotExactlyTheProgramsAreRefusedUntouched) {
+    if (onServer())
+        GTEST_SKIP() << "the local file's own";
     db().conclose();
     const QString fresh = folder() + QStringLiteral("/fresh.db");
     ASSERT_TRUE(QFile::rename(dbPath(), fresh));
@@ -179,6 +180,8 @@ TEST_F(StoreTest, FilesWhoseObjectsAreNotExactlyTheProgramsAreRefusedUntouched) 
 }
 
 TEST_F(StoreTest, FilesThisProgramDoesNotTakeAreRefusedNamedAndLeftAsTheyWere) {
+    if (onServer())
+        GTEST_SKIP() << "the local file's own";
     struct Case {
         const char* name;
         std::function<void(const QString&)> make;
@@ -230,6 +233,8 @@ TEST_F(StoreTest, FilesThisProgramDoesNotTakeAreRefusedNamedAndLeftAsTheyWere) {
 }
 
 TEST_F(StoreTest, AFirstFormatFileIsUpgradedKeepingEveryRow) {
+    if (onServer())
+        GTEST_SKIP() << "the local file's own";
     db().conclose();
     QFile::remove(dbPath());
     // The first format: the same tables, text compared by case, lengths in inches as text,
@@ -314,13 +319,14 @@ TEST_F(StoreTest, KeyedRowsCarryTheirIdentityApartFromTheTablesPositions) {
         db().insert(table, {{QStringLiteral("a"), QStringLiteral("y")}});
         ADD_FAILURE() << "an insert into a dropped table went through";
     } catch (const tw::Error& e) {
-        EXPECT_TRUE(e.text().contains(QStringLiteral("no such table"))) << e.text().toStdString();
+        EXPECT_TRUE(e.text().contains(QStringLiteral("scratch"), Qt::CaseInsensitive))
+            << e.text().toStdString();
     }
     db().exec(QStringLiteral("create table Scratch (b integer, a text)"));
     EXPECT_EQ(db().insert(table, {{QStringLiteral("a"), QStringLiteral("z")}}), 1);
     const auto only =
-        db().keyedColumns(table, {QStringLiteral("a = ? collate binary")},
-                          QStringLiteral("a like ?"), {QStringLiteral("Z"), QStringLiteral("z")});
+        db().keyedColumns(table, {db().sameText(QStringLiteral("a"))}, QStringLiteral("a like ?"),
+                          {QStringLiteral("Z"), QStringLiteral("z")});
     ASSERT_EQ(only.size(), 1u);
     EXPECT_EQ(only[0].count(), 1);
     EXPECT_EQ(only[0].number(0), 0.0); // "z" is not "Z" when compared exactly
@@ -458,8 +464,14 @@ TEST(LoginConfig, OwnerOnlyRoundTripAndDamagedFilesNamed) {
     }
 }
 
+// The backups of the local file; a server's are made by its own tools (server_test).
 class BackupTest : public StoreTest {
 protected:
+    void SetUp() override {
+        if (onServer())
+            GTEST_SKIP() << "the local file's own";
+        StoreTest::SetUp();
+    }
     QString backupsDir() const { return folder() + QStringLiteral("/backups"); }
     QStringList backupNames() const {
         return QDir(backupsDir()).entryList({QStringLiteral("*")}, QDir::Files, QDir::Name);
@@ -535,6 +547,8 @@ TEST_F(BackupTest, RestoreRefusesWhatItMustAndKeepsWhatItReplaces) {
 // No file is written through a symbolic link, nor onto the books: each target is refused,
 // named, and what it points at is left as it was.
 TEST_F(StoreTest, NothingIsWrittenThroughALinkNorOverTheDatabaseInUse) {
+    if (onServer())
+        GTEST_SKIP() << "the local file's own";
     const QString victim = folder() + QStringLiteral("/victim.txt");
     writeFile(victim, "keep me");
     const QFile::Permissions mode = QFile::permissions(victim);

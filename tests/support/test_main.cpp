@@ -8,5 +8,7 @@ int main(int argc, char** argv) {
     QApplication app(argc, argv);
     ::testing::InitGoogleTest(&argc, argv);
     twtest::installScriptedMessages();
-    return RUN_ALL_TESTS();
+    const int failed = RUN_ALL_TESTS();
+    twtest::finishServer();
+    return failed;
 }
