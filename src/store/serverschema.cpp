@@ -149,6 +149,10 @@ QStringList expectedColumns(const Table& t) {
     return out;
 }
 
+QString withArticle(const QString& kind) {
+    return (kind.startsWith(u'i') ? QStringLiteral("an ") : QStringLiteral("a ")) + kind;
+}
+
 QString notOurs(const QSqlDatabase& db, const QString& why) {
     return QStringLiteral("The database %1 is not a Tallywright database: %2.")
         .arg(db.databaseName(), why);
@@ -179,7 +183,7 @@ ServerState inspectServer(const QSqlDatabase& db) {
             tablesSeen.insert(o[1]);
     if (tablesSeen.empty()) {
         for (const QStringList& o : objects)
-            throw Error(notOurs(db, QStringLiteral("it holds a %1 %2").arg(o[0], o[1])));
+            throw Error(notOurs(db, QStringLiteral("it holds %1 %2").arg(withArticle(o[0]), o[1])));
         return state;
     }
     for (const QStringList& o : objects) {
@@ -189,7 +193,7 @@ ServerState inspectServer(const QSqlDatabase& db) {
             !owner.isEmpty() && tablesSeen.count(owner))
             continue;
         if (kind != QLatin1String("table") || o[3] != QLatin1String("r"))
-            throw Error(notOurs(db, QStringLiteral("it holds a %1 %2").arg(kind, name)));
+            throw Error(notOurs(db, QStringLiteral("it holds %1 %2").arg(withArticle(kind), name)));
         QStringList columns;
         bool computed = false;
         for (const QStringList& c : query(db, columnsSql, {name})) {

@@ -286,6 +286,75 @@ TEST_F(StoreTest, TextMatchesWithoutRegardToCaseAndQuotesAreKept) {
     EXPECT_EQ(key, r->text(0));
     EXPECT_EQ(tw::FindContractNo(db(), key), num);
     EXPECT_EQ(tw::FindTableName(db(), QStringLiteral(" ") + num, false), QString());
+    // Columns read back carry the program's spelling, whatever the store calls them.
+    EXPECT_EQ(r->columnName(9), QStringLiteral("tw_Client_Name"));
+
+    // One case rule in every kind of statement: equal, LIKE, DISTINCT and ORDER BY, where the
+    // folded text orders byte by byte.
+    for (const char* u : {"b", "a-1", "Z", "A-1", "_x", "a1", "A 1"})
+        db().insert(QStringLiteral("units"), {{QStringLiteral("units"), QString::fromLatin1(u)}});
+    QStringList ordered;
+    for (const auto& row : db().rows(QStringLiteral("select units from units where units not "
+                                                    "like '1%' order by units")))
+        ordered << row.text(0).toLower();
+    EXPECT_EQ(ordered, (QStringList{"_x", "a 1", "a-1", "a-1", "a1", "b", "z"}));
+    EXPECT_EQ(db().first(QStringLiteral("select count(distinct units) from units where units "
+                                        "like 'A%'"))
+                  ->value(0)
+                  .toInt(),
+              3);
+    EXPECT_EQ(count(db(), QStringLiteral("units")), 11);
+    EXPECT_EQ(db().rows(QStringLiteral("select 1 from units where units = ?"), {"a-1"}).size(), 2u);
+    EXPECT_EQ(db().rows(QStringLiteral("select 1 from units where %1")
+                            .arg(db().sameText(QStringLiteral("units"))),
+                        {"a-1"})
+                  .size(),
+              1u);
+}
+
+// A report run's working table is its connection's own: empty when made, found before the
+// table of the same name, with the same columns, identity and case rule, and gone with the
+// connection.
+TEST_F(StoreTest, ATemporaryCopyIsTheConnectionsOwn) {
+    const QString table = QStringLiteral("abstractbillrep");
+    db().insert(table, {{QStringLiteral("tw_schno"), QStringLiteral("kept")}});
+    tw::ConClass run(twtest::scripted());
+    run.conopen();
+    run.makeTemporaryCopy(QStringLiteral("AbstractBillRep"));
+    EXPECT_EQ(count(run, table), 0);
+    EXPECT_EQ(run.columns(table), db().columns(table));
+    const qint64 id = run.insert(table, {{QStringLiteral("tw_schno"), QStringLiteral("A-1")}});
+    run.update(table, id, {{QStringLiteral("tw_rate"), 2.5}});
+    const auto mine = run.find(table, QStringLiteral("tw_schno=?"), {QStringLiteral("a-1")});
+    ASSERT_TRUE(mine);
+    EXPECT_EQ(mine->number(QStringLiteral("tw_rate")), 2.5);
+    EXPECT_EQ(mine->count(), int(db().columns(table).size()));
+    EXPECT_EQ(db().rows(QStringLiteral("select tw_schno from abstractbillrep"))[0].text(0),
+              QStringLiteral("kept"));
+    EXPECT_EQ(count(db(), table), 1);
+    run.makeTemporaryCopy(table); // made again: empty again
+    EXPECT_EQ(count(run, table), 0);
+    run.conclose();
+    run.conopen();
+    EXPECT_EQ(count(run, table), 1);
+    EXPECT_THROW(run.makeTemporaryCopy(QStringLiteral("no_such_table")), tw::Error);
+}
+
+// A new database holds every table with its columns in the given order, and the seed rows.
+TEST_F(StoreTest, EveryTableIsMadeWithItsColumnsInOrder) {
+    for (const auto& t : tw::schema::tables()) {
+        QStringList expected;
+        for (const auto& c : t.columns)
+            expected << c.name;
+        EXPECT_EQ(db().columns(t.name), expected) << t.name.toStdString();
+        const auto all = db().rows(QStringLiteral("select * from %1").arg(t.name));
+        if (!all.empty()) {
+            EXPECT_EQ(all[0].count(), expected.size()) << t.name.toStdString();
+        }
+    }
+    EXPECT_EQ(count(db(), QStringLiteral("shapes")), 30);
+    EXPECT_EQ(count(db(), QStringLiteral("volarea")), 6);
+    EXPECT_EQ(count(db(), QStringLiteral("dummy_ded_det")), 1);
 }
 
 TEST_F(StoreTest, KeyedRowsCarryTheirIdentityApartFromTheTablesPositions) {

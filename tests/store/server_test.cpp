@@ -1,0 +1,157 @@
+// The server store: its address, its logins, and the databases it refuses.
+
+#include "store/schema.h"
+#include "store/store.h"
+#include "support/core_fixtures.h"
+
+#include <unistd.h>
+
+using twtest::AppFolderTest;
+
+namespace {
+
+TEST(ServerAddress, TwkCfgsFirstValueChoosesTheStore) {
+    const struct {
+        const char* text;
+        const char* url; // empty: the local file
+        const char* user;
+        const char* options;
+    } cases[] = {
+        {"", "", "", ""},
+        {"local", "", "", ""},
+        {"localhost", "", "", ""}, // an older installation's server name, never used
+        {"db.office/books", "postgresql://db.office:5432/books", "", ""},
+        {"postgresql://10.0.0.5:6543/tally", "postgresql://10.0.0.5:6543/tally", "", ""},
+        {" postgres://anita:s3cret@db/books?sslmode=require ", "postgresql://db:5432/books",
+         "anita", "sslmode=require"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.text);
+        const auto a = tw::ServerAddress::parse(QString::fromLatin1(c.text));
+        ASSERT_EQ(a.has_value(), *c.url != 0);
+        if (!a)
+            continue;
+        EXPECT_EQ(a->url(), QString::fromLatin1(c.url));
+        EXPECT_EQ(a->user, QString::fromLatin1(c.user));
+        EXPECT_EQ(a->options, QString::fromLatin1(c.options));
+    }
+    for (const char* bad : {"postgresql://db.office", "postgresql:///books", "db:port/books"}) {
+        try {
+            tw::ServerAddress::parse(QString::fromLatin1(bad));
+            ADD_FAILURE() << bad << " was read";
+        } catch (const tw::Error& e) {
+            EXPECT_TRUE(e.text().contains(QStringLiteral("postgresql://HOST[:PORT]/DATABASE")))
+                << e.text().toStdString();
+        }
+    }
+}
+
+class ServerTest : public AppFolderTest {
+protected:
+    void SetUp() override {
+        if (!onServer())
+            GTEST_SKIP() << "needs the test server (TW_TEST_SERVER)";
+        AppFolderTest::SetUp();
+    }
+    // What a connection opened on `address` told the user; empty when it opened.
+    static QString refusalOf(const tw::ServerAddress& address) {
+        const auto kept = tw::Store::server();
+        tw::Store::use(address);
+        twtest::messages().clear();
+        tw::ConClass con(twtest::scripted());
+        con.conopen();
+        tw::Store::use(kept);
+        const auto said = twtest::messages().texts();
+        return con.isOpen() || said.empty() ? QString() : said.front();
+    }
+};
+
+// The server decides who logs in; its refusals are told apart where it says which.
+TEST_F(ServerTest, LoginsAreTheServersRoles) {
+    const QString clerk = QStringLiteral("tw_clerk_%1").arg(::getpid());
+    const QString barred = QStringLiteral("tw_barred_%1").arg(::getpid());
+    twtest::asSuperuser(QStringLiteral("create role %1 login password 'Right one'").arg(clerk));
+    twtest::asSuperuser(QStringLiteral("create role %1 nologin password 'x'").arg(barred));
+    const tw::ServerAddress books = *tw::Store::server();
+    tw::ServerAddress nowhere = books;
+    nowhere.port = 1;
+    tw::ServerAddress missing = books;
+    missing.database = QStringLiteral("no_such_books");
+    using tw::server::Refusal;
+    const struct {
+        const tw::ServerAddress& at;
+        QString user;
+        const char* password;
+        Refusal refusal;
+        const char* says;
+    } cases[] = {
+        {books, clerk, "Right one", Refusal::None, ""},
+        {books, clerk, "right one", Refusal::Password, "password authentication failed"},
+        {books, QStringLiteral("tw_nobody"), "x", Refusal::Password, "password"},
+        {books, barred, "x", Refusal::UserName, "not permitted to log in"},
+        {nowhere, clerk, "Right one", Refusal::Unreachable, "The server 127.0.0.1:1 cannot be"},
+        {missing, clerk, "Right one", Refusal::Other, "database no_such_books on server"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.says);
+        const auto r = tw::server::login(c.at, c.user, QString::fromLatin1(c.password));
+        EXPECT_EQ(r.refusal, c.refusal) << r.text.toStdString();
+        EXPECT_TRUE(r.text.contains(QString::fromLatin1(c.says))) << r.text.toStdString();
+    }
+    // A seat that logged in works as the books' owner: what it makes is every seat's.
+    twtest::asSuperuser(QStringLiteral("alter database %1 owner to %2").arg(books.database, clerk));
+    twtest::asSuperuser(
+        QStringLiteral("create role %1_b login password 'b' in role %2").arg(clerk, clerk));
+    tw::ServerAddress seat = books;
+    seat.user = clerk + QStringLiteral("_b");
+    seat.password = QStringLiteral("b");
+    tw::Store::use(seat);
+    {
+        tw::ConClass con(twtest::scripted());
+        con.conopen();
+        ASSERT_TRUE(con.isOpen());
+        EXPECT_EQ(con.first(QStringLiteral("select current_user"))->text(0), clerk);
+        EXPECT_EQ(con.first(QStringLiteral("select session_user"))->text(0), seat.user);
+    }
+    tw::Store::use(books);
+    db().conclose();
+    twtest::dropDatabase(books);
+    for (const QString& role : {clerk + QStringLiteral("_b"), clerk, barred})
+        twtest::asSuperuser(QStringLiteral("drop role %1").arg(role));
+}
+
+// A database from elsewhere is taken only when its objects are exactly the program's.
+TEST_F(ServerTest, DatabasesWhoseObjectsAreNotExactlyTheProgramsAreRefused) {
+    const struct {
+        const char* change;
+        const char* says;
+    } cases[] = {
+        {"create table notes (x int)", "it holds a table notes"},
+        {"create view v as select 1 as x", "it holds a view v"},
+        {"create index on billmaster (tw_bill_num)",
+         "it holds an index billmaster_tw_bill_num_idx"},
+        {"create function f() returns int language sql as 'select 1'", "it holds a function f"},
+        {"alter table units add column extra text", "its table units is not as Tallywright"},
+        {"alter table payment_rec alter tw_netamt set default 0", "its table payment_rec is not"},
+        {"drop table costitems", "it has no table costitems"},
+        {"comment on table contractmaster is 'Tallywright format 99'", "newer version"},
+        {"", ""},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.change);
+        const tw::ServerAddress other = twtest::newServerDatabase();
+        if (*c.change)
+            twtest::asSuperuser(QString::fromLatin1(c.change), other.database);
+        const QString said = refusalOf(other);
+        EXPECT_TRUE(said.contains(QString::fromLatin1(c.says))) << said.toStdString();
+        EXPECT_EQ(said.contains(other.database), *c.says != 0) << said.toStdString();
+        twtest::dropDatabase(other);
+    }
+    // An empty database gets every table; one holding anything else is not taken for empty.
+    const tw::ServerAddress empty = twtest::newServerDatabase(true);
+    twtest::asSuperuser(QStringLiteral("create sequence stray"), empty.database);
+    EXPECT_TRUE(refusalOf(empty).contains(QStringLiteral("it holds a sequence stray")));
+    twtest::dropDatabase(empty);
+}
+
+} // namespace
