@@ -1,6 +1,7 @@
 #include "command.h"
 
 #include "store/backup.h"
+#include "store/files.h"
 #include "store/store.h"
 
 #include <QDir>
@@ -15,7 +16,8 @@ public:
     QString name() const override { return QStringLiteral("backup"); }
     QString synopsis() const override { return QStringLiteral("[--to FILE]"); }
     QString summary() const override {
-        return QStringLiteral("make a checked backup of the database now and print its path");
+        return QStringLiteral("make a checked backup of the database now and print its path\n"
+                              "(of a server database: its own dump, made with pg_dump)");
     }
     int run(const QStringList& args, Context& ctx) override {
         QString to;
@@ -23,10 +25,15 @@ public:
             to = args[1];
         else if (!args.isEmpty())
             throw UsageError(QStringLiteral("backup takes only --to FILE"));
-        if (to.isEmpty())
+        if (to.isEmpty()) {
             to = tw::backup::makeNow();
-        else
+        } else if (const auto& server = tw::Store::server()) {
+            tw::AtomicFile dump(to, tw::AtomicFile::Kind::OwnerOnly);
+            tw::backup::dumpDatabase(*server, dump);
+            dump.commit();
+        } else {
             tw::backup::copyDatabase(tw::AppFolder::databasePath(), to);
+        }
         ctx.out << QDir::toNativeSeparators(to) << Qt::endl;
         return 0;
     }

@@ -5,6 +5,8 @@
 
 #include <QFileInfo>
 
+#include <optional>
+
 namespace cli {
 namespace {
 
@@ -17,16 +19,18 @@ std::vector<std::unique_ptr<Command>> commands() {
     all.push_back(makeRestore());
     all.push_back(makeReport());
     all.push_back(makeSchedule());
+    all.push_back(makeCopyStore());
     return all;
 }
 
 QString usage(const std::vector<std::unique_ptr<Command>>& all) {
     QString text = QStringLiteral(
-        "Usage: tallywright-cli [--folder DIR] COMMAND\n"
+        "Usage: tallywright-cli [--folder DIR] [--server URL] COMMAND\n"
         "\n"
         "Works on the Tallywright database (Tallywright.db) of an "
         "application\nfolder: by default the folder of this program, or for an installed copy\n"
-        "~/.local/share/Tallywright.\n"
+        "~/.local/share/Tallywright; or on the server database that the folder's\n"
+        "twk.cfg or --server names.\n"
         "\nCommands:\n");
     for (const auto& c : all) {
         const QString head = (c->name() + u' ' + c->synopsis()).trimmed();
@@ -40,10 +44,14 @@ QString usage(const std::vector<std::unique_ptr<Command>>& all) {
         for (qsizetype i = first; i < lines.size(); ++i)
             text += QStringLiteral("  %1  %2\n").arg(QString(), -20).arg(lines[i]);
     }
-    text += QStringLiteral("\nOptions:\n"
-                           "  --folder DIR  the application folder to work on\n"
-                           "  --help        show this text\n"
-                           "  --version     show the version\n");
+    text +=
+        QStringLiteral("\nOptions:\n"
+                       "  --folder DIR  the application folder to work on\n"
+                       "  --server URL  the books on a server: postgresql://HOST[:PORT]/DATABASE\n"
+                       "                (the role and password in the URL, or PGUSER and\n"
+                       "                PGPASSWORD, or ~/.pgpass), or local for the folder's file\n"
+                       "  --help        show this text\n"
+                       "  --version     show the version\n");
     return text;
 }
 
@@ -64,9 +72,42 @@ private:
 
 } // namespace
 
+// The store a command line chose stays its own: the next command line (in the same process, as
+// in tests) starts from the store there was before.
+class StoreOfThisRun {
+public:
+    StoreOfThisRun() : kept_(tw::Store::server()) {}
+    ~StoreOfThisRun() { tw::Store::use(kept_); }
+    StoreOfThisRun(const StoreOfThisRun&) = delete;
+    StoreOfThisRun& operator=(const StoreOfThisRun&) = delete;
+
+private:
+    std::optional<tw::ServerAddress> kept_;
+};
+
+// Chooses the store: --server when given, else the server twk.cfg names, else the store there
+// is (the folder's file).
+void chooseStore(const std::optional<QString>& server) {
+    if (server && server->trimmed().compare(QLatin1String("local"), Qt::CaseInsensitive) == 0) {
+        tw::Store::use(std::nullopt);
+        return;
+    }
+    if (server) {
+        const auto address = tw::ServerAddress::parse(*server);
+        if (!address)
+            throw UsageError(QStringLiteral("--server takes local or "
+                                            "postgresql://HOST[:PORT]/DATABASE, not %1")
+                                 .arg(*server));
+        tw::Store::use(tw::Store::withRole(*address));
+    } else if (auto configured = tw::Store::configured()) {
+        tw::Store::use(tw::Store::withRole(*configured));
+    }
+}
+
 int run(const QStringList& args, QTextStream& out, QTextStream& err) {
     const auto all = commands();
-    QStringList rest;
+    const StoreOfThisRun keep;
+    std::optional<QString> server;
     qsizetype i = 0;
     // Options stand before the command; what follows the command is its own.
     for (; i < args.size(); ++i) {
@@ -95,6 +136,15 @@ int run(const QStringList& args, QTextStream& out, QTextStream& err) {
             tw::AppFolder::set(dir);
             continue;
         }
+        if (a == QLatin1String("--server")) {
+            if (i + 1 >= args.size()) {
+                err << "tallywright-cli: --server needs postgresql://HOST[:PORT]/DATABASE or local"
+                    << Qt::endl;
+                return 2;
+            }
+            server = args[++i];
+            continue;
+        }
         if (a.startsWith(QLatin1String("--"))) {
             err << "tallywright-cli: unknown option " << a << Qt::endl;
             return 2;
@@ -113,6 +163,7 @@ int run(const QStringList& args, QTextStream& out, QTextStream& err) {
         StreamMessenger messages(err);
         Context ctx{out, err, messages};
         try {
+            chooseStore(server);
             return c->run(commandArgs, ctx);
         } catch (const UsageError& e) {
             err << "tallywright-cli: " << e.text() << Qt::endl;

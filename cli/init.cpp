@@ -16,11 +16,24 @@ public:
     QString synopsis() const override { return {}; }
     QString summary() const override {
         return QStringLiteral("create the database with every table and the seed rows\n"
-                              "(an existing one is checked and left as it is)");
+                              "(an existing one is checked and left as it is); on a server,\n"
+                              "in an empty database");
     }
     int run(const QStringList& args, Context& ctx) override {
         if (!args.isEmpty())
             throw UsageError(QStringLiteral("init takes no arguments"));
+        if (const auto& server = tw::Store::server()) {
+            const bool existed = tw::server::holdsTables(*server);
+            tw::ConClass con(ctx.messages);
+            con.conopen();
+            if (!con.isOpen())
+                return 1;
+            ctx.out << (existed ? "Database ready: " : "Database created: ") << server->shown()
+                    << Qt::endl;
+            if (const QString note = tw::server::caseNote(con.db()); !note.isEmpty())
+                ctx.err << "tallywright-cli: " << note << Qt::endl;
+            return 0;
+        }
         const QString path = tw::AppFolder::databasePath();
         const bool existed = QFileInfo::exists(path);
         tw::ConClass con(ctx.messages);

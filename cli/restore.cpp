@@ -15,7 +15,8 @@ public:
     QString synopsis() const override { return QStringLiteral("FILE"); }
     QString summary() const override {
         return QStringLiteral("check FILE and put it in place of the database, keeping\n"
-                              "the database it replaces as a backup first");
+                              "the database it replaces as a backup first; on a server,\n"
+                              "load a backup (.dump) into the empty database");
     }
     int run(const QStringList& args, Context& ctx) override {
         if (args.size() != 1)
@@ -24,8 +25,8 @@ public:
         if (!kept.isEmpty())
             ctx.out << "Kept the replaced database as " << QDir::toNativeSeparators(kept)
                     << Qt::endl;
-        ctx.out << "Restored " << QDir::toNativeSeparators(args[0]) << " to "
-                << QDir::toNativeSeparators(tw::AppFolder::databasePath()) << Qt::endl;
+        ctx.out << "Restored " << QDir::toNativeSeparators(args[0]) << " to " << tw::Store::shown()
+                << Qt::endl;
         return 0;
     }
 };

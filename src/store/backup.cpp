@@ -140,15 +140,21 @@ void openLive(sqlite::Handle& h, const QString& path) {
 
 const QRegularExpression& nameRule() {
     static const QRegularExpression re(
-        QStringLiteral("^Tallywright-(\\d{4}-\\d\\d-\\d\\d-\\d{6})(?:-(\\d+))?\\.db$"));
+        QStringLiteral("^Tallywright-(\\d{4}-\\d\\d-\\d\\d-\\d{6})(?:-(\\d+))?\\.(?:db|dump)$"));
     return re;
+}
+
+// The extension of a backup of the books in use: a server's dump, or a copy of the file.
+QString extension() {
+    return Store::server() ? QStringLiteral(".dump") : QStringLiteral(".db");
 }
 
 // The backups of folder() with their times, newest first (no check).
 std::vector<Entry> found() {
     std::vector<Entry> out;
     const QDir dir(folder());
-    for (const QFileInfo& f : dir.entryInfoList({prefix + QStringLiteral("*.db")}, QDir::Files)) {
+    for (const QFileInfo& f : dir.entryInfoList(
+             {prefix + QStringLiteral("*.db"), prefix + QStringLiteral("*.dump")}, QDir::Files)) {
         const auto m = nameRule().match(f.fileName());
         const QDateTime made =
             m.hasMatch() ? QDateTime::fromString(m.captured(1), stampFormat) : QDateTime();
@@ -174,10 +180,14 @@ QString makeBackup(const QDateTime& now, const QStringList& spare) {
     QFile::setPermissions(folder(),
                           QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
     sweep();
-    sqlite::Handle live;
-    openLive(live, AppFolder::databasePath());
     AtomicFile copy(nameFor(now), AtomicFile::Kind::OwnerOnly);
-    backupInto(live, copy);
+    if (const auto& server = Store::server()) {
+        dumpDatabase(*server, copy);
+    } else {
+        sqlite::Handle live;
+        openLive(live, AppFolder::databasePath());
+        backupInto(live, copy);
+    }
     // A backup made in the same second keeps its name; this one takes the next, after the
     // highest of that second, so that the order of the names stays the order of the backups.
     int sequence = 1;
@@ -226,8 +236,7 @@ QString folder() {
 
 QString nameFor(const QDateTime& when, int sequence) {
     const QString more = sequence > 1 ? QStringLiteral("-%1").arg(sequence) : QString();
-    return QDir(folder()).filePath(prefix + when.toString(stampFormat) + more +
-                                   QStringLiteral(".db"));
+    return QDir(folder()).filePath(prefix + when.toString(stampFormat) + more + extension());
 }
 
 void copyDatabase(const QString& source, const QString& target) {
@@ -239,6 +248,8 @@ void copyDatabase(const QString& source, const QString& target) {
 }
 
 QString check(const QString& path) {
+    if (path.endsWith(QLatin1String(".dump")))
+        return checkDump(path);
     if (!QFileInfo(path).isFile())
         return QStringLiteral("%1 does not exist.").arg(native(path));
     try {
@@ -298,6 +309,10 @@ void sweep() {
 }
 
 QString restore(const QString& file, const QDateTime& now) {
+    if (const auto& server = Store::server()) {
+        restoreDump(file, *server);
+        return {};
+    }
     const QString verdict = check(file);
     if (verdict != QLatin1String("ok"))
         throw Error(verdict);

@@ -12,6 +12,9 @@
 
 namespace tw {
 
+class AtomicFile;
+struct ServerAddress;
+
 // The mark of a running copy of the program: Tallywright.lock in the application folder, locked
 // (flock) for as long as the object lives. The system lets go of the lock when the process
 // ends, however it ends, so a file left behind by a copy that died never stands in the way;
@@ -47,8 +50,9 @@ struct Entry {
 
 // The folder of automatic backups: backups/ in the application folder.
 QString folder();
-// backups/Tallywright-YYYY-MM-DD-HHMMSS.db for `when`; a later backup of the same second takes
-// -2, -3 ... before .db, so a name never moves into the future.
+// backups/Tallywright-YYYY-MM-DD-HHMMSS.db for `when` (.dump for a server store's); a later
+// backup of the same second takes -2, -3 ... before the extension, so a name never moves into
+// the future.
 QString nameFor(const QDateTime& when, int sequence = 1);
 
 // Copies the database at `source` into `target` by SQLite's online backup, checks the copy with
@@ -60,11 +64,12 @@ QString nameFor(const QDateTime& when, int sequence = 1);
 void copyDatabase(const QString& source, const QString& target);
 
 // "ok" when `path` is a Tallywright database of this or an older format (schema::inspect) whose
-// integrity check passes; otherwise the reason, naming the file. The file is only looked at.
+// integrity check passes, or a server's backup (.dump) of one (checkDump); otherwise the reason,
+// naming the file. The file is only looked at.
 QString check(const QString& path);
 
-// Makes one backup of the application folder's database now into folder() and applies the
-// retention rule, which never takes the new backup. Gives the new file's path.
+// Makes one backup of the books now into folder(), the local file's or the server database's,
+// and applies the retention rule, which never takes the new backup. Gives the new file's path.
 QString makeNow(const QDateTime& now = QDateTime::currentDateTime());
 // True when folder() holds a backup made on `day`.
 bool madeOn(const QDate& day);
@@ -83,8 +88,25 @@ void sweep();
 // fails check(), and while a desktop program holds the folder's lock; copies `file` beside the
 // database, keeps the database it replaces as a backup (`file` itself is never pruned then),
 // and swaps the files atomically. Gives the path of that backup (empty when there was no
-// database to keep).
+// database to keep). On a server store: restoreDump into the store's database, which must be
+// empty, so nothing is replaced.
 QString restore(const QString& file, const QDateTime& now = QDateTime::currentDateTime());
+
+// ---- a server store's backups ----
+
+// The server's program `name` (pg_dump, pg_restore): on the search path, else the newest in the
+// server's own folders. Throws tw::Error naming the package that brings it when it is missing.
+QString serverTool(const QString& name);
+// Dumps the server database at `address` in the server's own format into the temporary file of
+// `into`, and checks the dump. Throws tw::Error with what the server's program said.
+void dumpDatabase(const ServerAddress& address, AtomicFile& into);
+// "ok" when `path` is a dump (pg_restore reads its contents) holding every table of the
+// program and its rows; otherwise the reason, naming the file.
+QString checkDump(const QString& path);
+// Loads the dump `file` into the empty server database at `address` in one transaction, then
+// checks the database as opening it does; a database that fails the check is emptied again.
+// Throws tw::Error for a file that fails checkDump, a database that is not empty, or a failure.
+void restoreDump(const QString& file, const ServerAddress& address);
 
 } // namespace backup
 } // namespace tw

@@ -80,6 +80,9 @@ ServerState inspectServer(const QSqlDatabase& db);
 // and the seed rows (all or nothing); an existing one is checked as inspectServer does. The
 // check runs once for each database in a program's life.
 void ensureServer(QSqlDatabase db);
+// The columns of the server table `table`, with the types the local file declares for them, and
+// without the identity column that stands in for the file's rowid.
+std::vector<Column> serverColumns(const QSqlDatabase& db, const QString& table);
 // Makes every table of the program in the empty server database open on `db`, in the running
 // transaction, and marks the format; the seed rows only when `withSeed`.
 void createServerTables(QSqlDatabase db, bool withSeed);

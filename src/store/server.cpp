@@ -84,6 +84,24 @@ QString Store::shown() {
     return QDir::toNativeSeparators(AppFolder::databasePath());
 }
 
+std::optional<ServerAddress> Store::configured() {
+    const auto cfg = readLoginConfig(AppFolder::file(QStringLiteral("twk.cfg")));
+    if (!cfg)
+        return std::nullopt;
+    auto address = ServerAddress::parse(cfg->servername);
+    if (address && address->user.isEmpty())
+        address->user = cfg->userid.trimmed().toLower();
+    return address;
+}
+
+ServerAddress Store::withRole(ServerAddress address) {
+    if (!address.user.isEmpty() || !qEnvironmentVariableIsEmpty("PGUSER"))
+        return address;
+    if (const auto cfg = readLoginConfig(AppFolder::file(QStringLiteral("twk.cfg"))))
+        address.user = cfg->userid.trimmed().toLower();
+    return address;
+}
+
 namespace server {
 
 bool isServer(const QSqlDatabase& db) {
@@ -196,30 +214,65 @@ void open(QSqlDatabase& db, const ServerAddress& address) {
     }
 }
 
-LoginResult login(const ServerAddress& address, const QString& user, const QString& password) {
+Session::Session(const ServerAddress& address) {
     static std::atomic<int> counter{0};
-    const QString name = QStringLiteral("tw-login%1").arg(++counter);
-    LoginResult result;
-    {
-        QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QPSQL"), name);
-        if (!db.isValid()) {
-            result = {Refusal::Other,
-                      QStringLiteral("The server driver of Qt is not installed (package "
-                                     "libqt6sql6-psql).")};
-        } else {
-            ServerAddress a = address;
-            a.user = user;
-            a.password = password;
-            try {
-                open(db, a);
-                db.close();
-            } catch (const Error& e) {
-                result = {refusalOf(e.text()), e.text()};
-            }
-        }
+    name_ = QStringLiteral("tw-session%1").arg(++counter);
+    QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QPSQL"), name_);
+    try {
+        if (!db.isValid())
+            throw Error(QStringLiteral("The %1 cannot be opened: Qt's driver for the server is "
+                                       "not installed (package libqt6sql6-psql).")
+                            .arg(address.shown()));
+        open(db, address);
+    } catch (const Error&) {
+        db = QSqlDatabase();
+        QSqlDatabase::removeDatabase(name_);
+        throw;
     }
-    QSqlDatabase::removeDatabase(name);
-    return result;
+}
+
+Session::~Session() {
+    {
+        QSqlDatabase db = QSqlDatabase::database(name_, false);
+        db.close();
+    }
+    QSqlDatabase::removeDatabase(name_);
+}
+
+QSqlDatabase Session::db() const {
+    return QSqlDatabase::database(name_, false);
+}
+
+bool holdsTables(const ServerAddress& address) {
+    Session session(address);
+    return schema::inspectServer(session.db()).version != 0;
+}
+
+QString caseNote(const QSqlDatabase& db) {
+    QSqlQuery q(db);
+    if (!q.exec(QStringLiteral("select datctype from pg_database where datname = "
+                               "current_database()")) ||
+        !q.next())
+        return {};
+    const QString ctype = q.value(0).toString();
+    if (ctype == QLatin1String("C") || ctype == QLatin1String("POSIX"))
+        return {};
+    return QStringLiteral("the database %1 has the character classes %2: text compares without "
+                          "regard to the case of accented letters too, where the local file folds "
+                          "only A to Z. A database made with --locale=C compares as the file does.")
+        .arg(db.databaseName(), ctype);
+}
+
+LoginResult login(const ServerAddress& address, const QString& user, const QString& password) {
+    ServerAddress a = address;
+    a.user = user;
+    a.password = password;
+    try {
+        Session session(a);
+        return {};
+    } catch (const Error& e) {
+        return {refusalOf(e.text()), e.text()};
+    }
 }
 
 // ---- statements ---------------------------------------------------------------------------

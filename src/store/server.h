@@ -45,6 +45,13 @@ public:
     // Where the books are, for the frame's status line: the folder of the file, or the server
     // database.
     static QString shown();
+    // The server twk.cfg of the application folder names, or nullopt for the local file (and
+    // when there is no twk.cfg). Throws tw::Error for a damaged file or a server address it
+    // cannot read.
+    static std::optional<ServerAddress> configured();
+    // `address` with the role a command logs in as when the address names none: PGUSER, else
+    // twk.cfg's user id. Server roles are named in lower case, as the server folds a name.
+    static ServerAddress withRole(ServerAddress address);
 };
 
 namespace server {
@@ -56,6 +63,27 @@ bool isServer(const QSqlDatabase& db);
 // text the user sees, which names the server: the server refuses the role or its password, the
 // server cannot be reached, the database does not exist.
 void open(QSqlDatabase& db, const ServerAddress& address);
+
+// A connection of its own to a server database for one task (a login, a copy, a restore),
+// closed and let go with the object.
+class Session {
+public:
+    // Throws tw::Error as open() does.
+    explicit Session(const ServerAddress& address);
+    ~Session();
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+    QSqlDatabase db() const;
+
+private:
+    QString name_;
+};
+
+// Whether the database at `address` holds any table (checking that they are the program's).
+bool holdsTables(const ServerAddress& address);
+// A note when the database open on `db` folds more than ASCII letters (its character classes are
+// not C), so that "É" and "é" compare alike there and not in the local file; empty otherwise.
+QString caseNote(const QSqlDatabase& db);
 
 // Why a server turned a login away.
 enum class Refusal {

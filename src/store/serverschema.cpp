@@ -231,6 +231,20 @@ ServerState inspectServer(const QSqlDatabase& db) {
     return state;
 }
 
+std::vector<Column> serverColumns(const QSqlDatabase& db, const QString& table) {
+    std::vector<Column> out;
+    for (const QStringList& c : query(db, columnsSql, {table.toLower()})) {
+        if (c[0] == server::hiddenIdentity)
+            continue;
+        const QString& type = c[1];
+        out.push_back({c[0], type.startsWith(QLatin1String("citext"))   ? QStringLiteral("TEXT")
+                             : type.startsWith(QLatin1String("double")) ? QStringLiteral("REAL")
+                             : type.startsWith(QLatin1String("bigint")) ? QStringLiteral("INTEGER")
+                                                                        : QString()});
+    }
+    return out;
+}
+
 void createServerTables(QSqlDatabase db, bool withSeed) {
     // The extension may stand already (a database its owner prepared); making it needs the
     // right to create in the database, which its owner has.

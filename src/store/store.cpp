@@ -250,13 +250,15 @@ QSqlQuery prepared(const QSqlDatabase& db, const QString& sql, const QVariantLis
     return q;
 }
 
-Statement::Statement(const ConClass& con, const QString& sql)
-    : db_(con.db()), query_(db_), onServer_(con.onServer()) {
-    if (!con.isOpen())
+Statement::Statement(const ConClass& con, const QString& sql) : Statement(con.db(), sql) {}
+
+Statement::Statement(const QSqlDatabase& db, const QString& sql)
+    : db_(db), query_(db_), onServer_(server::isServer(db)) {
+    if (!db_.isOpen())
         throw Error(QStringLiteral("Operation is not allowed when the object is closed."));
     query_.setForwardOnly(!onServer_); // as prepared() does
     if (!server::atomically(
-            con.db(), [&] { return query_.prepare(onServer_ ? server::statement(sql) : sql); }))
+            db_, [&] { return query_.prepare(onServer_ ? server::statement(sql) : sql); }))
         throw Error(failureText(query_.lastError(), onServer_));
 }
 

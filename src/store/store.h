@@ -109,6 +109,7 @@ class Statement {
 public:
     // Throws tw::Error with the store's text when the statement cannot be prepared.
     Statement(const ConClass& con, const QString& sql);
+    Statement(const QSqlDatabase& db, const QString& sql);
     // Binds `params` in order to the statement's ? and runs it; its rows, if any, are then read
     // from the query. Throws tw::Error with the store's text.
     QSqlQuery& run(const QVariantList& params);
