@@ -138,7 +138,8 @@ Refusal refusalOf(const QString& text) {
     };
     // An unknown role and a wrong password read alike, on purpose, so that a guess at a name
     // learns nothing; the server names the role only when it turns it away whatever the
-    // password: a role that may not log in, or not from this computer.
+    // password: a role that may not log in (said once its password was right), or not from this
+    // computer.
     if (says({"password authentication failed", "no password supplied"}))
         return Refusal::Password;
     if ((text.contains(QLatin1String("role \"")) &&

@@ -1,3 +1,4 @@
+#include "screens/shell/frm_backup.h"
 #include "screens/shell/frm_contractinfo.h"
 #include "screens/shell/frmsplash.h"
 #include "screens/shell/loginform.h"
@@ -11,6 +12,7 @@
 #include <QDialogButtonBox>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QLabel>
 #include <QMdiSubWindow>
 #include <QRadioButton>
@@ -248,6 +250,8 @@ TEST_F(FrameTest, OpensOnTheDisplayWithOneInstanceOfAScreenAndExitClosesOneAtATi
     QPointer<TallyFrame> alive(frame);
     frame->show();
     EXPECT_TRUE(frame->screen()->availableGeometry().contains(frame->frameGeometry()));
+    EXPECT_EQ(frame->lblstore->text(),
+              "Books: " + QDir::toNativeSeparators(folder() + "/Tallywright.db"));
     frame->openChild(QStringLiteral("frm_proj"));
     frame->openChild(QStringLiteral("frm_dims"));
     frame->openChild(QStringLiteral("frm_proj"));
@@ -440,4 +444,114 @@ TEST(SessionEnd, ALogoutsSignalEndsTheEventLoopAndTheProgramGoesOn) {
         QTimer::singleShot(0, [sig] { ::raise(sig); });
         EXPECT_EQ(QCoreApplication::exec(), 0) << sig;
     }
+}
+
+// A seat of an office whose books are on a server: the server's roles log in, the first run
+// names the server and checks it, and the frame and the backup screen say where the books are.
+class ServerSeatTest : public AppFolderTest {
+protected:
+    void SetUp() override {
+        if (!onServer())
+            GTEST_SKIP() << "needs the test server (TW_TEST_SERVER)";
+        AppFolderTest::SetUp();
+        books = *tw::Store::server();
+        for (const auto& [role, rule] :
+             {std::pair{clerk, QStringLiteral("login password 'Secret'")},
+              std::pair{barred, QStringLiteral("nologin password 'x'")}})
+            twtest::asSuperuser(QStringLiteral("create role %1 %2").arg(role, rule));
+    }
+    void TearDown() override {
+        AppFolderTest::TearDown();
+        if (onServer())
+            for (const QString& role : {clerk, barred})
+                twtest::asSuperuser(QStringLiteral("drop role if exists %1").arg(role));
+    }
+    tw::ServerAddress books;
+    const QString clerk = QStringLiteral("tw_clerk_%1").arg(QCoreApplication::applicationPid());
+    const QString barred = QStringLiteral("tw_barred_%1").arg(QCoreApplication::applicationPid());
+};
+
+TEST_F(ServerSeatTest, TheFirstRunChecksTheServerAndItsRolesLogIn) {
+    const QString cfg = folder() + QStringLiteral("/twk.cfg");
+    int tries = 0;
+    QTimer fill;
+    QObject::connect(&fill, &QTimer::timeout, [&] {
+        auto* dlg = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+        if (!dlg || dlg->objectName() != QStringLiteral("FirstRun") || tries == 2)
+            return;
+        const auto set = [&](const char* name, const QString& text) {
+            dlg->findChild<QLineEdit*>(QString::fromLatin1(name))->setText(text);
+        };
+        auto* server = dlg->findChild<QRadioButton*>("optserver");
+        QTest::mouseClick(server, Qt::LeftButton, {}, QPoint(4, server->height() / 2));
+        set("txtserver", books.host);
+        set("txtport", QString::number(books.port));
+        set("txtdatabase", books.database);
+        set("txtuserid", clerk.toUpper());
+        set("txtpass", tries++ == 0 ? QStringLiteral("secret") : QStringLiteral("Secret"));
+        dlg->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok)->click();
+    });
+    fill.start(10);
+    EXPECT_TRUE(prepareLoginConfig());
+    EXPECT_EQ(messages().texts(), std::vector<QString>{"Invalid PassWord "});
+    const auto written = tw::readLoginConfig(cfg).value_or(tw::LoginConfig{});
+    EXPECT_EQ(written.servername, books.url());
+    EXPECT_EQ(written.userid, clerk.toUpper());
+    EXPECT_EQ(written.password, QString()); // the server keeps the password
+
+    const struct {
+        QString user;
+        const char* pass;
+        const char* shown; // text|focus; empty: logged in
+    } cases[] = {
+        {clerk.toUpper(), "Secret", ""},
+        {clerk, "secret", "Invalid PassWord |txtpass"},
+        {QStringLiteral("tw_nobody"), "Secret", "Invalid PassWord |txtpass"},
+        {barred, "x", "Invalid User Name|txtuserid"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.user.toStdString() + "/" + c.pass);
+        tw::Store::use(std::nullopt);
+        messages().clear();
+        LoginForm form;
+        form.show();
+        QSignalSpy ok(&form, &LoginForm::loggedIn);
+        form.txtuserid->setText(c.user);
+        form.txtpass->setText(QString::fromLatin1(c.pass));
+        form.cmdLogin_clicked();
+        EXPECT_EQ(ok.count(), *c.shown ? 0 : 1);
+        for (const auto& m : messages().shown)
+            EXPECT_EQ(m.text + u'|' + form.focusWidget()->objectName(),
+                      QString::fromLatin1(c.shown));
+        EXPECT_EQ(messages().shown.size(), *c.shown ? 1u : 0u);
+        EXPECT_EQ(tw::Store::server().has_value(), ok.count() == 1);
+        if (ok.count() == 1) {
+            EXPECT_EQ(tw::Store::server()->user, clerk);
+        }
+    }
+    // A server that does not answer is named, in the real box.
+    tw::writeLoginConfig(cfg, {QStringLiteral("127.0.0.1:1/books"), clerk, QString()});
+    LoginForm form;
+    form.show();
+    form.txtuserid->setText(clerk);
+    form.txtpass->setText(QStringLiteral("Secret"));
+    const auto shown = twtest::withRealBoxes({"OK"}, [&] { form.cmdLogin->click(); });
+    ASSERT_EQ(shown.size(), 1);
+    EXPECT_TRUE(shown[0].startsWith("The server 127.0.0.1:1 cannot be reached."))
+        << shown[0].toStdString();
+}
+
+TEST_F(ServerSeatTest, TheFrameAndTheBackupScreenSayWhereTheBooksAre) {
+    TallyFrame frame;
+    EXPECT_EQ(frame.lblstore->text(), "Books: " + books.shown());
+    QWidget* screen = frame.openBackup();
+    ASSERT_TRUE(screen);
+    auto* note = screen->findChild<QLabel*>(QStringLiteral("lblservernote"));
+    ASSERT_TRUE(note);
+    EXPECT_FALSE(note->isHidden());
+    EXPECT_TRUE(note->text().contains(books.shown())) << note->text().toStdString();
+    // The desktop's automatic backups are the local file's.
+    EXPECT_TRUE(dailyBackup(twtest::scripted()).isEmpty());
+    EXPECT_TRUE(closingBackup(twtest::scripted()).isEmpty());
+    EXPECT_FALSE(QFileInfo::exists(tw::backup::folder()));
 }

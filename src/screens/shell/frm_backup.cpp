@@ -7,6 +7,7 @@
 #include "ui/lookfile.h"
 
 #include <QDate>
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QGridLayout>
@@ -88,6 +89,19 @@ frm_backup::frm_backup(QWidget* parent) : ui::Screen(parent) {
     bottom->addWidget(prog_save, 1);
     bottom->addWidget(Command1, 0, Qt::AlignRight);
     auto* box = new QVBoxLayout(this);
+    // The books of a server are not a file of this computer: the note says where their backups
+    // are made, and the frames below copy files of this computer only.
+    lblservernote = ui::named(new QLabel(this), "lblservernote");
+    lblservernote->setWordWrap(true);
+    if (const auto& server = tw::Store::server()) {
+        lblservernote->setText(
+            tr("The books are kept in the %1. Its backups are made on the server, by its "
+               "owner, or with \"tallywright-cli backup\" (the server's own dump, into %2).")
+                .arg(server->shown(), QDir::toNativeSeparators(tw::backup::folder())));
+        box->addWidget(lblservernote);
+    } else {
+        lblservernote->hide();
+    }
     box->addWidget(backup);
     box->addWidget(restore);
     box->addLayout(bottom);
@@ -201,6 +215,9 @@ bool frm_backup::eventFilter(QObject* watched, QEvent* event) {
 }
 
 QString dailyBackup(tw::Messenger& messenger, const QDateTime& now) {
+    // A server's books are backed up where the server is; the desktop's are the local file's.
+    if (tw::Store::server())
+        return {};
     try {
         if (tw::backup::madeOn(now.date()))
             return {};
@@ -215,6 +232,8 @@ QString dailyBackup(tw::Messenger& messenger, const QDateTime& now) {
 }
 
 QString closingBackup(tw::Messenger& messenger, const QDateTime& now) {
+    if (tw::Store::server())
+        return {};
     try {
         return tw::backup::makeNow(now);
     } catch (const std::exception& e) {

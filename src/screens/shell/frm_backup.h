@@ -7,6 +7,7 @@
 #include "ui/screen.h"
 
 #include <QDateTime>
+#include <QLabel>
 #include <QLineEdit>
 #include <QPointer>
 #include <QProgressBar>
@@ -44,6 +45,7 @@ public:
     QProgressBar* prog_save;
     QTimer* Timer;
     QPushButton* Command1;
+    QLabel* lblservernote; // on a server store: where its backups are made
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -66,6 +68,7 @@ void copyReplacing(const QString& from, const QString& to);
 
 // The automatic backup at the first start of a day: made unless one of `now`'s day exists. A
 // failure is told once through `messenger`; the program goes on. Gives the new file, if any.
+// The automatic backups are the local file's: on a server store neither is made.
 QString dailyBackup(tw::Messenger& messenger, const QDateTime& now = QDateTime::currentDateTime());
 // The automatic backup when the session ends, however it ends (the last window closed, a
 // logout); a failure is told through `messenger` and written to the error output.

@@ -10,6 +10,7 @@
 #include <QFile>
 #include <QFormLayout>
 #include <QGridLayout>
+#include <QRadioButton>
 #include <QShowEvent>
 #include <QSocketNotifier>
 #include <QVBoxLayout>
@@ -83,10 +84,11 @@ void LoginForm::showEvent(QShowEvent* e) {
     });
 }
 
-bool LoginForm::Login_data(QString& userid, QString& password) const {
+bool LoginForm::Login_data(QString& servername, QString& userid, QString& password) const {
     const auto cfg = tw::readLoginConfig(cfgPath());
     if (!cfg)
         return false;
+    servername = cfg->servername;
     userid = cfg->userid;
     password = cfg->password;
     return true;
@@ -105,9 +107,11 @@ void LoginForm::cmdLogin_clicked() {
     }
     if (!QFile::exists(cfgPath()))
         return;
-    QString userid, password;
-    if (!Login_data(userid, password))
+    QString servername, userid, password;
+    if (!Login_data(servername, userid, password))
         return;
+    if (const auto server = tw::ServerAddress::parse(servername))
+        return serverLogin(*server);
     if (txtuserid->text().trimmed().toUpper() != userid.toUpper()) {
         txtpass->clear();
         ui::refuse(txtuserid, tr("Invalid User Name"), ui::Information);
@@ -127,6 +131,36 @@ void LoginForm::cmdLogin_clicked() {
             }
         });
     emit loggedIn();
+}
+
+// On a server store the server decides: the user id and password are a role of the server and
+// its password, and twk.cfg names only the server. Role names are the server's lower case, as the
+// id compares without regard to case.
+void LoginForm::serverLogin(const tw::ServerAddress& server) {
+    const tw::server::LoginResult result =
+        tw::server::login(server, txtuserid->text().trimmed().toLower(), txtpass->text().trimmed());
+    switch (result.refusal) {
+    case tw::server::Refusal::None: {
+        tw::ServerAddress seat = server;
+        seat.user = txtuserid->text().trimmed().toLower();
+        seat.password = txtpass->text().trimmed();
+        tw::Store::use(seat);
+        emit loggedIn();
+        return;
+    }
+    case tw::server::Refusal::UserName:
+        txtpass->clear();
+        return ui::refuse(txtuserid, tr("Invalid User Name"), ui::Information);
+    case tw::server::Refusal::Password:
+        // The server words an unknown role as a wrong password, so that a guess at a name learns
+        // nothing; the password is then what the user is asked to look at again.
+        return ui::refuse(txtpass, tr("Invalid PassWord "), ui::Information);
+    case tw::server::Refusal::Unreachable:
+    case tw::server::Refusal::Other:
+        break;
+    }
+    ui::MsgBox(result.text, ui::Critical);
+    txtpass->setFocus();
 }
 
 void LoginForm::cmdCancel_clicked() {
@@ -200,9 +234,18 @@ bool runFirstRunDialog(QWidget* parent) {
     QDialog dlg(parent);
     dlg.setObjectName(QStringLiteral("FirstRun"));
     dlg.setWindowTitle(QObject::tr("Tallywright - First Run"));
-    auto* intro = new QLabel(
-        QObject::tr("Choose the user id and the password that will open Tallywright."), &dlg);
+    auto* intro = new QLabel(QObject::tr("Choose where the books are kept, and the user id and the "
+                                         "password that will open Tallywright."),
+                             &dlg);
     intro->setWordWrap(true);
+    auto* here = ui::named(new QRadioButton(QObject::tr("This computer"), &dlg), "optlocal");
+    auto* remote = ui::named(new QRadioButton(QObject::tr("A server"), &dlg), "optserver");
+    here->setChecked(true);
+    auto* host = ui::named(new QLineEdit(&dlg), "txtserver");
+    auto* port = ui::named(new QLineEdit(QStringLiteral("5432"), &dlg), "txtport");
+    ui::digitsRule(port);
+    ui::typingLimit(port, 5);
+    auto* database = ui::named(new QLineEdit(QStringLiteral("tallywright"), &dlg), "txtdatabase");
     auto* user = ui::named(new QLineEdit(&dlg), "txtuserid");
     userIdRule(user);
     auto* pass = ui::named(new QLineEdit(&dlg), "txtpass");
@@ -210,25 +253,73 @@ bool runFirstRunDialog(QWidget* parent) {
     for (auto* p : {pass, again})
         p->setEchoMode(QLineEdit::Password);
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, &dlg);
+    auto* place = new QFormLayout;
+    place->addRow(here);
+    place->addRow(remote);
+    place->addRow(QObject::tr("Server"), host);
+    place->addRow(QObject::tr("Port"), port);
+    place->addRow(QObject::tr("Database"), database);
     auto* form = new QFormLayout;
     form->addRow(QObject::tr("User ID"), user);
     form->addRow(QObject::tr("Password"), pass);
     form->addRow(QObject::tr("Password again"), again);
     auto* box = new QVBoxLayout(&dlg);
     box->addWidget(intro);
+    box->addLayout(place);
     box->addLayout(form);
     box->addWidget(buttons);
+    ui::tabOrder({here, remote, host, port, database, user, pass, again});
     ui::enterPressesButtons(&dlg);
     dlg.setMinimumWidth(380); // room for the whole title
+    // A server's fields count only for a server; its password is the server's, set by its owner.
+    const auto choose = [=] {
+        for (QWidget* w : std::initializer_list<QWidget*>{host, port, database})
+            w->setEnabled(remote->isChecked());
+        again->setEnabled(here->isChecked());
+    };
+    QObject::connect(remote, &QRadioButton::toggled, &dlg, choose);
+    choose();
 
     QObject::connect(buttons, &QDialogButtonBox::rejected, &dlg, &QDialog::reject);
     QObject::connect(
         buttons, &QDialogButtonBox::accepted, &dlg, ui::guarded([&] {
             const QString info = QObject::tr("Information");
+            if (remote->isChecked()) {
+                if (host->text().trimmed().isEmpty())
+                    return ui::refuse(host, QObject::tr("Enter the server"), ui::Information, info);
+                if (port->text().toInt() <= 0 || port->text().toInt() > 65535)
+                    return ui::refuse(port,
+                                      QObject::tr("Enter the port of the server (1 to 65535)"),
+                                      ui::Information, info);
+                if (database->text().trimmed().isEmpty())
+                    return ui::refuse(database, QObject::tr("Enter the database"), ui::Information,
+                                      info);
+            }
             if (user->text().trimmed().isEmpty())
                 return ui::refuse(user, QObject::tr("Enter User ID"), ui::Information, info);
             if (pass->text().trimmed().isEmpty())
                 return ui::refuse(pass, QObject::tr("Enter Password"), ui::Information, info);
+            if (remote->isChecked()) {
+                tw::ServerAddress server;
+                server.host = host->text().trimmed();
+                server.port = port->text().toInt();
+                server.database = database->text().trimmed();
+                // The file is written only for a server that lets this user in.
+                const auto result = tw::server::login(server, user->text().trimmed().toLower(),
+                                                      pass->text().trimmed());
+                switch (result.refusal) {
+                case tw::server::Refusal::None:
+                    break;
+                case tw::server::Refusal::UserName:
+                    return ui::refuse(user, QObject::tr("Invalid User Name"), ui::Information);
+                case tw::server::Refusal::Password:
+                    return ui::refuse(pass, QObject::tr("Invalid PassWord "), ui::Information);
+                default:
+                    return ui::refuse(host, result.text, ui::Critical);
+                }
+                tw::writeLoginConfig(cfgPath(), {server.url(), user->text().trimmed(), QString()});
+                return dlg.accept();
+            }
             // The file quotes each value, so a double quote cannot be kept in it.
             if (pass->text().contains(u'"'))
                 return ui::refuse(pass, QObject::tr("The password cannot hold a double quote."),
@@ -237,7 +328,7 @@ bool runFirstRunDialog(QWidget* parent) {
                 again->clear();
                 return ui::refuse(again, QObject::tr("The two passwords differ."), ui::Exclamation);
             }
-            tw::writeLoginConfig(cfgPath(), {QStringLiteral("localhost"), user->text().trimmed(),
+            tw::writeLoginConfig(cfgPath(), {QStringLiteral("local"), user->text().trimmed(),
                                              tw::hashPassword(pass->text().trimmed())});
             dlg.accept();
         }));

@@ -1,10 +1,15 @@
 #pragma once
-// The login screen: one user, whose id and password stand in twk.cfg.
+// The login screen: one user, whose id and password stand in twk.cfg; on a server store, the
+// server's roles.
 
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QWidget>
+
+namespace tw {
+struct ServerAddress;
+}
 
 class LoginForm : public QWidget {
     Q_OBJECT
@@ -29,7 +34,8 @@ protected:
     void showEvent(QShowEvent* e) override;
 
 private:
-    bool Login_data(QString& userid, QString& password) const;
+    bool Login_data(QString& servername, QString& userid, QString& password) const;
+    void serverLogin(const tw::ServerAddress& server);
     bool filled_ = false;
 };
 
@@ -51,6 +57,8 @@ void quitOnSignals();
 // nothing was written, so the next start asks again.
 bool prepareLoginConfig(QWidget* parent = nullptr);
 
-// Asks for the user id and a password typed twice and writes twk.cfg. Gives false when the user
-// gave up.
+// Asks where the books are kept (this computer, or a server: host, port, database), the user id
+// and a password, and writes twk.cfg. For this computer the password is typed twice and kept as
+// a hash; for a server the id and password are a role of the server, checked by logging in
+// before the file is written, and the file keeps no password. Gives false when the user gave up.
 bool runFirstRunDialog(QWidget* parent = nullptr);

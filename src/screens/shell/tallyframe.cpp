@@ -15,6 +15,7 @@
 #include <QMouseEvent>
 #include <QPointer>
 #include <QScreen>
+#include <QStatusBar>
 #include <QStyle>
 #include <QTextBrowser>
 #include <QTimer>
@@ -44,6 +45,11 @@ TallyFrame::TallyFrame(QWidget* parent) : QMainWindow(parent) {
     mdi->setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
     mdi->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
     setCentralWidget(mdi);
+    // Several seats may work on one set of books, and one person on several: the status line
+    // says which books this window works on.
+    lblstore = new QLabel(tr("Books: %1").arg(tw::Store::shown()), this);
+    lblstore->setObjectName(QStringLiteral("lblstore"));
+    statusBar()->addPermanentWidget(lblstore, 1);
 
     auto* bar = menuBar();
     mnufile = bar->addMenu(tr("&File"));

@@ -6,6 +6,7 @@
 #include "ui/kit.h"
 
 #include <QAction>
+#include <QLabel>
 #include <QMainWindow>
 #include <QMdiArea>
 #include <QMdiSubWindow>
@@ -53,6 +54,7 @@ public:
     QMenu* mnuhlp;
     QMenu* mnurtanl; // hidden: the rate analysis screen's pop-up
     QAction* mnurtedt;
+    QLabel* lblstore; // the status line: which books are open
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
