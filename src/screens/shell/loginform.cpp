@@ -253,19 +253,17 @@ bool runFirstRunDialog(QWidget* parent) {
     for (auto* p : {pass, again})
         p->setEchoMode(QLineEdit::Password);
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, &dlg);
-    auto* place = new QFormLayout;
-    place->addRow(here);
-    place->addRow(remote);
-    place->addRow(QObject::tr("Server"), host);
-    place->addRow(QObject::tr("Port"), port);
-    place->addRow(QObject::tr("Database"), database);
     auto* form = new QFormLayout;
+    form->addRow(here);
+    form->addRow(remote);
+    form->addRow(QObject::tr("Server"), host);
+    form->addRow(QObject::tr("Port"), port);
+    form->addRow(QObject::tr("Database"), database);
     form->addRow(QObject::tr("User ID"), user);
     form->addRow(QObject::tr("Password"), pass);
     form->addRow(QObject::tr("Password again"), again);
     auto* box = new QVBoxLayout(&dlg);
     box->addWidget(intro);
-    box->addLayout(place);
     box->addLayout(form);
     box->addWidget(buttons);
     ui::tabOrder({here, remote, host, port, database, user, pass, again});
