@@ -69,14 +69,14 @@ std::vector<std::pair<QString, QString>> scheduleItems(const ConClass& con,
     return items;
 }
 
-std::optional<QString> itemDescription(const ConClass& con, const QString& contract,
-                                       const QString& sch) {
+std::optional<Item> findItem(const ConClass& con, const QString& contract, const QString& sch) {
     const auto item = con.first(
         QStringLiteral("select * from sch_master where (tw_contract_num=?) and (tw_sch_num=?)"),
         {contract, sch});
     if (!item)
         return std::nullopt;
-    return item->text(QStringLiteral("tw_item_desc"));
+    return Item{item->text(QStringLiteral("tw_sch_num")),
+                item->text(QStringLiteral("tw_item_desc"))};
 }
 
 QStringList shapeNames(const ConClass& con) {

@@ -30,9 +30,13 @@ QStringList billNumbers(const ConClass& con, const QString& contract);
 // The schedule items of a project, number and description, in store order.
 std::vector<std::pair<QString, QString>> scheduleItems(const ConClass& con,
                                                        const QString& contract);
-// The description of one item of the project; nullopt when the project has no such item.
-std::optional<QString> itemDescription(const ConClass& con, const QString& contract,
-                                       const QString& sch);
+// One item of the project by its number, with the number as the item spells it; nullopt when
+// the project has no such item.
+struct Item {
+    QString number;
+    QString description;
+};
+std::optional<Item> findItem(const ConClass& con, const QString& contract, const QString& sch);
 
 // The shapes in the order of their table.
 QStringList shapeNames(const ConClass& con);

@@ -368,8 +368,8 @@ void frm_dims::dimlist_itemDoubleClicked() {
     if (!row)
         return;
     const QString lineSch = row->text(0);
-    if (const auto description = core::itemDescription(con, contract, lineSch))
-        rt_sch_item->setPlainText(*description);
+    if (const auto item = core::findItem(con, contract, lineSch))
+        rt_sch_item->setPlainText(item->description);
     txt_narration->setText(row->text(1));
     sch = lineSch;
     for (int i = 0; i < cmb_shape->count(); ++i) {
