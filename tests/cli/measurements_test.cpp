@@ -164,6 +164,8 @@ TEST_F(MeasurementsImport, BadRowLeavesNothingBehind) {
         {"1.1,x,square,1,0,1,0,,,,,1,no", "row 3, column C: no shape is named \"square\""},
         {"1.1,x,rectangle_area,1O,0,1,0,,,,,1,no",
          "row 3, column D: Length takes digits only, not \"1O\""},
+        {"1.1,x,rectangle_area,1,1.5.,1,0,,,,,1,no",
+         "row 3, column E: Inches takes digits and one point, not \"1.5.\""},
         {"1.1,x,rectangle_area,1,0,1,0,,,,,1,maybe",
          "row 3, column M: a deduction is yes or no, not \"maybe\""},
         {"1.1,\"x,rectangle_area,1,0,1,0,,,,,1,no", "row 3: a quoted cell is not closed"},

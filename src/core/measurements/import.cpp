@@ -26,8 +26,15 @@ QString columnOf(const QString& field) {
     return {};
 }
 
+// A row the import refuses, named as a user finds it in the spreadsheet.
 [[noreturn]] void refuse(const FileRow& row, const QString& field, const QString& text) {
-    throw RowRefused(row.number, columnOf(field), text);
+    const QString column = columnOf(field);
+    if (column.isEmpty())
+        throw Error(QStringLiteral("row %1: %2").arg(row.number).arg(text));
+    throw Error(
+        QStringLiteral("row %1, %2%3: %4")
+            .arg(row.number)
+            .arg(column.startsWith(u'-') ? QString() : QStringLiteral("column "), column, text));
 }
 
 bool isEmptyRow(const QStringList& cells) {
@@ -65,20 +72,13 @@ bool typeable(const QString& text, bool fraction) {
     for (const QChar c : text) {
         if (c == u'.' && fraction)
             ++points;
-        else if (!c.isDigit())
+        else if (c < u'0' || c > u'9')
             return false;
     }
     return points <= 1;
 }
 
 } // namespace
-
-RowRefused::RowRefused(int row, const QString& column, const QString& text)
-    : Error(column.isEmpty() ? QStringLiteral("row %1: %2").arg(row).arg(text)
-            : column.startsWith(u'-')
-                ? QStringLiteral("row %1, %2: %3").arg(row).arg(column, text)
-                : QStringLiteral("row %1, column %2: %3").arg(row).arg(column, text)),
-      row_(row), column_(column), message_(text) {}
 
 std::vector<QStringList> readCsv(const QString& text) {
     std::vector<QStringList> records;
@@ -198,9 +198,8 @@ Imported importLines(const ConClass& con, const Project& project, const QString&
                            .arg(line.captions[i], line.whole[i]));
             if (!typeable(line.frac[i], true))
                 refuse(row, QStringLiteral("txtdim%1%1").arg(i + 1),
-                       QStringLiteral("its inches or centimetres take digits and one point, not "
-                                      "\"%1\"")
-                           .arg(line.frac[i]));
+                       QStringLiteral("%1 takes digits and one point, not \"%2\"")
+                           .arg(fractionCaption(line.units), line.frac[i]));
         }
         line.qty = c[11].trimmed();
         line.deduction = *deduction;
@@ -208,7 +207,7 @@ Imported importLines(const ConClass& con, const Project& project, const QString&
         try {
             refused = saveLine(con, line);
         } catch (const Error& e) { // the arithmetic's failure, as the screen shows it
-            throw RowRefused(row.number, {}, e.text());
+            refuse(row, {}, e.text());
         }
         if (refused)
             refuse(row, refused->field, refused->text);

@@ -32,20 +32,6 @@ std::vector<QStringList> readCsv(const QString& text);
 // left out. Throws tw::Error when the file cannot be read.
 std::vector<FileRow> readMeasurementFile(const QString& path);
 
-// A row the import refused: its number, the column (a letter, or "--bill") and the message.
-class RowRefused : public Error {
-public:
-    RowRefused(int row, const QString& column, const QString& text);
-    int row() const { return row_; }
-    const QString& column() const { return column_; }
-    const QString& message() const { return message_; }
-
-private:
-    int row_;
-    QString column_;
-    QString message_;
-};
-
 struct Imported {
     int lines = 0;
     int headingRow = 0; // the number of the row skipped as column names, 0 when none was
@@ -54,9 +40,10 @@ struct Imported {
 // Saves every row into `bill` of the project, in file order, as the measurement screen saves a
 // line; a later row with the key of an earlier one overwrites it, as on the screen. The first
 // row that holds anything is taken for column names, and skipped, when its shape cell names no
-// shape and its quantity cell holds no number. The dimensions a shape doesn't ask for are stored as
-// 0, whatever their cells hold. A row that fails throws RowRefused and nothing of the file is
-// stored; a failure of the store throws tw::Error, nothing stored either.
+// shape and its quantity cell holds no number. The dimensions a shape doesn't ask for are
+// stored as 0, whatever their cells hold. A row that fails throws tw::Error with its number,
+// its column (a letter, or "--bill") and the message ("row 3, column E: Inches can not be
+// ..."), and nothing of the file is stored; nor is anything when the store fails.
 Imported importLines(const ConClass& con, const Project& project, const QString& bill,
                      const std::vector<FileRow>& rows);
 

@@ -97,6 +97,10 @@ std::optional<Shape> findShape(const ConClass& con, const QString& name) {
     return s;
 }
 
+QString fractionCaption(const QString& units) {
+    return units == QLatin1String("Metre") ? tr("CMs") : tr("Inches");
+}
+
 void Line::takeShape(const Shape& s) {
     shape = s.name;
     captions = s.captions;
@@ -134,7 +138,7 @@ std::optional<Refusal> saveLine(const ConClass& con, Line& line) {
     // Figures beyond their columns: whole parts and the quantity hold up to the largest sum the
     // books keep, a fractional part is a 16-bit number. A pair the shape does not ask for
     // cannot be mended by the user and is left to the arithmetic.
-    const QString fracUnit = line.units == QLatin1String("Metre") ? tr("CMs") : tr("Inches");
+    const QString fracUnit = fractionCaption(line.units);
     for (int i = 0; i < 4; ++i) {
         if (!line.asked[i])
             continue;

@@ -48,6 +48,9 @@ struct Shape {
 };
 std::optional<Shape> findShape(const ConClass& con, const QString& name);
 
+// The caption of the fractional parts in a measure system: "CMs" in "Metre", else "Inches".
+QString fractionCaption(const QString& units);
+
 // One line as it is entered: each dimension in two parts as typed, whole and fractional.
 struct Line {
     QString contract;

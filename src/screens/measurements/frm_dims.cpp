@@ -253,7 +253,7 @@ void frm_dims::cmb_proj_name_activated() {
     for (auto* l : {Label89, Label90, Label91, Label92})
         l->setText(metre ? tr("Metres") : tr("Feet"));
     for (auto* l : {Label93, Label94, Label95, Label96})
-        l->setText(metre ? tr("CMs") : tr("Inches"));
+        l->setText(core::fractionCaption(units));
 }
 
 void frm_dims::cmb_bill_num_activated() {
