@@ -2,7 +2,6 @@
 
 #include "core/measurements/measurements.h"
 #include "ui/kit.h"
-#include "values/values.h"
 
 #include <QGridLayout>
 #include <QGroupBox>
