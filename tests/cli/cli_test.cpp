@@ -46,6 +46,9 @@ TEST(Cli, ErrorsGoToStderrWithANonZeroExit) {
         {{"--folder", dir.filePath("missing"), "init"}, 2, "tallywright-cli: no such folder: "},
         {{"--fast", "init"}, 2, "tallywright-cli: unknown option --fast"},
         {{"init", "extra"}, 2, "tallywright-cli: init takes no arguments"},
+        {{"measurements", "import", "--project", "P"},
+         2,
+         "tallywright-cli: measurements import needs --project NUMBER --bill ID FILE"},
     };
     for (const auto& c : cases) {
         const auto r = run(c.args);
