@@ -11,4 +11,9 @@ QString numberOf(const ConClass& con, const QString& name) {
     return row ? row->text(QStringLiteral("tw_contract_num")) : QString();
 }
 
+std::optional<Row> findByNumber(const ConClass& con, const QString& number) {
+    return con.find(QStringLiteral("ContractMaster"), QStringLiteral("tw_contract_num=?"),
+                    {number});
+}
+
 } // namespace tw::projects

@@ -14,4 +14,8 @@ std::optional<Row> findByName(const ConClass& con, const QString& name);
 // The project's number, tw_contract_num; empty when no project has the name.
 QString numberOf(const ConClass& con, const QString& name);
 
+// The project's ContractMaster row by its number (its Id), compared as the store compares
+// texts; nullopt when no project has it.
+std::optional<Row> findByNumber(const ConClass& con, const QString& number);
+
 } // namespace tw::projects
