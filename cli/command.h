@@ -48,5 +48,6 @@ std::unique_ptr<Command> makeBackups();
 std::unique_ptr<Command> makeRestore();
 std::unique_ptr<Command> makeReport();
 std::unique_ptr<Command> makeSchedule();
+std::unique_ptr<Command> makePayment();
 
 } // namespace cli

@@ -125,3 +125,65 @@ TEST(Cli, BackupListAndRestore) {
     EXPECT_TRUE(r.out.startsWith(QStringLiteral("Kept the replaced database as ")));
     EXPECT_EQ(run({QStringLiteral("--folder"), folder, QStringLiteral("restore")}).code, 2);
 }
+
+// payment add refuses as the payments screen does, naming the option; list prints the screen's
+// columns and the total of the amounts.
+TEST(Cli, PaymentAddChecksAsTheScreenAndListTotals) {
+    QTemporaryDir dir;
+    const QStringList folder{QStringLiteral("--folder"), dir.path()};
+    ASSERT_EQ(run(folder + QStringList{"init"}).code, 0);
+    {
+        tw::ConClass con(twtest::scripted());
+        con.conopen();
+        con.exec("insert into contractmaster (tw_contract_num, tw_contract_name) values "
+                 "('P1', 'Tower'), ('P2', 'Plot')");
+        con.exec("insert into billsraised (tw_contract_num, tw_bill_num, tw_bill_amount) values "
+                 "('P1', 'RA-1', 1000.125), ('P1', 'RA-2', 5)");
+    }
+    const QStringList add = folder + QStringList{"payment", "add",  "--project", "P1",
+                                                 "--bill",  "RA-1", "--date",    "05-03-2024"};
+    const QStringList rest{"--tds",    "2", "--recoveries", "0", "--type",   "Cash",
+                           "--cheque", "-", "--bank",       "-", "--branch", "-"};
+    const struct {
+        QStringList args;
+        int code;
+        const char* err;
+    } cases[] = {
+        {add + QStringList{"--receipt", "R1", "--amount", "100"}, 1,
+         "Tallywright: TDS Amount is blank!! (--tds)\n"},
+        {add + QStringList{"--receipt", "R1", "--amount", " "} + rest, 1,
+         "Tallywright: Payment Amount is blank!! (--amount)\n"},
+        {add + QStringList{"--receipt", "R1", "--amount", "100.5"} + rest, 0, ""},
+        {add + QStringList{"--receipt", "r1", "--amount", "40"} + rest, 1,
+         "Tallywright: Details are already exisiting. Enter another Receipt/Voucher Number "
+         "(--receipt)\n"},
+        {add + QStringList{"--receipt", "R2", "--amount", "1.2.3"} + rest, 0, ""},
+        {add + QStringList{"--amount", "40"} + rest, 2, "tallywright-cli: payment add needs "},
+        {add + QStringList{"--receipt", "R3", "--amount", "1", "--cheque-date", "31-02-2024"}, 2,
+         "tallywright-cli: --cheque-date takes a date as DD-MM-YYYY, not 31-02-2024\n"},
+        {folder +
+             QStringList{"payment", "add", "--project", "P2", "--bill", "RA-1", "--receipt", "R1",
+                         "--date", "05-03-2024", "--amount", "1"} +
+             rest,
+         1, "tallywright-cli: Project P2 has raised no bill RA-1.\n"},
+        {folder + QStringList{"payment", "list", "--project", "P9"}, 1,
+         "tallywright-cli: No project has the number P9.\n"},
+        {folder + QStringList{"payment", "pay"}, 2, "tallywright-cli: payment needs add or list"},
+    };
+    for (const auto& c : cases) {
+        const auto r = run(c.args);
+        EXPECT_EQ(r.code, c.code) << c.args.join(u' ').toStdString();
+        const QString err = QString::fromUtf8(c.err);
+        EXPECT_EQ(r.err.left(err.size()), err) << c.args.join(u' ').toStdString();
+    }
+    const auto r = run(folder + QStringList{"payment", "list", "--project", "p1"});
+    EXPECT_EQ(r.code, 0);
+    EXPECT_EQ(r.out, "Bill RA-1\tBill Amount\t1000.12\n"
+                     "Sl. NO\tPayment Ref\tDate\tAmount\tTDS\tOther Recoveries\n"
+                     "1\tR1\t05-03-2024\t100.5\t2\t0\n"
+                     "2\tR2\t05-03-2024\t1.2\t2\t0\n"
+                     "Total Payment / Receipt\t101.7\n"
+                     "Bill RA-2\tBill Amount\t5\n"
+                     "Sl. NO\tPayment Ref\tDate\tAmount\tTDS\tOther Recoveries\n"
+                     "Total Payment / Receipt\t\n");
+}
