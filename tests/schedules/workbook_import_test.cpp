@@ -8,12 +8,29 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QRandomGenerator>
+#include <QThread>
+
+#include <csignal>
+#include <sys/wait.h>
+#include <unistd.h>
 
 using namespace tw::schedules;
 
 namespace {
 
 const QString Workbooks = QStringLiteral(TW_WORKBOOKS);
+
+// The state letter of a process (R running, S sleeping, Z ended), and its parent; 0 when there
+// is no such process.
+std::pair<char, pid_t> processState(pid_t pid) {
+    QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
+    if (!stat.open(QIODevice::ReadOnly))
+        return {0, 0};
+    const QByteArray line = stat.readAll();
+    const QList<QByteArray> fields = line.mid(line.lastIndexOf(')') + 2).split(' ');
+    return {fields.value(0).isEmpty() ? char(0) : fields.value(0).at(0),
+            pid_t(fields.value(1).toInt())};
+}
 
 class WorkbookImport : public twtest::AppFolderTest {
 protected:
@@ -178,6 +195,38 @@ TEST_F(WorkbookImport, ExportThenImportGivesTheTableBack) {
     EXPECT_EQ(table(back), QStringList({"1|Earth work|Cum|120.5|0|Excavation",
                                         "2|Brick work|Cum|300|1|Other Category",
                                         "3|Plaster, 12 mm|Sqm|45.25|0|Other Category"}));
+}
+
+// A program killed while it reads a workbook takes its reader with it at once: the reader must
+// not go on using the processor and holding the books' files after the program is gone.
+TEST_F(WorkbookImport, TheReaderEndsWithTheProgramThatStartedIt) {
+    const pid_t program = ::fork();
+    if (program == 0) {
+        try {
+            readSheet1(Workbooks + QStringLiteral("/slow.xlsx"));
+        } catch (...) {
+        }
+        ::_exit(0);
+    }
+    ASSERT_GT(program, 0);
+    pid_t reader = 0;
+    for (int i = 0; i < 500 && !reader; ++i) {
+        for (const QString& name : QDir(QStringLiteral("/proc")).entryList(QDir::Dirs))
+            if (const pid_t pid = name.toInt(); pid > 0 && processState(pid).second == program)
+                reader = pid;
+        if (!reader)
+            QThread::msleep(10);
+    }
+    ::kill(program, SIGKILL);
+    ::waitpid(program, nullptr, 0);
+    ASSERT_GT(reader, 0) << "the program started no reader";
+    char state = processState(reader).first;
+    for (int i = 0; i < 50 && state != 0 && state != 'Z'; ++i) {
+        QThread::msleep(10);
+        state = processState(reader).first;
+    }
+    EXPECT_TRUE(state == 0 || state == 'Z') << "the reader still runs: " << state;
+    ::kill(reader, SIGKILL); // whatever the outcome, nothing is left running
 }
 
 // Damaged and foreign files, and every input the fuzzer found hard, end in one of the messages.

@@ -14,6 +14,7 @@
 #ifdef Q_OS_UNIX
 #include <csignal>
 #include <poll.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -316,8 +317,11 @@ Sheet readXls(const QString& path) {
 
 // Each reader runs in a child process: a damaged or hostile file that makes a reading library
 // crash, read out of bounds or loop ends that child, and the user gets the "not in proper
-// format" message instead of losing the program. The sheet comes back through a pipe.
+// format" message instead of losing the program. The sheet comes back through a pipe. The
+// child may take this long by the clock, and as long again of the processor's time on its own.
 constexpr int ReadSeconds = 20;
+// How often the one waiting for the child hears of it, so a desktop can draw and show progress.
+constexpr int WaitingStepMs = 50;
 
 QByteArray pack(const Sheet& sheet) {
     QByteArray out;
@@ -413,10 +417,25 @@ void limitMemory() {
 #endif
 }
 
-Sheet readApart(const QString& path, const QByteArray& bytes) {
+// The child ends with the program that started it: one killed in the middle of an import must
+// not leave a reader behind it using the processor for many seconds. Its time on the processor
+// is limited apart from the clock, for a parent stopped in a debugger or starved of time. A
+// reader that fails leaves no core file in the user's folder.
+void bindToParent(pid_t parent) {
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (::getppid() != parent) // the parent died before the binding took
+        ::_exit(1);
+    const rlimit cpu{rlim_t(ReadSeconds), rlim_t(ReadSeconds)};
+    ::setrlimit(RLIMIT_CPU, &cpu);
+    const rlimit core{0, 0};
+    ::setrlimit(RLIMIT_CORE, &core);
+}
+
+Sheet readApart(const QString& path, const QByteArray& bytes, const Waiting& whileReading) {
     int fds[2];
     if (::pipe(fds) != 0)
         return readHere(path, bytes);
+    const pid_t parent = ::getpid();
     const pid_t child = ::fork();
     if (child < 0) {
         ::close(fds[0]);
@@ -424,6 +443,7 @@ Sheet readApart(const QString& path, const QByteArray& bytes) {
         return readHere(path, bytes);
     }
     if (child == 0) {
+        bindToParent(parent);
         ::close(fds[0]);
         limitMemory();
         QByteArray out;
@@ -444,10 +464,16 @@ Sheet readApart(const QString& path, const QByteArray& bytes) {
     for (;;) {
         const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
             deadline - std::chrono::steady_clock::now());
+        const int wait = whileReading ? int(std::min<long long>(left.count(), WaitingStepMs))
+                                      : int(left.count());
         pollfd p{fds[0], POLLIN, 0};
-        const int ready = left.count() > 0 ? ::poll(&p, 1, int(left.count())) : 0;
+        const int ready = left.count() > 0 ? ::poll(&p, 1, std::max(wait, 0)) : 0;
         if (ready < 0 && errno == EINTR)
             continue;
+        if (ready == 0 && whileReading && left.count() > WaitingStepMs) {
+            whileReading();
+            continue;
+        }
         if (ready <= 0) {
             timedOut = true;
             break;
@@ -494,7 +520,7 @@ SheetRow firstCells(const SheetRow& row, int width) {
     return cells;
 }
 
-Sheet readSheet1(const QString& path) {
+Sheet readSheet1(const QString& path, const Waiting& whileReading) {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         badFormat(file.errorString());
@@ -502,8 +528,9 @@ Sheet readSheet1(const QString& path) {
         badFormat(QStringLiteral("The file is too large for a schedule workbook."));
     const QByteArray bytes = file.readAll();
 #ifdef Q_OS_UNIX
-    return readApart(path, bytes);
+    return readApart(path, bytes, whileReading);
 #else
+    Q_UNUSED(whileReading);
     return readHere(path, bytes);
 #endif
 }
