@@ -187,3 +187,55 @@ TEST(Cli, PaymentAddChecksAsTheScreenAndListTotals) {
                      "Sl. NO\tPayment Ref\tDate\tAmount\tTDS\tOther Recoveries\n"
                      "Total Payment / Receipt\t\n");
 }
+
+// schedule export writes its workbook whole and only then says so; never onto the books or
+// through a link.
+TEST(Cli, ScheduleExportNeverWritesOverTheBooks) {
+    QTemporaryDir dir;
+    const QStringList folder{QStringLiteral("--folder"), dir.path()};
+    ASSERT_EQ(run(folder + QStringList{"init"}).code, 0);
+    {
+        tw::ConClass con(twtest::scripted());
+        con.conopen();
+        const qint64 key = con.insert("contractmaster", {{"tw_contract_num", "S/1"}});
+        con.exec(QStringLiteral("create table Sch_%1 (tw_sch_num text, tw_item_desc text, tw_unit "
+                                "text, tw_item_rate real, tw_deduction integer, tw_category_name "
+                                "text)")
+                     .arg(key));
+        con.exec(QStringLiteral("insert into Sch_%1 values ('1', 'Earth work', 'Cum', 10, 0, 'X')")
+                     .arg(key));
+    }
+    const QString live = dir.filePath(QStringLiteral("Tallywright.db"));
+    QFile books(live);
+    ASSERT_TRUE(books.open(QIODevice::ReadOnly));
+    const QByteArray before = books.readAll();
+    books.close();
+    QFile victim(dir.filePath(QStringLiteral("notes.txt")));
+    ASSERT_TRUE(victim.open(QIODevice::WriteOnly) && victim.write("keep") == 4);
+    victim.close();
+    const QString link = dir.filePath(QStringLiteral("link.xlsx"));
+    ASSERT_TRUE(victim.link(link));
+    const QString good = dir.filePath(QStringLiteral("s.xlsx"));
+    const struct {
+        QString out;
+        int code;
+        QString text;
+    } cases[] = {
+        {live, 1, "tallywright-cli: " + live + " is the database in use; choose another file.\n"},
+        {link, 1,
+         "tallywright-cli: " + link +
+             " is a symbolic link; Tallywright writes no file "
+             "through one.\n"},
+        {good, 0, "Export Completed Successfully...!\nFile Name is : 's.xlsx'\n"},
+    };
+    for (const auto& c : cases) {
+        const auto r =
+            run(folder + QStringList{"schedule", "export", "--project", "S/1", "--out", c.out});
+        EXPECT_EQ(r.code, c.code) << c.out.toStdString();
+        EXPECT_TRUE((c.code ? r.err : r.out).startsWith(c.text)) << (r.out + r.err).toStdString();
+    }
+    ASSERT_TRUE(books.open(QIODevice::ReadOnly) && victim.open(QIODevice::ReadOnly));
+    EXPECT_EQ(books.readAll(), before);
+    EXPECT_EQ(victim.readAll(), "keep");
+    EXPECT_EQ(QDir(dir.path()).entryList({"*.part"}, QDir::Files), QStringList());
+}

@@ -412,8 +412,12 @@ QString exportSchedules(const ConClass& con, const Project& project, const QStri
     const QString file =
         path.isEmpty() ? AppFolder::file(fileStem(project.number) + QStringLiteral(".xlsx")) : path;
     writeSheet1(file, [&](SheetRow& row) {
-        if (!rows.next())
+        if (!rows.next()) {
+            // A read that failed midway ends the rows early: the workbook would lack the rest.
+            if (rows.lastError().isValid())
+                throw Error(rows.lastError().text());
             return false;
+        }
         const QVariant deduction = rows.value(4);
         row = {stored(0),
                stored(1),
@@ -423,9 +427,6 @@ QString exportSchedules(const ConClass& con, const Project& project, const QStri
                stored(5)};
         return true;
     });
-    // A read that failed midway ends the rows early: the workbook would lack the rest.
-    if (rows.lastError().isValid())
-        throw Error(rows.lastError().text());
     return file;
 }
 

@@ -83,8 +83,8 @@ Refusal failureRefusal(ImportFailure kind);
 // The export's check: a project picked.
 std::optional<Refusal> checkExport(bool projectPicked);
 // Writes the project's table to <file stem>.xlsx in the application folder (or to `path` when
-// given), replacing a file of that name; gives the path written. A missing table fails with the
-// store's text.
+// given), replacing a file of that name once the workbook is whole (writeSheet1); gives the path
+// written. A missing table fails with the store's text; the database in use is refused, by name.
 QString exportSchedules(const ConClass& con, const Project& project, const QString& path = {});
 // "Export Completed Successfully...!" with the file's name and folder.
 Message exportedMessage(const QString& path);

@@ -1,8 +1,10 @@
 #include "core/schedules/workbook.h"
 
 #include "core/schedules/workbook_xlsx.h"
+#include "store/files.h"
 
 #include <QDataStream>
+#include <QDir>
 #include <QFile>
 
 #include <freexl.h>
@@ -536,7 +538,10 @@ Sheet readSheet1(const QString& path, const Waiting& whileReading) {
 }
 
 void writeSheet1(const QString& path, const RowSource& next) {
-    const QByteArray file = QFile::encodeName(path);
+    // Written beside the target and put in place whole: a full disk or a failure midway leaves
+    // the file that was there, never a part of a workbook under its name.
+    AtomicFile out(path);
+    const QByteArray file = QFile::encodeName(out.path());
     // Rows go to a temporary file as they are written instead of staying in memory till the
     // end, which keeps a schedule of a million rows to a few megabytes.
     lxw_workbook_options options{};
@@ -547,33 +552,46 @@ void writeSheet1(const QString& path, const RowSource& next) {
     lxw_worksheet* sheet = workbook_add_worksheet(book, "Sheet1");
     lxw_error failed = sheet ? LXW_NO_ERROR : LXW_ERROR_MEMORY_MALLOC_FAILED;
     SheetRow values;
-    for (lxw_row_t row = 0; failed == LXW_NO_ERROR && next(values); ++row) {
-        for (size_t c = 0; c < values.size() && failed == LXW_NO_ERROR; ++c) {
-            const Cell& v = values[c];
-            const auto col = lxw_col_t(c);
-            switch (v.typeId()) {
-            case QMetaType::UnknownType:
-                break;
-            case QMetaType::Bool:
-                failed = worksheet_write_boolean(sheet, row, col, v.toBool(), nullptr);
-                break;
-            case QMetaType::Double:
-            case QMetaType::Int:
-            case QMetaType::LongLong:
-                failed = worksheet_write_number(sheet, row, col, v.toDouble(), nullptr);
-                break;
-            default:
-                failed = worksheet_write_string(sheet, row, col, v.toString().toUtf8().constData(),
-                                                nullptr);
+    try {
+        for (lxw_row_t row = 0; failed == LXW_NO_ERROR && next(values); ++row) {
+            for (size_t c = 0; c < values.size() && failed == LXW_NO_ERROR; ++c) {
+                const Cell& v = values[c];
+                const auto col = lxw_col_t(c);
+                switch (v.typeId()) {
+                case QMetaType::UnknownType:
+                    break;
+                case QMetaType::Bool:
+                    failed = worksheet_write_boolean(sheet, row, col, v.toBool(), nullptr);
+                    break;
+                case QMetaType::Double:
+                case QMetaType::Int:
+                case QMetaType::LongLong:
+                    failed = worksheet_write_number(sheet, row, col, v.toDouble(), nullptr);
+                    break;
+                default:
+                    failed = worksheet_write_string(sheet, row, col,
+                                                    v.toString().toUtf8().constData(), nullptr);
+                }
             }
         }
+    } catch (...) {
+        workbook_close(book);
+        throw;
     }
+    errno = 0;
     const lxw_error closed = workbook_close(book);
+    const int err = errno;
     if (failed == LXW_NO_ERROR)
         failed = closed;
-    if (failed != LXW_NO_ERROR)
+    if (failed != LXW_NO_ERROR) {
+        // The writer tells no more than which step failed; a disk that filled is told as such.
+        if (err == ENOSPC || err == EDQUOT)
+            throw Error(QStringLiteral("%1: %2").arg(QDir::toNativeSeparators(out.target()),
+                                                     systemErrorText(err)));
         throw Error(QStringLiteral("The workbook %1 cannot be written: %2")
                         .arg(path, QString::fromUtf8(lxw_strerror(failed))));
+    }
+    out.commit();
 }
 
 void writeSheet1(const QString& path, const std::vector<SheetRow>& rows) {

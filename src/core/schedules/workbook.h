@@ -68,10 +68,11 @@ Sheet readSheet1(const QString& path, const Waiting& whileReading = {});
 
 // Gives the next row to write in `row` and true, or false when there are no more.
 using RowSource = std::function<bool(SheetRow& row)>;
-// Writes the rows of `next` into Sheet1 of a new .xlsx at `path`, replacing any file there:
-// texts as texts, numbers as numbers, truth values as TRUE/FALSE, empty cells left out. Each
-// row goes to the file as it comes and is not kept, so a table of any length is written in
-// little memory. Throws tw::Error.
+// Writes the rows of `next` into Sheet1 of a new .xlsx at `path`, replacing any file there only
+// once the workbook is whole: texts as texts, numbers as numbers, truth values as TRUE/FALSE,
+// empty cells left out. Each row goes to the file as it comes and is not kept, so a table of
+// any length is written in little memory. Throws tw::Error naming the file (also when `next`
+// throws); `path` is then as it was. The database in use and a symbolic link are refused.
 void writeSheet1(const QString& path, const RowSource& next);
 void writeSheet1(const QString& path, const std::vector<SheetRow>& rows);
 
