@@ -1,9 +1,13 @@
 #include "cli.h"
+#include "store/backup.h"
 #include "support/core_fixtures.h"
 
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
+
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace {
 struct Result {
@@ -238,4 +242,67 @@ TEST(Cli, ScheduleExportNeverWritesOverTheBooks) {
     EXPECT_EQ(books.readAll(), before);
     EXPECT_EQ(victim.readAll(), "keep");
     EXPECT_EQ(QDir(dir.path()).entryList({"*.part"}, QDir::Files), QStringList());
+}
+
+// With a desktop copy running on the folder (its lock held by another process), every command
+// works beside it but restore, which would replace the books under it.
+TEST(Cli, CommandsWorkBesideARunningDesktopButRestore) {
+    QTemporaryDir dir;
+    const QStringList folder{QStringLiteral("--folder"), dir.path()};
+    ASSERT_EQ(run(folder + QStringList{"demo"}).code, 0);
+    const QString backup = run(folder + QStringList{"backup"}).out.trimmed();
+    QString number;
+    {
+        tw::ConClass con(twtest::scripted());
+        con.conopen();
+        const auto project = con.first("select tw_pkey, tw_contract_num from contractmaster");
+        ASSERT_TRUE(project);
+        con.exec(QStringLiteral("create table Sch_%1 (tw_sch_num text, tw_item_desc text, tw_unit "
+                                "text, tw_item_rate real, tw_deduction integer, tw_category_name "
+                                "text)")
+                     .arg(project->text(0)));
+        number = project->text(1);
+        con.exec("insert into billsraised (tw_contract_num, tw_bill_num) values (?, 'RA-1')",
+                 {number});
+    }
+    int ready[2], hold[2];
+    ASSERT_EQ(::pipe(ready), 0);
+    ASSERT_EQ(::pipe(hold), 0);
+    const pid_t desktop = ::fork();
+    if (desktop == 0) {
+        ::close(hold[1]);
+        const tw::AppLock lock(dir.path());
+        char c = lock.state() == tw::AppLock::State::Held ? 'y' : 'n';
+        if (::write(ready[1], &c, 1) == 1)
+            c = char(::read(hold[0], &c, 1)); // until the test lets go
+        ::_exit(0);
+    }
+    ::close(hold[0]);
+    ::close(ready[1]);
+    char held = 0;
+    ASSERT_EQ(::read(ready[0], &held, 1), 1);
+    ASSERT_EQ(held, 'y');
+    const QString workbook = dir.filePath(QStringLiteral("s.xlsx"));
+    const QStringList commands[] = {
+        {"init"},
+        {"backup"},
+        {"backups"},
+        {"payment", "add",        "--project", number, "--bill", "RA-1", "--receipt",    "V1",
+         "--date",  "01-04-2024", "--amount",  "5",    "--tds",  "0",    "--recoveries", "0",
+         "--type",  "Cash",       "--cheque",  "-",    "--bank", "-",    "--branch",     "-"},
+        {"payment", "list", "--project", number},
+        {"schedule", "export", "--project", number, "--out", workbook},
+        {"schedule", "import", "--project", number, workbook},
+    };
+    for (const QStringList& c : commands) {
+        const auto r = run(folder + c);
+        EXPECT_EQ(r.code, 0) << c.join(u' ').toStdString() << ": " << r.err.toStdString();
+    }
+    const auto r = run(folder + QStringList{"restore", backup});
+    EXPECT_EQ(r.code, 1);
+    EXPECT_EQ(r.err, "tallywright-cli: Tallywright is running on " + dir.path() +
+                         ": close it before restoring.\n");
+    ::close(hold[1]);
+    ::close(ready[0]);
+    ::waitpid(desktop, nullptr, 0);
 }
