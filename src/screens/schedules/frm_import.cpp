@@ -114,6 +114,7 @@ void Frm_Import::CmdImport_clicked() {
     QProgressDialog progress(tr("Reading %1 ...").arg(QFileInfo(file).fileName()), QString(), 0, 0,
                              this);
     progress.setWindowTitle(windowTitle());
+    progress.setMinimumWidth(progress.fontMetrics().averageCharWidth() * 40);
     progress.setWindowModality(Qt::ApplicationModal);
     progress.setCancelButton(nullptr);
     progress.reset(); // it shows when the reading takes long, not by a timer of its own
