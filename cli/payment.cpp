@@ -32,20 +32,20 @@ class PaymentCommand : public Command {
 public:
     QString name() const override { return QStringLiteral("payment"); }
     QString synopsis() const override {
-        return QStringLiteral("add --project NUMBER --bill ID --receipt NO --date DD-MM-YYYY "
-                              "--amount A [--tds T --recoveries R --type TEXT --bank TEXT "
-                              "--branch TEXT --cheque NO --cheque-date DD-MM-YYYY] | list "
-                              "--project NUMBER [--bill ID]");
+        return QStringLiteral("add|list --project NUMBER [--bill ID] ...");
     }
     QString summary() const override {
         return QStringLiteral(
-            "add a payment received against a raised bill, with the payments screen's\n"
-            "checks and messages; or list a bill's payments (every raised bill without\n"
-            "--bill) with their total. The screen requires the amount, TDS, recoveries,\n"
-            "type, receipt, cheque, bank and branch of every payment, cash too, and so\n"
-            "does add: one left out is refused with the screen's message (\"TDS Amount is\n"
-            "blank!!\"), so type 0 for no TDS. --cheque-date is today when not given, as\n"
-            "on the screen.");
+            "add --bill ID --receipt NO --date DD-MM-YYYY --amount A [--tds T\n"
+            "  --recoveries R --type TEXT --bank TEXT --branch TEXT --cheque NO\n"
+            "  --cheque-date DD-MM-YYYY]: a payment received against a raised bill, with\n"
+            "  the payments screen's checks and messages. The screen requires the amount,\n"
+            "  TDS, recoveries, type, receipt, cheque, bank and branch of every payment,\n"
+            "  cash too, and so does add: one left out is refused with the screen's\n"
+            "  message (\"TDS Amount is blank!!\"), so give --tds 0 for none.\n"
+            "  --cheque-date is today when not given, as on the screen.\n"
+            "list [--bill ID]: a bill's payments (of every raised bill without --bill),\n"
+            "  tab-separated as the screen lists them, and their total");
     }
 
     int run(const QStringList& args, Context& ctx) override {
