@@ -270,8 +270,13 @@ TEST_F(FrmPaymentTest, TheCommandLineStoresWhatTheScreenStores) {
     ASSERT_EQ(payments().size(), 1u);
     const tw::Row byCommand = payments()[0];
     ASSERT_EQ(byCommand.count(), byScreen.count());
+    // Each value with its type: 0 stored as a number is not "0" stored as a text.
+    const auto shown = [](const QVariant& v) {
+        return QString::fromLatin1(v.typeName()) + u' ' + v.toString();
+    };
     for (int c = 0; c < byScreen.count(); ++c)
-        EXPECT_EQ(byCommand.value(c), byScreen.value(c)) << byScreen.columnName(c).toStdString();
+        EXPECT_EQ(shown(byCommand.value(c)), shown(byScreen.value(c)))
+            << byScreen.columnName(c).toStdString();
 }
 
 TEST_F(FrmPaymentTest, TypedTextIsStoredAsTypedAndALongTypeIsToldButKept) {
