@@ -22,6 +22,21 @@ Result run(const QStringList& args) {
     e.flush();
     return {code, out, err};
 }
+
+// A new database in `dir` with the project S/1, its own schedule table of one item and its raised
+// bill RA-1.
+void booksOfOneProject(const QString& dir) {
+    ASSERT_EQ(run({QStringLiteral("--folder"), dir, QStringLiteral("init")}).code, 0);
+    tw::ConClass con(twtest::scripted());
+    con.conopen();
+    const qint64 key = con.insert("contractmaster", {{"tw_contract_num", "S/1"}});
+    con.exec(QStringLiteral("create table Sch_%1 (tw_sch_num text, tw_item_desc text, tw_unit "
+                            "text, tw_item_rate real, tw_deduction integer, tw_category_name text)")
+                 .arg(key));
+    con.exec(QStringLiteral("insert into Sch_%1 values ('1', 'Earth work', 'Cum', 10, 0, 'X')")
+                 .arg(key));
+    con.exec("insert into billsraised (tw_contract_num, tw_bill_num) values ('S/1', 'RA-1')");
+}
 } // namespace
 
 TEST(Cli, InitCreatesTheDatabaseInTheFolderAndSaysWhere) {
@@ -197,18 +212,7 @@ TEST(Cli, PaymentAddChecksAsTheScreenAndListTotals) {
 TEST(Cli, ScheduleExportNeverWritesOverTheBooks) {
     QTemporaryDir dir;
     const QStringList folder{QStringLiteral("--folder"), dir.path()};
-    ASSERT_EQ(run(folder + QStringList{"init"}).code, 0);
-    {
-        tw::ConClass con(twtest::scripted());
-        con.conopen();
-        const qint64 key = con.insert("contractmaster", {{"tw_contract_num", "S/1"}});
-        con.exec(QStringLiteral("create table Sch_%1 (tw_sch_num text, tw_item_desc text, tw_unit "
-                                "text, tw_item_rate real, tw_deduction integer, tw_category_name "
-                                "text)")
-                     .arg(key));
-        con.exec(QStringLiteral("insert into Sch_%1 values ('1', 'Earth work', 'Cum', 10, 0, 'X')")
-                     .arg(key));
-    }
+    booksOfOneProject(dir.path());
     const QString live = dir.filePath(QStringLiteral("Tallywright.db"));
     QFile books(live);
     ASSERT_TRUE(books.open(QIODevice::ReadOnly));
@@ -249,22 +253,9 @@ TEST(Cli, ScheduleExportNeverWritesOverTheBooks) {
 TEST(Cli, CommandsWorkBesideARunningDesktopButRestore) {
     QTemporaryDir dir;
     const QStringList folder{QStringLiteral("--folder"), dir.path()};
-    ASSERT_EQ(run(folder + QStringList{"demo"}).code, 0);
+    booksOfOneProject(dir.path());
     const QString backup = run(folder + QStringList{"backup"}).out.trimmed();
-    QString number;
-    {
-        tw::ConClass con(twtest::scripted());
-        con.conopen();
-        const auto project = con.first("select tw_pkey, tw_contract_num from contractmaster");
-        ASSERT_TRUE(project);
-        con.exec(QStringLiteral("create table Sch_%1 (tw_sch_num text, tw_item_desc text, tw_unit "
-                                "text, tw_item_rate real, tw_deduction integer, tw_category_name "
-                                "text)")
-                     .arg(project->text(0)));
-        number = project->text(1);
-        con.exec("insert into billsraised (tw_contract_num, tw_bill_num) values (?, 'RA-1')",
-                 {number});
-    }
+    const QString number = QStringLiteral("S/1");
     int ready[2], hold[2];
     ASSERT_EQ(::pipe(ready), 0);
     ASSERT_EQ(::pipe(hold), 0);
