@@ -2,6 +2,7 @@
 // without harm.
 
 #include "core/schedules/schedules.h"
+#include "store/backup.h"
 #include "support/core_fixtures.h"
 
 #include <QDir>
@@ -278,10 +279,11 @@ TEST_F(WorkbookImport, AFullDiskLeavesTheOldWorkbookAndSaysSo) {
 }
 
 // A program killed while it reads a workbook takes its reader with it at once: the reader must
-// not go on using the processor and holding the books' files after the program is gone.
+// not go on using the processor, nor keep the running-copy lock, once the program is gone.
 TEST_F(WorkbookImport, TheReaderEndsWithTheProgramThatStartedIt) {
     const pid_t program = ::fork();
     if (program == 0) {
+        const tw::AppLock running(folder());
         try {
             readSheet1(Workbooks + QStringLiteral("/slow.xlsx"));
         } catch (...) {
@@ -306,6 +308,8 @@ TEST_F(WorkbookImport, TheReaderEndsWithTheProgramThatStartedIt) {
         state = processState(reader).first;
     }
     EXPECT_TRUE(state == 0 || state == 'Z') << "the reader still runs: " << state;
+    // The next start finds the folder free.
+    EXPECT_EQ(tw::AppLock(folder()).state(), tw::AppLock::State::Held);
     ::kill(reader, SIGKILL); // whatever the outcome, nothing is left running
 }
 

@@ -324,6 +324,8 @@ Sheet readXls(const QString& path) {
 constexpr int ReadSeconds = 20;
 // How often the one waiting for the child hears of it, so a desktop can draw and show progress.
 constexpr int WaitingStepMs = 50;
+// The descriptor the child writes the sheet to, the first after the standard three.
+constexpr int ReaderOut = 3;
 
 QByteArray pack(const Sheet& sheet) {
     QByteArray out;
@@ -446,17 +448,22 @@ Sheet readApart(const QString& path, const QByteArray& bytes, const Waiting& whi
     }
     if (child == 0) {
         bindToParent(parent);
-        ::close(fds[0]);
+        // The child keeps only the pipe of the descriptors it was born with: the running-copy
+        // lock and the database stay the program's alone.
+        const int out = ReaderOut;
+        if (fds[1] != out && ::dup2(fds[1], out) != out)
+            ::_exit(1);
+        ::close_range(out + 1, ~0U, 0);
         limitMemory();
-        QByteArray out;
+        QByteArray sheet;
         try {
-            out = pack(readHere(path, bytes));
+            sheet = pack(readHere(path, bytes));
         } catch (const std::exception& e) {
-            QDataStream s(&out, QIODevice::WriteOnly);
+            QDataStream s(&sheet, QIODevice::WriteOnly);
             const auto* failure = dynamic_cast<const Error*>(&e);
             s << quint8(0) << (failure ? failure->text() : QString::fromUtf8(e.what()));
         }
-        writeAll(fds[1], out);
+        writeAll(ReaderOut, sheet);
         ::_exit(0);
     }
     ::close(fds[1]);
