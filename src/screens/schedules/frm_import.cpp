@@ -1,5 +1,6 @@
 #include "screens/schedules/frm_import.h"
 
+#include "core/projects/projects.h"
 #include "screens/schedules/frm_impfile.h"
 
 #include <QCloseEvent>
@@ -85,10 +86,8 @@ void Frm_Import::setImportMode(bool exportOnly) {
 
 void Frm_Import::loadProjects() {
     con.conopen();
-    QStringList numbers;
-    con.contractno(numbers, QStringLiteral("numbers only"));
     CmbCntrctNm->clear();
-    CmbCntrctNm->addItems(numbers);
+    CmbCntrctNm->addItems(tw::projects::numbers(con));
     CmbCntrctNm->setCurrentIndex(-1);
 }
 
