@@ -17,6 +17,7 @@ std::vector<std::unique_ptr<Command>> commands() {
     all.push_back(makeRestore());
     all.push_back(makeReport());
     all.push_back(makeSchedule());
+    all.push_back(makePayment());
     all.push_back(makeMeasurements());
     return all;
 }

@@ -48,6 +48,7 @@ std::unique_ptr<Command> makeBackups();
 std::unique_ptr<Command> makeRestore();
 std::unique_ptr<Command> makeReport();
 std::unique_ptr<Command> makeSchedule();
+std::unique_ptr<Command> makePayment();
 std::unique_ptr<Command> makeMeasurements();
 
 } // namespace cli
