@@ -72,12 +72,12 @@ public:
                 throw UsageError(QStringLiteral("unknown option %1").arg(option));
         }
         run.forPeriod = run.fromDate.isValid() || run.toDate.isValid();
-        const bool byPeriod = type->command == QLatin1String("bills-raised") && run.forPeriod;
+        const bool byPeriod = type->period && run.forPeriod;
         if (byPeriod && !(run.fromDate.isValid() && run.toDate.isValid()))
-            throw UsageError(QStringLiteral("bills-raised needs both --from and --to"));
+            throw UsageError(QStringLiteral("%1 needs both --from and --to").arg(type->command));
         if (run.projectName.isEmpty() && !byPeriod)
             throw UsageError(QStringLiteral("report needs --project NAME"));
-        if (type->needsBill && run.bill.isEmpty())
+        if (type->needsBill() && run.bill.isEmpty())
             throw UsageError(QStringLiteral("%1 needs --bill ID").arg(type->command));
         const bool html = out.endsWith(QLatin1String(".html"), Qt::CaseInsensitive);
         if (!html && !out.endsWith(QLatin1String(".pdf"), Qt::CaseInsensitive))
@@ -93,7 +93,7 @@ public:
         tw::reports::readReportOrgName(run);
         // A frozen bill is reprinted from its copy, as the report screen's bill opening finds;
         // nothing here ever freezes one.
-        if (type->command == QLatin1String("abstract-bill"))
+        if (type->runningBill)
             tw::reports::LoadDeductions(run, con);
         if (!tw::reports::fill(*type, run, con, ctx.messages))
             return 1;
@@ -128,14 +128,12 @@ private:
             {run.projectName});
         if (!project)
             throw tw::Error(QStringLiteral("No project is named %1.").arg(run.projectName));
-        if (!type.needsBill)
+        if (!type.needsBill())
             return;
-        const QString lines = type.workingTable == QLatin1String("dummy_reinforcement_report")
-                                  ? QStringLiteral("select 1 from reinforcementmaster where "
-                                                   "tw_contract_num=? and tw_bill_num=?")
-                                  : QStringLiteral("select 1 from billmaster where "
-                                                   "tw_contract_num=? and tw_bill_num=?");
-        if (!con.first(lines, {project->text(0), run.bill}))
+        // The table is one the catalogue names, never text a user typed.
+        if (!con.first(QStringLiteral("select 1 from %1 where tw_contract_num=? and tw_bill_num=?")
+                           .arg(type.billsFrom),
+                       {project->text(0), run.bill}))
             throw tw::Error(
                 QStringLiteral("Project %1 has no bill %2.").arg(run.projectName, run.bill));
     }

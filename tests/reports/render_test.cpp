@@ -334,7 +334,7 @@ TEST(Paging, TheViewerShowsThePagesOfTheSavedPdf) {
         view.show();
         view.setReport(makeDocument(html), "x.pdf");
         const QString path = QDir::temp().filePath("tw-pages.pdf");
-        EXPECT_EQ(view.pageCount(), writePdf(*makeDocument(html), path)) << across;
+        EXPECT_EQ(view.preview->pageCount(), writePdf(*makeDocument(html), path)) << across;
         EXPECT_EQ(view.preview->orientation(),
                   across ? QPageLayout::Landscape : QPageLayout::Portrait);
         QFile::remove(path);

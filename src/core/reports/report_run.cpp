@@ -1,5 +1,4 @@
 #include "core/reports/fill_support.h"
-#include "core/reports/running_bill.h"
 
 #include <QFile>
 #include <QTextStream>
@@ -30,30 +29,6 @@ void readReportOrgName(ReportRun& run) {
     }
 }
 
-namespace {
-using Step = void (*)(ReportRun&, const ConClass&, Messenger&);
-
-std::vector<Step> stepsOf(const QString& caption, bool forPeriod) {
-    if (caption == QLatin1String("Detailed Estimate") || caption == QLatin1String("Detailed Bill"))
-        return {BuildEstimateRows};
-    if (caption == QLatin1String("Abstract Estimate"))
-        return {BuildEstimateRows, AddServicePercentages};
-    if (caption == QLatin1String("Tender Schedule"))
-        return {BuildEstimateRows, ComputeNetAmounts};
-    if (caption == QLatin1String("Final Bill - Detailed"))
-        return {BuildFinalBill};
-    if (caption == QLatin1String("Reinforcement Report"))
-        return {BuildReinforcementReport};
-    if (caption == QLatin1String("Contract / Schedule"))
-        return {BuildScheduleReport};
-    if (caption == QLatin1String("Abstract Bill"))
-        return {BuildAbstractBill};
-    if (caption == QLatin1String("Bills Raised Report"))
-        return {forPeriod ? BuildBillsRaisedForPeriod : BuildBillsRaisedForProject};
-    return {}; // "Project Info." shows the project's own record
-}
-} // namespace
-
 bool fill(const ReportType& type, ReportRun& run, const ConClass& con, Messenger& messages) {
     if (run.ewp.isEmpty())
         run.ewp = QStringLiteral("0");
@@ -65,7 +40,7 @@ bool fill(const ReportType& type, ReportRun& run, const ConClass& con, Messenger
     try {
         Transaction tx(con);
         try {
-            for (Step step : stepsOf(type.caption, run.forPeriod))
+            for (FillStep step : type.formOf(run).steps)
                 step(run, con, messages);
         } catch (const Error&) {
             // A run that stops midway leaves what it wrote.
@@ -78,6 +53,27 @@ bool fill(const ReportType& type, ReportRun& run, const ConClass& con, Messenger
         messages.say(e.text(), Critical);
         return false;
     }
+}
+
+LayoutRows layoutRows(const QString& workingTable, const QVariantList& parameters,
+                      const ReportRun& run, const ConClass& con) {
+    LayoutRows out;
+    if (workingTable.isEmpty()) {
+        const QString number =
+            parameters.isEmpty() ? run.contract_num : parameters.front().toString();
+        out.table = QStringLiteral("ContractMaster");
+        out.rows = con.keyed(out.table, QStringLiteral("tw_contract_num=?"), {number});
+    } else {
+        out.table = workingTable;
+        out.rows = con.keyed(out.table);
+    }
+    // The names come from the statement, so a table without rows still has them.
+    const QSqlRecord columns =
+        prepared(con.db(), QStringLiteral("select * from \"%1\" where 0").arg(out.table), {})
+            .record();
+    for (int i = 0; i < columns.count(); ++i)
+        out.columns << columns.fieldName(i);
+    return out;
 }
 
 } // namespace tw::reports

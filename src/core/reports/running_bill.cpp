@@ -402,13 +402,6 @@ void LearnUnitLabel(const ConClass& con, const QString& label) {
         con.insert(QStringLiteral("unitlbls"), {{QStringLiteral("tw_unit_lbl"), label}});
 }
 
-void SaveDeduction(const ReportRun& run, const ConClass& con, const Deduction& deduction) {
-    Transaction tx(con);
-    writeDeduction(run, con, deduction);
-    LearnUnitLabel(con, deduction.unit);
-    tx.commit();
-}
-
 void SaveDeductions(const ReportRun& run, const ConClass& con, const std::vector<Deduction>& list) {
     Transaction tx(con);
     for (const Deduction& d : list)
@@ -440,12 +433,6 @@ void FreezeBill(ReportRun& run, const ConClass& con) {
     }
     tx.commit();
     run.frozen_flag = true;
-}
-
-void LoadFrozenBill(ReportRun& run, const ConClass& con) {
-    Transaction tx(con);
-    copyFrozenLines(run, con);
-    tx.commit();
 }
 
 void BuildBillsRaisedForProject(ReportRun& run, const ConClass& con, Messenger&) {

@@ -81,24 +81,21 @@ public:
     void Command6_clicked();
 
     void FillProjects();
-    void FillBillNumbers();
-    void FillReinforcementBills();
     void GenerateReport();
     void ReportShow(const tw::reports::ReportType& type);
     // The picked bill of an abstract bill: its deductions, and whether it is frozen.
     void OpenBill();
     void LoadDeductions();
 
-    const tw::reports::ReportRun& reportRun() const { return run; }
-
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    QString type() const { return TypeofReport->currentText(); }
-    bool typeIs(std::initializer_list<const char*> captions) const;
+    // The catalogue's entry of the type picked.
+    const tw::reports::ReportType& entry() const;
+    // Lists the bills of the picked project found in `table`.
     void fillBills(const QString& table);
-    void CheckSelections();
+    void CheckSelections(const tw::reports::ReportType& type);
 
     // Takes the hourglass off, if a save of the deductions left it on.
     void restoreCursor();
