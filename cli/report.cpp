@@ -20,8 +20,8 @@ QString commandNames() {
     return names.join(QStringLiteral(", "));
 }
 
-// Fills the working table of a report exactly as the report screen does, then renders its
-// layout to a PDF or HTML file. The working table stays filled, as after the screen's run.
+// Fills the working table of a report exactly as the report screen does, in working tables of
+// the run's own, then renders its layout to a PDF or HTML file.
 class Report : public Command {
 public:
     QString name() const override { return QStringLiteral("report"); }
@@ -83,10 +83,10 @@ public:
         if (!html && !out.endsWith(QLatin1String(".pdf"), Qt::CaseInsensitive))
             throw UsageError(QStringLiteral("report needs --out FILE.pdf or FILE.html"));
 
-        tw::ConClass con(ctx.messages);
-        con.conopen();
-        if (!con.isOpen())
+        tw::reports::RunTables rows(*type, ctx.messages);
+        if (!rows.isOpen())
             return 1;
+        const tw::ConClass& con = rows.con();
         if (!run.projectName.isEmpty())
             checkChoice(*type, run, con);
         tw::reports::readProject(run, con);

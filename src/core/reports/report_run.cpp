@@ -1,4 +1,5 @@
 #include "core/reports/fill_support.h"
+#include "store/worktables.h"
 
 #include <QFile>
 #include <QTextStream>
@@ -74,6 +75,15 @@ LayoutRows layoutRows(const QString& workingTable, const QVariantList& parameter
     for (int i = 0; i < columns.count(); ++i)
         out.columns << columns.fieldName(i);
     return out;
+}
+
+RunTables::RunTables(const ReportType& type, Messenger& messages) : con_(messages) {
+    con_.conopen();
+    if (!con_.isOpen())
+        return;
+    if (!type.workingTable.isEmpty())
+        makeWorkingTables(con_, {type.workingTable});
+    open_ = true;
 }
 
 } // namespace tw::reports

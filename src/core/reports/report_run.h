@@ -1,6 +1,6 @@
 #pragma once
 // What a report run knows (the report screen's members that the fill routines read and write),
-// and the catalogue that describes each type of report once.
+// the catalogue that describes each type of report once, and a run's own working rows.
 // The screen keeps one ReportRun for as long as it is open; the command-line companion makes
 // one per run.
 
@@ -118,6 +118,24 @@ struct LayoutRows {
 };
 LayoutRows layoutRows(const QString& workingTable, const QVariantList& parameters,
                       const ReportRun& run, const ConClass& con);
+
+// A report run's own working rows: a connection of its own to the file, on which the type's
+// working table is made anew as a temporary table of the same name and columns. The fill, the
+// renderer and freezing work on con() with their statements as they are and find the run's
+// table first, so two runs at once never see each other's rows and the file's working tables
+// stay empty. The rows last as long as the object: keep it while the report is viewed, printed,
+// saved or frozen.
+class RunTables {
+public:
+    // Opens the connection; `messages` is told when the file cannot be opened (see isOpen).
+    RunTables(const ReportType& type, Messenger& messages);
+    bool isOpen() const { return open_; }
+    const ConClass& con() const { return con_; }
+
+private:
+    ConClass con_;
+    bool open_ = false;
+};
 
 // The fill routines, each in a file of its own.
 void BuildEstimateRows(ReportRun& run, const ConClass& con, Messenger& messages);

@@ -44,7 +44,8 @@ void LearnUnitLabel(const ConClass& con, const QString& label);
 void DeleteDeduction(const ReportRun& run, const ConClass& con, const QString& description);
 
 // Marks run.bill frozen and copies the lines of abstractbillrep into abstractbills, as one
-// action. Does nothing when the bill has no row in billsraised or is frozen already.
+// action. Does nothing when the bill has no row in billsraised or is frozen already. `con` is
+// the run's own (RunTables): the lines copied are those the run computed and showed.
 void FreezeBill(ReportRun& run, const ConClass& con);
 
 // The bills raised report into billsraisedreport: the bills of run.contract_num, or those whose

@@ -365,7 +365,8 @@ void Frm_Reports::Command4_clicked() {
 }
 
 void Frm_Reports::Command1_clicked() {
-    tw::reports::ComputeNetAmounts(run, con, ui::boxes());
+    if (rows_)
+        tw::reports::ComputeNetAmounts(run, rows_->con(), ui::boxes());
 }
 
 // Warns of a missing choice and no more: the report is made from what the last choice left.
@@ -405,11 +406,15 @@ void Frm_Reports::GenerateReport() {
         Command4->setEnabled(true);
         TypeofReport->setFocus();
     } else {
-        if (tw::reports::fill(*t, run, con, ui::boxes())) {
+        // The run's rows are its own until the report is left: the viewer, printing and freezing
+        // read them there, whatever another run fills meanwhile.
+        rows_ = std::make_unique<tw::reports::RunTables>(*t, ui::boxes());
+        if (rows_->isOpen() && tw::reports::fill(*t, run, rows_->con(), ui::boxes())) {
             if (t->runningBill)
                 Frame11->hide();
             ReportShow(*t);
         } else {
+            rows_.reset();
             Command4->setEnabled(true);
         }
     }
@@ -420,11 +425,12 @@ void Frm_Reports::GenerateReport() {
 void Frm_Reports::ReportShow(const ReportType& t) {
     // A layout that cannot be read leaves the screen choosing, Generate ready for another try.
     try {
-        auto doc = tw::reports::makeDocument(tw::reports::renderHtml(t, run, con));
+        auto doc = tw::reports::makeDocument(tw::reports::renderHtml(t, run, rows_->con()));
         RptView->setReport(
             std::move(doc),
             reportFileName(run.projectName, t.needsBill() ? run.bill : QString(), t.caption));
     } catch (...) {
+        rows_.reset();
         Command4->setEnabled(true);
         throw;
     }
@@ -444,13 +450,14 @@ void Frm_Reports::ReportShow(const ReportType& t) {
 
 void Frm_Reports::Cmdrepexit_clicked() {
     // A bill once frozen is reprinted as it stands and never asked about again. Freezing cannot
-    // be undone, so Enter answers No.
-    if (entry().runningBill && !run.frozen_flag &&
+    // be undone, so Enter answers No. What is frozen is what the viewer showed: the run's rows.
+    if (rows_ && entry().runningBill && !run.frozen_flag &&
         ui::MsgBox(tr("Do you wish to freeze this bill? "), ui::YesNo | ui::DefaultButton2) ==
             ui::Answer::Yes) {
         run.bill = CmbBillnum->currentText();
-        tw::reports::FreezeBill(run, con);
+        tw::reports::FreezeBill(run, rows_->con());
     }
+    rows_.reset();
     TypeofReport->setCurrentIndex(0);
     TypeofReport_activated();
     RptView->clear();

@@ -16,6 +16,8 @@
 #include <QRadioButton>
 #include <QTreeWidget>
 
+#include <memory>
+
 class Frm_Reports : public ui::Screen {
     Q_OBJECT
 public:
@@ -101,6 +103,8 @@ private:
     void restoreCursor();
 
     tw::reports::ReportRun run;
+    // The rows of the report generated, kept until it is left.
+    std::unique_ptr<tw::reports::RunTables> rows_;
     // The row of LstVwDd last clicked, counted from 1; 0 when none.
     qint16 selected_row = 0;
     bool hourglass_ = false;
