@@ -246,9 +246,10 @@ TEST_F(Deductions, SavingAnEmptyGridWritesNothingAndLeavesTheHourglass) {
     EXPECT_EQ(QApplication::overrideCursor(), nullptr);
 }
 
-// Runs `action` with the real message box, pressing Enter on each box that shows; gives their
-// texts and titles.
-QStringList enterOnRealBoxes(const std::function<void()>& action) {
+// Runs `action` with the real message box, pressing Enter on each box that shows, after running
+// `whileShown` if given; gives their texts and titles.
+QStringList enterOnRealBoxes(const std::function<void()>& action,
+                             const std::function<void()>& whileShown = {}) {
     QStringList shown;
     QTimer timer;
     timer.setInterval(10);
@@ -257,11 +258,29 @@ QStringList enterOnRealBoxes(const std::function<void()>& action) {
         if (!box || !box->isVisible())
             return;
         shown << box->windowTitle() + ": " + box->text();
+        if (whileShown)
+            whileShown();
         QTest::keyClick(box, Qt::Key_Return);
     });
     timer.start();
     twtest::withRealBoxes({}, action);
     return shown;
+}
+
+// A box that a fill shows waits for its answer with nothing of the file locked: a command-line
+// write goes through meanwhile, at once.
+TEST_F(Deductions, ACommandLineWriteGoesThroughWhileAFillsBoxWaits) {
+    otherSite();
+    auto& w = openBill();
+    twtest::pick(w.TypeofReport, "Detailed Estimate");
+    twtest::pick(w.CmbdetCnum, "Hill View");
+    twtest::pick(w.CmbBillnum, "RA-1");
+    std::pair<int, qint64> written{-1, 0};
+    EXPECT_EQ(enterOnRealBoxes([&] { click("Command4"); }, [&] { written = otherSiteBill(); }),
+              QStringList{"Abstract Estimate: No Details Found"});
+    EXPECT_EQ(written.first, 0);
+    EXPECT_LT(written.second, 2500); // well within the store's busy timeout of 5 s
+    EXPECT_EQ(db().keyed("billsraised", "tw_contract_num='OS-9'").size(), 1u);
 }
 
 // Leaving a generated open bill asks to freeze it: Enter answers No and leaves it open, Yes

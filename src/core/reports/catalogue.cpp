@@ -39,6 +39,7 @@ std::vector<ReportType> makeCatalogue() {
               {P::Organisation, P::ProjectName, P::Electrical, P::Plumbing}}));
     abstract.billsFrom = measured;
     abstract.percentages = true;
+    abstract.writesFile = true;
 
     ReportType& detailedBill = all.emplace_back(
         type("Detailed Bill", "detailed-bill", "dummy_estimation", Context::Estimate,
@@ -51,6 +52,7 @@ std::vector<ReportType> makeCatalogue() {
              {"Abstract_Report", {BuildAbstractBill}, {P::Organisation, P::ProjectName, P::Bill}}));
     bill.billsFrom = measured;
     bill.runningBill = true;
+    bill.writesFile = true;
 
     all.emplace_back(type("Final Bill - Detailed", "final-bill", "dummy_estimation",
                           Context::Estimate,
@@ -66,6 +68,7 @@ std::vector<ReportType> makeCatalogue() {
         type("Tender Schedule", "tender-schedule", "dummy_estimation", Context::Estimate,
              {"Tender_Schedule", {BuildEstimateRows, ComputeNetAmounts}, {P::Organisation}}));
     tender.billsFrom = measured;
+    tender.writesFile = true;
 
     ReportType& schedule = all.emplace_back(
         type("Contract / Schedule", "schedule", "dummy_sch_report", Context::Plain,

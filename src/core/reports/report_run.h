@@ -74,6 +74,9 @@ struct ReportType {
     // A running bill: the picked bill opens with its deductions and whether it is frozen; a
     // frozen one is reprinted, and leaving an open one's report offers to freeze it.
     bool runningBill = false;
+    // The fill writes the file beside its working rows (billsraised), so its action takes the
+    // file's write lock first.
+    bool writesFile = false;
     // Habits of the report screen: picking the type leaves the frames and the project list as
     // they stand, hides the bill list, or makes Generate ready; showing the report clears the
     // bill picked, or hides the project list.
@@ -100,9 +103,11 @@ void readProject(ReportRun& run, const ConClass& con);
 // line's text after its first "=", trimmed; kept as it was when the file is missing or empty.
 void readReportOrgName(ReportRun& run);
 
-// Fills the working table of `type` as the report screen does, as one action on `con`. A
-// failure that ends the run shows its text in a critical box through `messages`; what the run
-// wrote up to then stays, as a run that stops midway leaves it. Gives false when the run failed.
+// Fills the working table of `type` as the report screen does, as one action on `con`. What a
+// step tells the user is shown once the action has ended, so no box waits while the file is
+// locked. A failure that ends the run shows its text in a critical box through `messages`; what
+// the run wrote up to then stays, as a run that stops midway leaves it. Gives false when the
+// run failed.
 bool fill(const ReportType& type, ReportRun& run, const ConClass& con, Messenger& messages);
 
 // The layout's parameters, in order, for `type` and `run`.
