@@ -1,12 +1,14 @@
 #include "command.h"
 
 #include "core/reports/report_run.h"
+#include "core/reports/rows_file.h"
 #include "core/reports/running_bill.h"
 #include "render/paged.h"
 #include "render/render.h"
 #include "store/store.h"
 
 #include <QDir>
+#include <QFileInfo>
 
 namespace cli {
 namespace {
@@ -21,7 +23,8 @@ QString commandNames() {
 }
 
 // Fills the working table of a report exactly as the report screen does, in working tables of
-// the run's own, then renders its layout to a PDF or HTML file.
+// the run's own, then renders its layout to a PDF or HTML file, or writes the rows the layout
+// reads to a CSV or XLSX file.
 class Report : public Command {
 public:
     QString name() const override { return QStringLiteral("report"); }
@@ -34,8 +37,9 @@ public:
         for (qsizetype i = 0; i < types.size(); i += 4)
             lines += QStringLiteral("\n  ") + types.mid(i, 4).join(QStringLiteral(", "));
         return QStringLiteral("make a report as the report screen does, into FILE.pdf or "
-                              "FILE.html;\noptions: --bill ID, --ewp N, --wws N, --from "
-                              "DD-MM-YYYY --to DD-MM-YYYY\nTYPE one of:") +
+                              "FILE.html,\nor its rows into FILE.csv or FILE.xlsx;\noptions: "
+                              "--bill ID, --ewp N, --wws N, --from DD-MM-YYYY --to DD-MM-YYYY\n"
+                              "TYPE one of:") +
                lines;
     }
 
@@ -79,9 +83,10 @@ public:
             throw UsageError(QStringLiteral("report needs --project NAME"));
         if (type->needsBill() && run.bill.isEmpty())
             throw UsageError(QStringLiteral("%1 needs --bill ID").arg(type->command));
-        const bool html = out.endsWith(QLatin1String(".html"), Qt::CaseInsensitive);
-        if (!html && !out.endsWith(QLatin1String(".pdf"), Qt::CaseInsensitive))
-            throw UsageError(QStringLiteral("report needs --out FILE.pdf or FILE.html"));
+        const QString kind = QFileInfo(out).suffix().toLower();
+        if (!QStringList{"pdf", "html", "csv", "xlsx"}.contains(kind))
+            throw UsageError(QStringLiteral("report needs --out FILE.pdf, FILE.html, FILE.csv or "
+                                            "FILE.xlsx"));
 
         tw::reports::RunTables rows(*type, ctx.messages);
         if (!rows.isOpen())
@@ -97,9 +102,17 @@ public:
             tw::reports::LoadDeductions(run, con);
         if (!tw::reports::fill(*type, run, con, ctx.messages))
             return 1;
-        const QString text = tw::reports::renderHtml(*type, run, con);
         const QString where = QDir::toNativeSeparators(out);
-        if (html) {
+        if (kind == QLatin1String("csv") || kind == QLatin1String("xlsx")) {
+            const auto read = tw::reports::layoutRows(
+                type->workingTable, tw::reports::parameters(*type, run), run, con);
+            tw::reports::writeRows(read, out);
+            ctx.out << "Written: " << where << " (" << read.rows.size()
+                    << (read.rows.size() == 1 ? " row)" : " rows)") << Qt::endl;
+            return 0;
+        }
+        const QString text = tw::reports::renderHtml(*type, run, con);
+        if (kind == QLatin1String("html")) {
             tw::reports::writeText(text, out);
             ctx.out << "Written: " << where << Qt::endl;
         } else {

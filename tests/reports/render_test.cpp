@@ -1,4 +1,5 @@
 #include "cli.h"
+#include "core/schedules/workbook.h"
 #include "render/figures.h"
 #include "render/paged.h"
 #include "render/render.h"
@@ -468,6 +469,34 @@ TEST_F(Screen, SaveAsPdfProposesProjectBillAndType) {
     EXPECT_EQ(reportFileName("A/B", "", "Contract / Schedule"), "A-B Contract - Schedule.pdf");
 }
 
+// The rows a layout reads, for a spreadsheet: the working table's column names, then a line a
+// row, quoted as a sheet reads them back.
+TEST_F(Screen, CommandLineWritesTheRowsForASpreadsheet) {
+    const QString desc = "Brick work, \"first class\"\nin walls";
+    db().exec("update Sch_master set tw_item_desc=?", {desc});
+    for (const QString kind : {"csv", "xlsx"}) {
+        const QString file = QDir(folder()).filePath("rows." + kind);
+        QString out, err;
+        QTextStream o(&out), e(&err);
+        EXPECT_EQ(cli::run({"--folder", folder(), "report", "schedule", "--project", "Hill View",
+                            "--out", file},
+                           o, e),
+                  0);
+        o.flush();
+        EXPECT_EQ(out, "Written: " + QDir::toNativeSeparators(file) + " (1 row)\n");
+    }
+    QFile csv(QDir(folder()).filePath("rows.csv"));
+    ASSERT_TRUE(csv.open(QIODevice::ReadOnly));
+    EXPECT_EQ(csv.readAll(),
+              "tw_contract_num,tw_sch_num,tw_item_desc,tw_item_rate,tw_units,tw_unit_lable\r\n"
+              "HV-1,1.1,\"Brick work, \"\"first class\"\"\nin walls\",250,Feet,Cu ft\r\n");
+    const auto sheet = tw::schedules::readSheet1(QDir(folder()).filePath("rows.xlsx"));
+    ASSERT_EQ(sheet.rows.size(), 2u);
+    EXPECT_EQ(sheet.rows.at(0).at(5), "tw_unit_lable");
+    EXPECT_EQ(sheet.rows.at(1),
+              (tw::schedules::SheetRow{"HV-1", "1.1", desc, 250.0, "Feet", "Cu ft"}));
+}
+
 TEST_F(Screen, CommandLineReportRunsTheSameFill) {
     const QString pdf = QDir(folder()).filePath("de.pdf");
     const struct {
@@ -482,7 +511,7 @@ TEST_F(Screen, CommandLineReportRunsTheSameFill) {
          "tallywright-cli: detailed-estimate needs --bill ID\n"},
         {{"schedule", "--project", "Hill View", "--out", "x.doc"},
          2,
-         "tallywright-cli: report needs --out FILE.pdf or FILE.html\n"},
+         "tallywright-cli: report needs --out FILE.pdf, FILE.html, FILE.csv or FILE.xlsx\n"},
         {{"schedule", "--project", "Nowhere", "--out", pdf},
          1,
          "tallywright-cli: No project is named Nowhere.\n"},
