@@ -1,5 +1,6 @@
 #include "render/paged.h"
 
+#include "store/files.h"
 #include "values/values.h"
 
 #include <QAbstractTextDocumentLayout>
@@ -10,7 +11,6 @@
 #include <QPainter>
 #include <QPdfWriter>
 #include <QRegularExpression>
-#include <QSaveFile>
 #include <QTextBlock>
 #include <QTextCursor>
 #include <QTextDocumentFragment>
@@ -606,26 +606,64 @@ int printDocument(QTextDocument& doc, QPagedPaintDevice& device) {
     return count;
 }
 
-int writePdf(QTextDocument& doc, const QString& path) {
-    // QPdfWriter reports nothing when it cannot open its file, so the file is tried first.
-    {
-        QFile probe(path);
-        if (!probe.open(QIODevice::WriteOnly))
-            throw Error(QStringLiteral("%1 cannot be written: %2")
-                            .arg(QDir::toNativeSeparators(path), probe.errorString()));
+namespace {
+// A device over a file written beside its target: what QPdfWriter writes goes through the
+// AtomicFile in large pieces, and the first failure (a full disk) is kept, as the writer does
+// not report one.
+class AtomicDevice : public QIODevice {
+public:
+    explicit AtomicDevice(AtomicFile& file) : file_(file) { open(QIODevice::WriteOnly); }
+    // Writes what is still held; throws the first failure.
+    void finish() {
+        put();
+        if (failure_)
+            throw *failure_;
     }
-    QPdfWriter pdf(path);
-    pdf.setCreator(QStringLiteral("Tallywright"));
-    pdf.setTitle(doc.metaInformation(QTextDocument::DocumentTitle));
-    setUpPage(pdf, isLandscape(doc));
-    return printDocument(doc, pdf);
+
+protected:
+    qint64 readData(char*, qint64) override { return -1; }
+    qint64 writeData(const char* data, qint64 size) override {
+        held_.append(data, size);
+        if (held_.size() >= 1 << 16)
+            put();
+        return failure_ ? -1 : size;
+    }
+
+private:
+    void put() {
+        if (!failure_ && !held_.isEmpty()) {
+            try {
+                file_.write(held_);
+            } catch (const Error& e) {
+                failure_ = e;
+            }
+        }
+        held_.clear();
+    }
+    AtomicFile& file_;
+    QByteArray held_;
+    std::optional<Error> failure_;
+};
+} // namespace
+
+int writePdf(QTextDocument& doc, const QString& path) {
+    AtomicFile file(path);
+    AtomicDevice device(file);
+    int pages = 0;
+    {
+        QPdfWriter pdf(&device);
+        pdf.setCreator(QStringLiteral("Tallywright"));
+        pdf.setTitle(doc.metaInformation(QTextDocument::DocumentTitle));
+        setUpPage(pdf, isLandscape(doc));
+        pages = printDocument(doc, pdf);
+    }
+    device.finish();
+    file.commit();
+    return pages;
 }
 
 void writeText(const QString& text, const QString& path) {
-    QSaveFile f(path);
-    if (!f.open(QIODevice::WriteOnly) || f.write(text.toUtf8()) < 0 || !f.commit())
-        throw Error(QStringLiteral("%1 cannot be written: %2")
-                        .arg(QDir::toNativeSeparators(path), f.errorString()));
+    writeFileAtomically(path, text.toUtf8());
 }
 
 } // namespace tw::reports

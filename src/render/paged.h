@@ -40,11 +40,13 @@ template <class Device> void setUpPage(Device& device, bool landscape = false) {
 // there. Gives the number of pages. The document keeps no hold on the device afterwards.
 int printDocument(QTextDocument& doc, QPagedPaintDevice& device);
 
-// Writes the document as a PDF file and gives its number of pages. Throws tw::Error naming the
-// file when it cannot be written.
+// Writes the document as a PDF file and gives its number of pages; the file is written beside
+// its target and takes its name only when complete (tw::AtomicFile). Throws tw::Error naming the
+// file when it cannot be written ("No space left on the device" on a full disk); nothing of it
+// is left then.
 int writePdf(QTextDocument& doc, const QString& path);
 
-// Writes text to a file as UTF-8. Throws tw::Error naming the file when it cannot be written.
+// Writes text to a file as UTF-8, the same way.
 void writeText(const QString& text, const QString& path);
 
 } // namespace tw::reports
