@@ -116,7 +116,8 @@ public:
             tw::reports::writeText(text, out);
             ctx.out << "Written: " << where << Qt::endl;
         } else {
-            const int pages = tw::reports::writePdf(*tw::reports::makeDocument(text), out);
+            const int pages =
+                tw::reports::writePdf(*tw::reports::makeDocument(text, &ctx.messages), out);
             ctx.out << "Written: " << where << " (" << pages << (pages == 1 ? " page)" : " pages)")
                     << Qt::endl;
         }

@@ -6,6 +6,7 @@
 #include "screens/reports/frm_reports.h"
 #include "support/fixtures.h"
 
+#include <QBuffer>
 #include <QDir>
 #include <QFile>
 #include <QGlyphRun>
@@ -231,6 +232,7 @@ public:
         return true;
     }
     std::vector<std::vector<Text>> pages{1};
+    std::vector<QSize> pictures; // as drawn, by their size
 
 protected:
     QPaintEngine* paintEngine() const override { return &engine_; }
@@ -244,7 +246,9 @@ private:
             if (s.state() & DirtyTransform)
                 transform = s.transform();
         }
-        void drawPixmap(const QRectF&, const QPixmap&, const QRectF&) override {}
+        void drawPixmap(const QRectF&, const QPixmap& pm, const QRectF&) override {
+            to.pictures.push_back(pm.size());
+        }
         void drawPolygon(const QPointF*, int, PolygonDrawMode) override {}
         void drawPath(const QPainterPath&) override {}
         void drawTextItem(const QPointF& p, const QTextItem& item) override {
@@ -258,6 +262,46 @@ private:
 };
 
 } // namespace
+
+// A layout shows pictures from the layouts folders or written into it, of at most 10 MB; any
+// other file it names is left out unread, and told once.
+TEST_F(Render, ALayoutShowsOnlyItsOwnPictures) {
+    const QDir layouts(QDir(folder()).filePath("layouts"));
+    QDir().mkpath(layouts.path());
+    QImage picture(4, 4, QImage::Format_RGB32);
+    picture.fill(Qt::red);
+    ASSERT_TRUE(picture.save(layouts.filePath("logo.png")));
+    ASSERT_TRUE(picture.save(QDir(folder()).filePath("outside.png")));
+    QFile::link(QDir(folder()).filePath("outside.png"), layouts.filePath("link.png"));
+    QFile big(layouts.filePath("big.png"));
+    ASSERT_TRUE(big.open(QIODevice::WriteOnly) && big.resize(kLargestPicture + 1));
+    QByteArray png;
+    QBuffer buffer(&png);
+    picture.save(&buffer, "PNG");
+    const struct {
+        QString src;
+        bool shown;
+    } cases[] = {{"logo.png", true},
+                 {layouts.filePath("logo.png"), true},
+                 {"data:image/png;base64," + png.toBase64(), true},
+                 {QDir(folder()).filePath("outside.png"), false},
+                 {"../outside.png", false},
+                 {layouts.filePath("link.png"), false},
+                 {layouts.filePath("big.png"), false}};
+    QString html;
+    for (const auto& c : cases)
+        html += "<p><img src=\"" + c.src + "\"></p>";
+    const auto doc = makeDocument(html, &twtest::scripted());
+    TextPages printer;
+    printDocument(*doc, printer);
+    // The red square drawn from the layouts folder and from the layout; in place of the rest, a
+    // pixel of nothing.
+    const std::vector<QSize> drawn{{4, 4}, {4, 4}, {4, 4}, {1, 1}, {1, 1}, {1, 1}, {1, 1}};
+    EXPECT_EQ(printer.pictures, drawn);
+    ASSERT_EQ(twtest::messages().shown.size(), 1u);
+    for (const auto& c : cases)
+        EXPECT_EQ(twtest::messages().shown[0].text.contains(c.src), !c.shown);
+}
 
 // A table of many pages, laid out by this printing (one heading row, or two with a cell over
 // both) or by Qt (a table with borders): every line once and in order, the heading on every

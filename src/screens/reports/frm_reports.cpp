@@ -425,7 +425,8 @@ void Frm_Reports::GenerateReport() {
 void Frm_Reports::ReportShow(const ReportType& t) {
     // A layout that cannot be read leaves the screen choosing, Generate ready for another try.
     try {
-        auto doc = tw::reports::makeDocument(tw::reports::renderHtml(t, run, rows_->con()));
+        auto doc =
+            tw::reports::makeDocument(tw::reports::renderHtml(t, run, rows_->con()), &ui::boxes());
         RptView->setReport(
             std::move(doc),
             reportFileName(run.projectName, t.needsBill() ? run.bill : QString(), t.caption));
