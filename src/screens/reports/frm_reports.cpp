@@ -266,14 +266,14 @@ void Frm_Reports::CmbdetCnum_activated() {
         return;
     const ReportType& t = entry();
     if (t.needsBill()) {
-        fillBills(t.billsFrom);
+        FillBillNumbers(t.billsFrom);
     } else {
         CmbBillnum->hide();
         Command4->setEnabled(true);
     }
 }
 
-void Frm_Reports::fillBills(const QString& table) {
+void Frm_Reports::FillBillNumbers(const QString& table) {
     if (const auto p = con.first(
             QStringLiteral("select tw_contract_num from contractmaster where tw_contract_name=?"),
             {CmbdetCnum->currentText()}))

@@ -83,6 +83,9 @@ public:
     void Command6_clicked();
 
     void FillProjects();
+    // The bill list of the picked project, from the table its type names: measurement lines, or
+    // steel for the reinforcement report.
+    void FillBillNumbers(const QString& table);
     void GenerateReport();
     void ReportShow(const tw::reports::ReportType& type);
     // The picked bill of an abstract bill: its deductions, and whether it is frozen.
@@ -95,8 +98,6 @@ protected:
 private:
     // The catalogue's entry of the type picked.
     const tw::reports::ReportType& entry() const;
-    // Lists the bills of the picked project found in `table`.
-    void fillBills(const QString& table);
     void CheckSelections(const tw::reports::ReportType& type);
 
     // Takes the hourglass off, if a save of the deductions left it on.
