@@ -1,3 +1,4 @@
+#include "core/projects/projects.h"
 #include "core/reports/fill_support.h"
 #include "store/worktables.h"
 
@@ -7,6 +8,19 @@
 #include <utility>
 
 namespace tw::reports {
+
+QStringList BillNumbers(ReportRun& run, const ConClass& con, const QString& projectName,
+                        const QString& table) {
+    if (const auto p = projects::findByName(con, projectName))
+        run.contract_num = p->text(QStringLiteral("tw_contract_num"));
+    QStringList bills;
+    for (const Row& b :
+         con.rows(QStringLiteral("select distinct(tw_bill_num) from %1 where tw_contract_num=?")
+                      .arg(table),
+                  {run.contract_num}))
+        bills << b.text(0);
+    return bills;
+}
 
 void readProject(ReportRun& run, const ConClass& con) {
     if (run.projectName.isEmpty())

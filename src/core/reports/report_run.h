@@ -99,6 +99,11 @@ const ReportType* findByCommand(const QString& command);
 
 // Step 1 of a run: the units, number and tax rate of the project named in run.projectName.
 void readProject(ReportRun& run, const ConClass& con);
+// The bills a report may be run for: run.contract_num from the project named `projectName`
+// (kept as it was when no project has that name), then the distinct bill numbers of that
+// project in `table` (a table the catalogue names), in store order.
+QStringList BillNumbers(ReportRun& run, const ConClass& con, const QString& projectName,
+                        const QString& table);
 // The organisation name from Tallywright.cfg in the application folder: the first non-empty
 // line's text after its first "=", trimmed; kept as it was when the file is missing or empty.
 void readReportOrgName(ReportRun& run);

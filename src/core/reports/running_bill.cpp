@@ -417,6 +417,26 @@ void DeleteDeduction(const ReportRun& run, const ConClass& con, const QString& d
         con.remove(deductions, row->id());
 }
 
+void ForgetDeduction(const ReportRun& run, const ConClass& con, const QString& description,
+                     double rates) {
+    const auto summary =
+        con.find(QStringLiteral("dummy_ded_det"), QStringLiteral("tw_bill_num=?"), {run.bill});
+    if (!summary)
+        return;
+    Values values{{summary->columnName(4), rates}};
+    for (int place = 5; place <= 17; place += 3) {
+        if (summary->text(place) == description) {
+            values.emplace_back(summary->columnName(place), QStringLiteral(" "));
+            values.emplace_back(summary->columnName(place + 1), 0);
+            values.emplace_back(summary->columnName(place + 2), 0);
+            break;
+        }
+    }
+    Transaction tx(con);
+    con.update(QStringLiteral("dummy_ded_det"), summary->id(), values);
+    tx.commit();
+}
+
 void FreezeBill(ReportRun& run, const ConClass& con) {
     Transaction tx(con);
     // Freezing reads the bill's row and then writes: it takes the write lock first, so another

@@ -42,6 +42,11 @@ void SaveDeductions(const ReportRun& run, const ConClass& con,
 void LearnUnitLabel(const ConClass& con, const QString& label);
 // Deletes the stored deduction of that description of run.bill at once, if there is one.
 void DeleteDeduction(const ReportRun& run, const ConClass& con, const QString& description);
+// The summary of run.bill's deductions (dummy_ded_det) after one was taken off the grid: its
+// total becomes `rates` (the rates left in the grid) and the first of its five places that holds
+// the description is blanked. Nothing happens when the bill has no summary.
+void ForgetDeduction(const ReportRun& run, const ConClass& con, const QString& description,
+                     double rates);
 
 // Marks run.bill frozen and copies the lines of abstractbillrep into abstractbills, as one
 // action. Does nothing when the bill has no row in billsraised or is frozen already. `con` is

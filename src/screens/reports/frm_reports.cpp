@@ -1,5 +1,6 @@
 #include "screens/reports/frm_reports.h"
 
+#include "core/projects/projects.h"
 #include "core/reports/running_bill.h"
 #include "render/paged.h"
 #include "render/render.h"
@@ -274,21 +275,13 @@ void Frm_Reports::CmbdetCnum_activated() {
 }
 
 void Frm_Reports::FillBillNumbers(const QString& table) {
-    if (const auto p = con.first(
-            QStringLiteral("select tw_contract_num from contractmaster where tw_contract_name=?"),
-            {CmbdetCnum->currentText()}))
-        run.contract_num = p->text(0);
-    // The table is one the catalogue names, never text a user typed.
-    const auto bills = con.rows(
-        QStringLiteral("select distinct(tw_bill_num) from %1 where tw_contract_num=?").arg(table),
-        {run.contract_num});
+    const QStringList bills = tw::reports::BillNumbers(run, con, CmbdetCnum->currentText(), table);
     if (bills.empty()) {
         ui::MsgBox(tr("No bills in this contract. Select another Contract"), ui::Information);
         return;
     }
     CmbBillnum->clear();
-    for (const auto& b : bills)
-        CmbBillnum->addItem(b.text(0));
+    CmbBillnum->addItems(bills);
     CmbBillnum->show();
     CmbBillnum->setCurrentIndex(-1);
 }
@@ -576,24 +569,7 @@ void Frm_Reports::CmdDlFmGrd_clicked() {
     selected_row = 0;
     Text7->setText(tw::doubleText(rates));
 
-    // The summary of a bill's deductions forgets the removed one, in the first of its five
-    // places that holds it.
-    const auto summary =
-        con.find(QStringLiteral("dummy_ded_det"), QStringLiteral("tw_bill_num=?"), {run.bill});
-    if (!summary)
-        return;
-    tw::Values values{{summary->columnName(4), rates}};
-    for (int place = 5; place <= 17; place += 3) {
-        if (summary->text(place) == description) {
-            values.emplace_back(summary->columnName(place), QStringLiteral(" "));
-            values.emplace_back(summary->columnName(place + 1), 0);
-            values.emplace_back(summary->columnName(place + 2), 0);
-            break;
-        }
-    }
-    tw::Transaction tx(con);
-    con.update(QStringLiteral("dummy_ded_det"), summary->id(), values);
-    tx.commit();
+    tw::reports::ForgetDeduction(run, con, description, rates);
 }
 
 void Frm_Reports::LstVwDd_itemClicked() {
@@ -624,10 +600,8 @@ void Frm_Reports::Command5_clicked() {
     // at the bill's opening.
     if (CmbdetCnum->currentIndex() >= 0)
         run.projectName = CmbdetCnum->currentText();
-    if (const auto p = con.first(
-            QStringLiteral("select tw_contract_num from contractmaster where tw_contract_name=?"),
-            {run.projectName}))
-        run.contract_num = p->text(0);
+    if (const auto p = tw::projects::findByName(con, run.projectName))
+        run.contract_num = p->text(QStringLiteral("tw_contract_num"));
     run.bill = CmbBillnum->currentText();
     std::vector<tw::reports::Deduction> list;
     for (int i = 0; i < LstVwDd->topLevelItemCount(); ++i) {
