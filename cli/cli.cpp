@@ -20,6 +20,8 @@ std::vector<std::unique_ptr<Command>> commands() {
     all.push_back(makeReport());
     all.push_back(makeSchedule());
     all.push_back(makeCopyStore());
+    all.push_back(makePayment());
+    all.push_back(makeMeasurements());
     return all;
 }
 

@@ -49,5 +49,7 @@ std::unique_ptr<Command> makeRestore();
 std::unique_ptr<Command> makeReport();
 std::unique_ptr<Command> makeSchedule();
 std::unique_ptr<Command> makeCopyStore();
+std::unique_ptr<Command> makePayment();
+std::unique_ptr<Command> makeMeasurements();
 
 } // namespace cli

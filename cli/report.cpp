@@ -1,12 +1,14 @@
 #include "command.h"
 
 #include "core/reports/report_run.h"
+#include "core/reports/rows_file.h"
 #include "core/reports/running_bill.h"
 #include "render/paged.h"
 #include "render/render.h"
 #include "store/store.h"
 
 #include <QDir>
+#include <QFileInfo>
 
 namespace cli {
 namespace {
@@ -20,8 +22,9 @@ QString commandNames() {
     return names.join(QStringLiteral(", "));
 }
 
-// Fills the working table of a report exactly as the report screen does, then renders its
-// layout to a PDF or HTML file. The working table stays filled, as after the screen's run.
+// Fills the working table of a report exactly as the report screen does, in working tables of
+// the run's own, then renders its layout to a PDF or HTML file, or writes the rows the layout
+// reads to a CSV or XLSX file.
 class Report : public Command {
 public:
     QString name() const override { return QStringLiteral("report"); }
@@ -34,8 +37,9 @@ public:
         for (qsizetype i = 0; i < types.size(); i += 4)
             lines += QStringLiteral("\n  ") + types.mid(i, 4).join(QStringLiteral(", "));
         return QStringLiteral("make a report as the report screen does, into FILE.pdf or "
-                              "FILE.html;\noptions: --bill ID, --ewp N, --wws N, --from "
-                              "DD-MM-YYYY --to DD-MM-YYYY\nTYPE one of:") +
+                              "FILE.html,\nor its rows into FILE.csv or FILE.xlsx;\noptions: "
+                              "--bill ID, --ewp N, --wws N, --from DD-MM-YYYY --to DD-MM-YYYY\n"
+                              "TYPE one of:") +
                lines;
     }
 
@@ -72,38 +76,48 @@ public:
                 throw UsageError(QStringLiteral("unknown option %1").arg(option));
         }
         run.forPeriod = run.fromDate.isValid() || run.toDate.isValid();
-        const bool byPeriod = type->command == QLatin1String("bills-raised") && run.forPeriod;
+        const bool byPeriod = type->period && run.forPeriod;
         if (byPeriod && !(run.fromDate.isValid() && run.toDate.isValid()))
-            throw UsageError(QStringLiteral("bills-raised needs both --from and --to"));
+            throw UsageError(QStringLiteral("%1 needs both --from and --to").arg(type->command));
         if (run.projectName.isEmpty() && !byPeriod)
             throw UsageError(QStringLiteral("report needs --project NAME"));
-        if (type->needsBill && run.bill.isEmpty())
+        if (type->needsBill() && run.bill.isEmpty())
             throw UsageError(QStringLiteral("%1 needs --bill ID").arg(type->command));
-        const bool html = out.endsWith(QLatin1String(".html"), Qt::CaseInsensitive);
-        if (!html && !out.endsWith(QLatin1String(".pdf"), Qt::CaseInsensitive))
-            throw UsageError(QStringLiteral("report needs --out FILE.pdf or FILE.html"));
+        const QString kind = QFileInfo(out).suffix().toLower();
+        if (!QStringList{"pdf", "html", "csv", "xlsx"}.contains(kind))
+            throw UsageError(QStringLiteral("report needs --out FILE.pdf, FILE.html, FILE.csv or "
+                                            "FILE.xlsx"));
 
-        tw::ConClass con(ctx.messages);
-        con.conopen();
-        if (!con.isOpen())
+        tw::reports::RunTables rows(*type, ctx.messages);
+        if (!rows.isOpen())
             return 1;
+        const tw::ConClass& con = rows.con();
         if (!run.projectName.isEmpty())
             checkChoice(*type, run, con);
         tw::reports::readProject(run, con);
         tw::reports::readReportOrgName(run);
         // A frozen bill is reprinted from its copy, as the report screen's bill opening finds;
         // nothing here ever freezes one.
-        if (type->command == QLatin1String("abstract-bill"))
+        if (type->runningBill)
             tw::reports::LoadDeductions(run, con);
         if (!tw::reports::fill(*type, run, con, ctx.messages))
             return 1;
-        const QString text = tw::reports::renderHtml(*type, run, con);
         const QString where = QDir::toNativeSeparators(out);
-        if (html) {
+        if (kind == QLatin1String("csv") || kind == QLatin1String("xlsx")) {
+            const auto read = tw::reports::layoutRows(
+                type->workingTable, tw::reports::parameters(*type, run), run, con);
+            tw::reports::writeRows(read, out);
+            ctx.out << "Written: " << where << " (" << read.rows.size()
+                    << (read.rows.size() == 1 ? " row)" : " rows)") << Qt::endl;
+            return 0;
+        }
+        const QString text = tw::reports::renderHtml(*type, run, con);
+        if (kind == QLatin1String("html")) {
             tw::reports::writeText(text, out);
             ctx.out << "Written: " << where << Qt::endl;
         } else {
-            const int pages = tw::reports::writePdf(*tw::reports::makeDocument(text), out);
+            const int pages =
+                tw::reports::writePdf(*tw::reports::makeDocument(text, &ctx.messages), out);
             ctx.out << "Written: " << where << " (" << pages << (pages == 1 ? " page)" : " pages)")
                     << Qt::endl;
         }
@@ -128,14 +142,12 @@ private:
             {run.projectName});
         if (!project)
             throw tw::Error(QStringLiteral("No project is named %1.").arg(run.projectName));
-        if (!type.needsBill)
+        if (!type.needsBill())
             return;
-        const QString lines = type.workingTable == QLatin1String("dummy_reinforcement_report")
-                                  ? QStringLiteral("select 1 from reinforcementmaster where "
-                                                   "tw_contract_num=? and tw_bill_num=?")
-                                  : QStringLiteral("select 1 from billmaster where "
-                                                   "tw_contract_num=? and tw_bill_num=?");
-        if (!con.first(lines, {project->text(0), run.bill}))
+        // The table is one the catalogue names, never text a user typed.
+        if (!con.first(QStringLiteral("select 1 from %1 where tw_contract_num=? and tw_bill_num=?")
+                           .arg(type.billsFrom),
+                       {project->text(0), run.bill}))
             throw tw::Error(
                 QStringLiteral("Project %1 has no bill %2.").arg(run.projectName, run.bill));
     }

@@ -3,8 +3,6 @@
 #include "core/schedules/schedules.h"
 #include "store/store.h"
 
-#include <QFileInfo>
-
 namespace cli {
 
 std::unique_ptr<Command> makeSchedule();
@@ -63,9 +61,8 @@ public:
             ctx.out << done.text << Qt::endl;
             return 0;
         }
-        if (!QFileInfo(file).isFile()) {
-            ctx.messages.say(QStringLiteral("File Not Found..."), tw::Ok,
-                             QStringLiteral("File Name"));
+        if (const auto refused = checkImport(true, file)) {
+            ctx.messages.say(refused->text, refused->flags, refused->title);
             return 1;
         }
         try {

@@ -5,10 +5,12 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 # The fonts: reports are set in DejaVu Sans, and names in other scripts (Devanagari, Tamil,
-# Arabic, ...) print in the Noto fonts, which the report tests check.
+# Arabic, ...) print in the Noto fonts, which the report tests check. The server store needs
+# Qt's PostgreSQL driver and libpq; the server's own programs run the core suites a second time.
 packages=(cmake ninja-build ccache g++ pkg-config
           qt6-base-dev libqt6sql6-sqlite libgl-dev libgtest-dev libkainjow-mustache-dev
           libsqlite3-dev libsodium-dev libfreexl-dev liborcus-dev libxlsxwriter-dev sqlite3
+          libpq-dev libqt6sql6-psql postgresql postgresql-client
           fonts-dejavu-core fonts-noto-core)
 
 missing=()

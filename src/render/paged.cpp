@@ -1,16 +1,20 @@
 #include "render/paged.h"
 
+#include "store/files.h"
+#include "store/store.h"
 #include "values/values.h"
 
 #include <QAbstractTextDocumentLayout>
+#include <QBuffer>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
+#include <QImage>
 #include <QPageLayout>
 #include <QPagedPaintDevice>
 #include <QPainter>
 #include <QPdfWriter>
 #include <QRegularExpression>
-#include <QSaveFile>
 #include <QTextBlock>
 #include <QTextCursor>
 #include <QTextDocumentFragment>
@@ -46,6 +50,96 @@ public:
 
 protected:
     void documentChanged(int, int, int) override {}
+};
+
+// A picture of one transparent pixel, as PNG.
+const QByteArray& emptyPicture() {
+    static const QByteArray png = [] {
+        QImage pixel(1, 1, QImage::Format_ARGB32);
+        pixel.fill(Qt::transparent);
+        QByteArray bytes;
+        QBuffer buffer(&bytes);
+        pixel.save(&buffer, "PNG");
+        return bytes;
+    }();
+    return png;
+}
+
+// A report's document. A layout is a file anyone may edit, so it shows only pictures (and style
+// sheets) from the layouts folders or written into it as data: URIs, each of at most
+// kLargestPicture; anything else is left out, and named, never read. A picture left out is
+// stood in for by an empty one: given nothing, Qt would read the file by its name itself.
+class LayoutDocument : public QTextDocument {
+public:
+    // A part of a report laid out apart takes its pictures from the report's `source`.
+    explicit LayoutDocument(const QTextDocument* source = nullptr) : source_(source) {}
+    QStringList leftOut;
+
+protected:
+    QVariant loadResource(int type, const QUrl& name) override {
+        if (source_)
+            return source_->resource(type, name);
+        std::optional<QByteArray> bytes = permitted(name);
+        if (bytes && type == ImageResource && QImage::fromData(*bytes).isNull())
+            bytes.reset();
+        if (!bytes) {
+            const QString shown = name.isLocalFile() ? name.toLocalFile() : name.toString();
+            if (!leftOut.contains(shown))
+                leftOut << shown;
+        }
+        const QVariant resource = type == ImageResource
+                                      ? QVariant(bytes ? *bytes : emptyPicture())
+                                      : QVariant(QString::fromUtf8(bytes.value_or(QByteArray())));
+        addResource(type, name, resource); // read once, however often it is drawn
+        return resource;
+    }
+
+private:
+    static std::optional<QByteArray> permitted(const QUrl& name) {
+        if (name.scheme().compare(QLatin1String("data"), Qt::CaseInsensitive) == 0) {
+            // data:[<type>][;base64],<data>
+            const QByteArray url = name.toEncoded();
+            const qsizetype comma = url.indexOf(',');
+            if (comma < 0 || url.size() > 2 * kLargestPicture)
+                return std::nullopt;
+            const QByteArray head = url.left(comma), data = url.mid(comma + 1);
+            QByteArray bytes = head.endsWith(";base64")
+                                   ? QByteArray::fromBase64(QByteArray::fromPercentEncoding(data))
+                                   : QByteArray::fromPercentEncoding(data);
+            if (bytes.size() > kLargestPicture)
+                return std::nullopt;
+            return bytes;
+        }
+        if (!name.scheme().isEmpty() && !name.isLocalFile())
+            return std::nullopt;
+        const QString path = name.isLocalFile() ? name.toLocalFile() : name.path();
+        QStringList folders;
+        for (const QString& f : {AppFolder::file(QStringLiteral("layouts")),
+                                 AppFolder::resource(QStringLiteral("layouts"))})
+            if (const QString real = QFileInfo(f).canonicalFilePath(); !real.isEmpty())
+                folders << real;
+        for (const QString& folder : folders) {
+            // A name is found in a layouts folder, and must stay there once its links are
+            // followed.
+            const QFileInfo file(QDir::isAbsolutePath(path) ? path : QDir(folder).filePath(path));
+            const QString real = file.canonicalFilePath();
+            if (real.isEmpty() ||
+                !std::any_of(folders.begin(), folders.end(),
+                             [&](const QString& f) { return real.startsWith(f + u'/'); }))
+                continue;
+            QFile f(real);
+            if (!QFileInfo(real).isFile() || QFileInfo(real).size() > kLargestPicture ||
+                !f.open(QIODevice::ReadOnly))
+                return std::nullopt;
+            QByteArray bytes = f.read(kLargestPicture + 1);
+            if (bytes.size() > kLargestPicture)
+                return std::nullopt;
+            return bytes;
+        }
+        return std::nullopt;
+    }
+
+    const QTextDocument* source_;
 };
 
 void setUpDocument(QTextDocument& doc) {
@@ -103,7 +197,7 @@ class FlowPiece : public Piece {
 public:
     FlowPiece(QTextDocument& source, int from, int to, QPaintDevice& device, qreal width,
               qreal lead)
-        : lead_(lead) {
+        : doc_(&source), lead_(lead) {
         setUpDocument(doc_);
         doc_.setDefaultTextOption(source.defaultTextOption());
         QTextCursor part(&source);
@@ -140,13 +234,13 @@ public:
     void paint(QPainter& p, qreal from, qreal to) const override {
         p.save();
         p.translate(0, lead_ - from);
-        const_cast<QTextDocument&>(doc_).drawContents(
+        const_cast<LayoutDocument&>(doc_).drawContents(
             &p, QRectF(0, from - lead_, doc_.textWidth(), to - from));
         p.restore();
     }
 
 private:
-    QTextDocument doc_;
+    LayoutDocument doc_;
     qreal lead_ = 0, height_ = 0;
     std::vector<qreal> breaks_;
 };
@@ -542,8 +636,8 @@ int printWhole(QTextDocument& doc, QPagedPaintDevice& device, QPainter& painter,
 
 } // namespace
 
-std::unique_ptr<QTextDocument> makeDocument(const QString& html) {
-    auto doc = std::make_unique<QTextDocument>();
+std::unique_ptr<QTextDocument> makeDocument(const QString& html, Messenger* messages) {
+    auto doc = std::make_unique<LayoutDocument>();
     doc->setDocumentLayout(new ContentOnly(doc.get()));
     setUpDocument(*doc);
     doc->setHtml(html);
@@ -552,6 +646,18 @@ std::unique_ptr<QTextDocument> makeDocument(const QString& html) {
         QStringLiteral("<meta\\s+name=\"orientation\"\\s+content=\"landscape\""),
         QRegularExpression::CaseInsensitiveOption);
     doc->setProperty(landscapeProperty, landscape.match(html).hasMatch());
+    // Every picture is looked up now, so what is left out is told once, before the pages.
+    for (QTextBlock b = doc->begin(); b.isValid(); b = b.next())
+        for (auto it = b.begin(); !it.atEnd(); ++it)
+            if (const QTextCharFormat f = it.fragment().charFormat(); f.isImageFormat())
+                doc->resource(QTextDocument::ImageResource, QUrl(f.toImageFormat().name()));
+    if (messages && !doc->leftOut.isEmpty())
+        messages->say(QStringLiteral("Left out of the report: %1. A layout shows only pictures "
+                                     "in the layouts folder or written into the layout, of at "
+                                     "most %2 MB each.")
+                          .arg(doc->leftOut.join(QStringLiteral(", ")))
+                          .arg(kLargestPicture / (1024 * 1024)),
+                      Exclamation);
     return doc;
 }
 
@@ -606,26 +712,64 @@ int printDocument(QTextDocument& doc, QPagedPaintDevice& device) {
     return count;
 }
 
-int writePdf(QTextDocument& doc, const QString& path) {
-    // QPdfWriter reports nothing when it cannot open its file, so the file is tried first.
-    {
-        QFile probe(path);
-        if (!probe.open(QIODevice::WriteOnly))
-            throw Error(QStringLiteral("%1 cannot be written: %2")
-                            .arg(QDir::toNativeSeparators(path), probe.errorString()));
+namespace {
+// A device over a file written beside its target: what QPdfWriter writes goes through the
+// AtomicFile in large pieces, and the first failure (a full disk) is kept, as the writer does
+// not report one.
+class AtomicDevice : public QIODevice {
+public:
+    explicit AtomicDevice(AtomicFile& file) : file_(file) { open(QIODevice::WriteOnly); }
+    // Writes what is still held; throws the first failure.
+    void finish() {
+        put();
+        if (failure_)
+            throw *failure_;
     }
-    QPdfWriter pdf(path);
-    pdf.setCreator(QStringLiteral("Tallywright"));
-    pdf.setTitle(doc.metaInformation(QTextDocument::DocumentTitle));
-    setUpPage(pdf, isLandscape(doc));
-    return printDocument(doc, pdf);
+
+protected:
+    qint64 readData(char*, qint64) override { return -1; }
+    qint64 writeData(const char* data, qint64 size) override {
+        held_.append(data, size);
+        if (held_.size() >= 1 << 16)
+            put();
+        return failure_ ? -1 : size;
+    }
+
+private:
+    void put() {
+        if (!failure_ && !held_.isEmpty()) {
+            try {
+                file_.write(held_);
+            } catch (const Error& e) {
+                failure_ = e;
+            }
+        }
+        held_.clear();
+    }
+    AtomicFile& file_;
+    QByteArray held_;
+    std::optional<Error> failure_;
+};
+} // namespace
+
+int writePdf(QTextDocument& doc, const QString& path) {
+    AtomicFile file(path);
+    AtomicDevice device(file);
+    int pages = 0;
+    {
+        QPdfWriter pdf(&device);
+        pdf.setCreator(QStringLiteral("Tallywright"));
+        pdf.setTitle(doc.metaInformation(QTextDocument::DocumentTitle));
+        setUpPage(pdf, isLandscape(doc));
+        pages = printDocument(doc, pdf);
+    }
+    device.finish();
+    file.commit();
+    return pages;
 }
 
 void writeText(const QString& text, const QString& path) {
-    QSaveFile f(path);
-    if (!f.open(QIODevice::WriteOnly) || f.write(text.toUtf8()) < 0 || !f.commit())
-        throw Error(QStringLiteral("%1 cannot be written: %2")
-                        .arg(QDir::toNativeSeparators(path), f.errorString()));
+    writeFileAtomically(path, text.toUtf8());
 }
 
 } // namespace tw::reports

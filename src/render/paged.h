@@ -2,6 +2,8 @@
 // A rendered report on paper: the layout's HTML as a QTextDocument, laid out on A4 pages, each
 // with "Page N of M" at its foot; tables repeat their <thead> rows on every page.
 
+#include "store/messages.h"
+
 #include <QPageLayout>
 #include <QString>
 #include <QTextDocument>
@@ -12,11 +14,16 @@ class QPagedPaintDevice;
 
 namespace tw::reports {
 
+// The largest picture a layout may show.
+inline constexpr qsizetype kLargestPicture = 10 * 1024 * 1024;
+
 // The document of a rendered layout (its <title> becomes the document's title). It holds the
 // report's text and formats but is laid out only by printDocument, page by page: ask that for
 // pages, not the document. A layout too wide for a portrait page says so in its head with
-// <meta name="orientation" content="landscape">.
-std::unique_ptr<QTextDocument> makeDocument(const QString& html);
+// <meta name="orientation" content="landscape">. It shows pictures only from the layouts
+// folders or written into the layout (data: URIs), each of at most kLargestPicture; what else a
+// layout names is left out unread, and `messages` is told once, naming it.
+std::unique_ptr<QTextDocument> makeDocument(const QString& html, Messenger* messages = nullptr);
 // Whether the document's layout asked for a landscape page.
 bool isLandscape(const QTextDocument& doc);
 
@@ -40,11 +47,13 @@ template <class Device> void setUpPage(Device& device, bool landscape = false) {
 // there. Gives the number of pages. The document keeps no hold on the device afterwards.
 int printDocument(QTextDocument& doc, QPagedPaintDevice& device);
 
-// Writes the document as a PDF file and gives its number of pages. Throws tw::Error naming the
-// file when it cannot be written.
+// Writes the document as a PDF file and gives its number of pages; the file is written beside
+// its target and takes its name only when complete (tw::AtomicFile). Throws tw::Error naming the
+// file when it cannot be written ("No space left on the device" on a full disk); nothing of it
+// is left then.
 int writePdf(QTextDocument& doc, const QString& path);
 
-// Writes text to a file as UTF-8. Throws tw::Error naming the file when it cannot be written.
+// Writes text to a file as UTF-8, the same way.
 void writeText(const QString& text, const QString& path);
 
 } // namespace tw::reports

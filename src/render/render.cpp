@@ -544,18 +544,9 @@ QString renderHtml(const ReportInput& in, const ConClass& con) {
     ctx["to"] = val(dateText(run.toDate));
     ctx["today"] = val(dateText(QDate::currentDate()));
 
-    Rows rows;
-    if (in.workingTable.isEmpty()) {
-        // The project's own record, by the number the layout is given first.
-        const QString number =
-            in.parameters.isEmpty() ? run.contract_num : parameterText(in.parameters.front());
-        rows = con.keyed(QStringLiteral("ContractMaster"), QStringLiteral("tw_contract_num=?"),
-                         {number});
-        if (!rows.empty())
-            ctx["record"] = recordObject(rows.front());
-    } else {
-        rows = con.keyed(in.workingTable);
-    }
+    const Rows rows = layoutRows(in.workingTable, in.parameters, run, con).rows;
+    if (in.context == Context::Record && !rows.empty())
+        ctx["record"] = recordObject(rows.front());
 
     // The measure system of the rows themselves where they carry one, else the project's.
     QString units = run.units_text;
@@ -569,18 +560,24 @@ QString renderHtml(const ReportInput& in, const ConClass& con) {
     ctx["part_unit"] = mu::data(feet ? "in" : "cm");
 
     const Columns columns(rows, uses);
-    const QString table = in.workingTable.toLower();
-    if (table == QLatin1String("dummy_estimation") ||
-        table == QLatin1String("prev_dummy_estimation"))
+    switch (in.context) {
+    case Context::Estimate:
         addEstimation(ctx, rows, columns, feet, uses(QStringLiteral("groups")));
-    else if (table == QLatin1String("dummy_reinforcement_report"))
+        break;
+    case Context::Reinforcement:
         addReinforcement(ctx, rows, columns, feet);
-    else if (table == QLatin1String("abstractbillrep"))
+        break;
+    case Context::RunningBill:
         addAbstractBill(ctx, rows, columns, run, con);
-    else if (table == QLatin1String("billsraisedreport"))
+        break;
+    case Context::BillsRaised:
         addBillsRaised(ctx, rows, columns, con);
-    else
+        break;
+    case Context::Record:
+    case Context::Plain:
         addPlainRows(ctx, rows, columns);
+        break;
+    }
     Sums all(columns);
     for (const Row& r : rows)
         all.add(r);
@@ -592,10 +589,8 @@ QString renderHtml(const ReportInput& in, const ConClass& con) {
 }
 
 QString renderHtml(const ReportType& type, const ReportRun& run, const ConClass& con) {
-    // The bills raised report of a period has a layout of its own.
-    const bool period = run.forPeriod && type.caption == QLatin1String("Bills Raised Report");
     return renderHtml(
-        {period ? periodLayout() : type.layout, type.workingTable, parameters(type, run), &run},
+        {type.formOf(run).layout, type.workingTable, parameters(type, run), &run, type.context},
         con);
 }
 

@@ -13,8 +13,8 @@
 //   totals                the sums of every figure column over all rows
 //   row_count, has_rows
 //
-// and, by working table:
-//   dummy_estimation      each row also: line (within its item), narration, is_deduction,
+// and, by the context its catalogue entry names:
+//   Estimate              each row also: line (within its item), narration, is_deduction,
 //                         dim1..dim4 and dims (ft-in or m as measured), shape_name,
 //                         signed_qty_q, is_first / is_last of its item, serial of the item,
 //                         and on the item's last line net_qty (additions less deductions);
@@ -22,17 +22,17 @@
 //                         columns of its first row, its rows, its last row as `last` and its
 //                         sums as `total`; item_count; items: the sums of the items' own
 //                         figures (amount, electrical, plumbing, grand, each also _words)
-//   dummy_reinforcement_report  each row also: length (as entered), weight; diameters: the
+//   Reinforcement         each row also: length (as entered), weight; diameters: the
 //                         bars, length and weight by diameter; total_weight
-//   abstractbillrep       items, deductions (each numbered as `serial`) and tds: the lines
+//   RunningBill           items, deductions (each numbered as `serial`) and tds: the lines
 //                         of the bill by kind; figures: gross, deductions, tax and net (each
 //                         also _words); frozen: the bill is frozen; has_deductions;
 //                         bill_date: the bill's date in billsraised
-//   billsraisedreport     bills: each bill row with its payments beneath and its standing
+//   BillsRaised           bills: each bill row with its payments beneath and its standing
 //                         (billed, deductions, tax, net = billed - deductions - tax, received,
 //                         withheld and recoveries typed with the payments, balance = net -
 //                         received, also _words); all: the standing of every bill together
-//   no working table      record: the project's own row, by the number in param1
+//   Record                record: the project's own row, by the number in param1
 
 #include "core/reports/report_run.h"
 
@@ -50,6 +50,7 @@ struct ReportInput {
     QString workingTable; // "" for the project's own record
     QVariantList parameters;
     const ReportRun* run = nullptr;
+    Context context = Context::Plain;
 };
 
 // Renders the layout over its working table. Throws tw::Error naming the file for a missing

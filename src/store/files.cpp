@@ -88,18 +88,31 @@ AtomicFile::AtomicFile(const QString& target, Kind kind)
                                    "one.")
                         .arg(QDir::toNativeSeparators(target_)));
     const mode_t mode = kind == Kind::Output ? 0666 : 0600;
-    // A name of its own, so that two copies writing the same target never share one.
+    // A name of its own, so that two copies writing the same target never share one. The file
+    // is made and locked under a name no sweep looks at, and only then takes its .part name: a
+    // sweep takes an unlocked .part file for a killed writer's, so it must never meet one that
+    // is still being made.
     int err = EEXIST;
+    QString claim;
     for (int attempt = 0; attempt < 16 && err == EEXIST; ++attempt) {
         temp_ = QStringLiteral("%1.%2.part")
                     .arg(target_, QString::number(QRandomGenerator::system()->generate(), 36));
-        fd_ = ::open(encoded(temp_).constData(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+        claim = temp_ + QStringLiteral("-claim");
+        fd_ = ::open(encoded(claim).constData(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
                      mode);
         err = fd_ < 0 ? errno : 0;
     }
     if (fd_ < 0)
         throw Error(failure(target_, err));
     ::flock(fd_, LOCK_EX);
+    if (::renameat2(AT_FDCWD, encoded(claim).constData(), AT_FDCWD, encoded(temp_).constData(),
+                    RENAME_NOREPLACE) != 0) {
+        err = errno;
+        ::unlink(encoded(claim).constData());
+        ::close(fd_);
+        fd_ = -1;
+        throw Error(failure(target_, err));
+    }
 }
 
 AtomicFile::~AtomicFile() {

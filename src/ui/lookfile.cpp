@@ -1,9 +1,9 @@
 #include "ui/lookfile.h"
 
+#include "store/files.h"
 #include "store/store.h"
 
 #include <QFile>
-#include <QSaveFile>
 #include <QTextStream>
 
 namespace look {
@@ -82,16 +82,12 @@ QString lookDefault(const QString& key) {
 }
 
 void writeCfg(const QStringList& keys, const QStringList& values) {
-    // Written aside and put in place whole, so a failure midway leaves the file as it was.
-    QSaveFile file(cfgPath());
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Text))
-        throw tw::Error(QObject::tr("Cannot write %1: %2").arg(cfgPath(), file.errorString()));
-    QTextStream out(&file);
+    QString text;
     for (qsizetype i = 0; i < keys.size(); ++i)
-        out << keys[i] << values.value(i).trimmed() << '\n';
-    out.flush();
-    if (!file.commit())
-        throw tw::Error(QObject::tr("Cannot write %1: %2").arg(cfgPath(), file.errorString()));
+        text += keys[i] + values.value(i).trimmed() + u'\n';
+    // Written aside and put in place whole, never through a link: a full disk or a failure
+    // midway leaves the file as it was.
+    tw::writeFileAtomically(cfgPath(), text.toUtf8());
 }
 
 namespace {

@@ -29,8 +29,9 @@ QStringList textboxvalues(const QStringList& keys);
 // What a look value stands for when the file leaves it empty.
 QString lookDefault(const QString& key);
 
-// Rewrites the whole file with one line per key: the key and its trimmed value. Throws
-// tw::Error naming the file when it cannot be written.
+// Rewrites the whole file with one line per key: the key and its trimmed value, put in place
+// only once it is whole. Throws tw::Error naming the file when it cannot be written (a full disk
+// reads "No space left on the device", a symbolic link is refused); the file is then as it was.
 void writeCfg(const QStringList& keys, const QStringList& values);
 
 // Colour numbers: the top bit marks a colour of the system (its index below it), otherwise

@@ -1,4 +1,5 @@
 #include "cli.h"
+#include "store/backup.h"
 #include "support/core_fixtures.h"
 
 #include <QDir>
@@ -12,6 +13,9 @@
 
 #include <tuple>
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 namespace {
 struct Result {
     int code;
@@ -24,6 +28,21 @@ Result run(const QStringList& args) {
     o.flush();
     e.flush();
     return {code, out, err};
+}
+
+// A new database in `dir` with the project S/1, its own schedule table of one item and its raised
+// bill RA-1.
+void booksOfOneProject(const QString& dir) {
+    ASSERT_EQ(run({QStringLiteral("--folder"), dir, QStringLiteral("init")}).code, 0);
+    tw::ConClass con(twtest::scripted());
+    con.conopen();
+    const qint64 key = con.insert("contractmaster", {{"tw_contract_num", "S/1"}});
+    con.exec(QStringLiteral("create table Sch_%1 (tw_sch_num text, tw_item_desc text, tw_unit "
+                            "text, tw_item_rate real, tw_deduction integer, tw_category_name text)")
+                 .arg(key));
+    con.exec(QStringLiteral("insert into Sch_%1 values ('1', 'Earth work', 'Cum', 10, 0, 'X')")
+                 .arg(key));
+    con.exec("insert into billsraised (tw_contract_num, tw_bill_num) values ('S/1', 'RA-1')");
 }
 } // namespace
 
@@ -53,6 +72,9 @@ TEST(Cli, ErrorsGoToStderrWithANonZeroExit) {
         {{"--folder", dir.filePath("missing"), "init"}, 2, "tallywright-cli: no such folder: "},
         {{"--fast", "init"}, 2, "tallywright-cli: unknown option --fast"},
         {{"init", "extra"}, 2, "tallywright-cli: init takes no arguments"},
+        {{"measurements", "import", "--project", "P"},
+         2,
+         "tallywright-cli: measurements import needs --project NUMBER --bill ID FILE"},
     };
     for (const auto& c : cases) {
         const auto r = run(c.args);
@@ -278,4 +300,157 @@ TEST_F(CliServer, InitBackupAndRestoreOnAServer) {
     EXPECT_EQ(run({"--server", "localhost", "init"}).code, 2);
     twtest::dropDatabase(empty);
     twtest::dropDatabase(other);
+}
+
+// payment add refuses as the payments screen does, naming the option; list prints the screen's
+// columns and the total of the amounts.
+TEST(Cli, PaymentAddChecksAsTheScreenAndListTotals) {
+    QTemporaryDir dir;
+    const QStringList folder{QStringLiteral("--folder"), dir.path()};
+    ASSERT_EQ(run(folder + QStringList{"init"}).code, 0);
+    {
+        tw::ConClass con(twtest::scripted());
+        con.conopen();
+        con.exec("insert into contractmaster (tw_contract_num, tw_contract_name) values "
+                 "('P1', 'Tower'), ('P2', 'Plot')");
+        con.exec("insert into billsraised (tw_contract_num, tw_bill_num, tw_bill_amount) values "
+                 "('P1', 'RA-1', 1000.125), ('P1', 'RA-2', 5)");
+    }
+    const QStringList add = folder + QStringList{"payment", "add",  "--project", "P1",
+                                                 "--bill",  "RA-1", "--date",    "05-03-2024"};
+    const QStringList rest{"--tds",    "2", "--recoveries", "0", "--type",   "Cash",
+                           "--cheque", "-", "--bank",       "-", "--branch", "-"};
+    const struct {
+        QStringList args;
+        int code;
+        const char* err;
+    } cases[] = {
+        {add + QStringList{"--receipt", "R1", "--amount", "100"}, 1,
+         "Tallywright: TDS Amount is blank!! (--tds)\n"},
+        {add + QStringList{"--receipt", "R1", "--amount", " "} + rest, 1,
+         "Tallywright: Payment Amount is blank!! (--amount)\n"},
+        {add + QStringList{"--receipt", "R1", "--amount", "100.5"} + rest, 0, ""},
+        {add + QStringList{"--receipt", "r1", "--amount", "40"} + rest, 1,
+         "Tallywright: Details are already exisiting. Enter another Receipt/Voucher Number "
+         "(--receipt)\n"},
+        {add + QStringList{"--receipt", "R2", "--amount", "1.2.3"} + rest, 0, ""},
+        {add + QStringList{"--amount", "40"} + rest, 2, "tallywright-cli: payment add needs "},
+        {add + QStringList{"--receipt", "R3", "--amount", "1", "--cheque-date", "31-02-2024"}, 2,
+         "tallywright-cli: --cheque-date takes a date as DD-MM-YYYY, not 31-02-2024\n"},
+        {folder +
+             QStringList{"payment", "add", "--project", "P2", "--bill", "RA-1", "--receipt", "R1",
+                         "--date", "05-03-2024", "--amount", "1"} +
+             rest,
+         1, "tallywright-cli: Project P2 has raised no bill RA-1.\n"},
+        {folder + QStringList{"payment", "list", "--project", "P9"}, 1,
+         "tallywright-cli: No project has the number P9.\n"},
+        {folder + QStringList{"payment", "pay"}, 2, "tallywright-cli: payment needs add or list"},
+    };
+    for (const auto& c : cases) {
+        const auto r = run(c.args);
+        EXPECT_EQ(r.code, c.code) << c.args.join(u' ').toStdString();
+        const QString err = QString::fromUtf8(c.err);
+        EXPECT_EQ(r.err.left(err.size()), err) << c.args.join(u' ').toStdString();
+    }
+    const auto r = run(folder + QStringList{"payment", "list", "--project", "p1"});
+    EXPECT_EQ(r.code, 0);
+    EXPECT_EQ(r.out, "Bill RA-1\tBill Amount\t1000.12\n"
+                     "Sl. NO\tPayment Ref\tDate\tAmount\tTDS\tOther Recoveries\n"
+                     "1\tR1\t05-03-2024\t100.5\t2\t0\n"
+                     "2\tR2\t05-03-2024\t1.2\t2\t0\n"
+                     "Total Payment / Receipt\t101.7\n"
+                     "Bill RA-2\tBill Amount\t5\n"
+                     "Sl. NO\tPayment Ref\tDate\tAmount\tTDS\tOther Recoveries\n"
+                     "Total Payment / Receipt\t\n");
+}
+
+// schedule export writes its workbook whole and only then says so; never onto the books or
+// through a link.
+TEST(Cli, ScheduleExportNeverWritesOverTheBooks) {
+    QTemporaryDir dir;
+    const QStringList folder{QStringLiteral("--folder"), dir.path()};
+    booksOfOneProject(dir.path());
+    const QString live = dir.filePath(QStringLiteral("Tallywright.db"));
+    QFile books(live);
+    ASSERT_TRUE(books.open(QIODevice::ReadOnly));
+    const QByteArray before = books.readAll();
+    books.close();
+    QFile victim(dir.filePath(QStringLiteral("notes.txt")));
+    ASSERT_TRUE(victim.open(QIODevice::WriteOnly) && victim.write("keep") == 4);
+    victim.close();
+    const QString link = dir.filePath(QStringLiteral("link.xlsx"));
+    ASSERT_TRUE(victim.link(link));
+    const QString good = dir.filePath(QStringLiteral("s.xlsx"));
+    const struct {
+        QString out;
+        int code;
+        QString text;
+    } cases[] = {
+        {live, 1, "tallywright-cli: " + live + " is the database in use; choose another file.\n"},
+        {link, 1,
+         "tallywright-cli: " + link +
+             " is a symbolic link; Tallywright writes no file "
+             "through one.\n"},
+        {good, 0, "Export Completed Successfully...!\nFile Name is : 's.xlsx'\n"},
+    };
+    for (const auto& c : cases) {
+        const auto r =
+            run(folder + QStringList{"schedule", "export", "--project", "S/1", "--out", c.out});
+        EXPECT_EQ(r.code, c.code) << c.out.toStdString();
+        EXPECT_TRUE((c.code ? r.err : r.out).startsWith(c.text)) << (r.out + r.err).toStdString();
+    }
+    ASSERT_TRUE(books.open(QIODevice::ReadOnly) && victim.open(QIODevice::ReadOnly));
+    EXPECT_EQ(books.readAll(), before);
+    EXPECT_EQ(victim.readAll(), "keep");
+    EXPECT_EQ(QDir(dir.path()).entryList({"*.part"}, QDir::Files), QStringList());
+}
+
+// With a desktop copy running on the folder (its lock held by another process), every command
+// works beside it but restore, which would replace the books under it.
+TEST(Cli, CommandsWorkBesideARunningDesktopButRestore) {
+    QTemporaryDir dir;
+    const QStringList folder{QStringLiteral("--folder"), dir.path()};
+    booksOfOneProject(dir.path());
+    const QString backup = run(folder + QStringList{"backup"}).out.trimmed();
+    const QString number = QStringLiteral("S/1");
+    int ready[2], hold[2];
+    ASSERT_EQ(::pipe(ready), 0);
+    ASSERT_EQ(::pipe(hold), 0);
+    const pid_t desktop = ::fork();
+    if (desktop == 0) {
+        ::close(hold[1]);
+        const tw::AppLock lock(dir.path());
+        char c = lock.state() == tw::AppLock::State::Held ? 'y' : 'n';
+        if (::write(ready[1], &c, 1) == 1)
+            c = char(::read(hold[0], &c, 1)); // until the test lets go
+        ::_exit(0);
+    }
+    ::close(hold[0]);
+    ::close(ready[1]);
+    char held = 0;
+    ASSERT_EQ(::read(ready[0], &held, 1), 1);
+    ASSERT_EQ(held, 'y');
+    const QString workbook = dir.filePath(QStringLiteral("s.xlsx"));
+    const QStringList commands[] = {
+        {"init"},
+        {"backup"},
+        {"backups"},
+        {"payment", "add",        "--project", number, "--bill", "RA-1", "--receipt",    "V1",
+         "--date",  "01-04-2024", "--amount",  "5",    "--tds",  "0",    "--recoveries", "0",
+         "--type",  "Cash",       "--cheque",  "-",    "--bank", "-",    "--branch",     "-"},
+        {"payment", "list", "--project", number},
+        {"schedule", "export", "--project", number, "--out", workbook},
+        {"schedule", "import", "--project", number, workbook},
+    };
+    for (const QStringList& c : commands) {
+        const auto r = run(folder + c);
+        EXPECT_EQ(r.code, 0) << c.join(u' ').toStdString() << ": " << r.err.toStdString();
+    }
+    const auto r = run(folder + QStringList{"restore", backup});
+    EXPECT_EQ(r.code, 1);
+    EXPECT_EQ(r.err, "tallywright-cli: Tallywright is running on " + dir.path() +
+                         ": close it before restoring.\n");
+    ::close(hold[1]);
+    ::close(ready[0]);
+    ::waitpid(desktop, nullptr, 0);
 }

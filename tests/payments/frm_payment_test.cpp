@@ -1,5 +1,6 @@
 #include "screens/payments/frm_payment.h"
 
+#include "cli.h"
 #include "support/fixtures.h"
 
 #include <QApplication>
@@ -239,6 +240,43 @@ TEST_F(FrmPaymentTest, DeleteAsksThroughTheRealBoxAndDeletesOnlyOnYes) {
     EXPECT_EQ(payments()[0].text("tw_recpt_num"), "R2");
     EXPECT_EQ(w.pmntlist->topLevelItemCount(), 1);
     EXPECT_EQ(w.txt_totamt->text(), "40");
+}
+
+// The command line stores the row the screen stores for the same payment, column by column:
+// the project's and the bill's numbers as stored, the amounts read as typed, the dates' text.
+TEST_F(FrmPaymentTest, TheCommandLineStoresWhatTheScreenStores) {
+    auto& w = open();
+    twtest::pick(w.Cmbpaybillno, "RA-2");
+    fill("R 7", "1.2.3");
+    w.txt_tds->setText("12.5");
+    w.cmb_typofpmnt->setEditText(QString::fromUtf8("Chèque"));
+    w.BillDate->setValue(QDate(2024, 3, 5));
+    w.dt_chkdt->setValue(QDate(2024, 2, 29));
+    save();
+    ASSERT_EQ(payments().size(), 1u);
+    const tw::Row byScreen = payments()[0];
+    db().exec("delete from payment_rec");
+
+    QString out, err;
+    QTextStream o(&out), e(&err);
+    const QStringList args{
+        "--folder", folder(),        "payment",   "add",       "--project",
+        "p1",       "--bill",        "ra-2",      "--receipt", "R 7",
+        "--date",   "05-03-2024",    "--amount",  "1.2.3",     "--tds",
+        "12.5",     "--recoveries",  "0",         "--type",    QString::fromUtf8("Chèque"),
+        "--bank",   "State Bank",    "--branch",  "Camp",      "--cheque",
+        "123456",   "--cheque-date", "29-02-2024"};
+    ASSERT_EQ(cli::run(args, o, e), 0) << err.toStdString();
+    ASSERT_EQ(payments().size(), 1u);
+    const tw::Row byCommand = payments()[0];
+    ASSERT_EQ(byCommand.count(), byScreen.count());
+    // Each value with its type: 0 stored as a number is not "0" stored as a text.
+    const auto shown = [](const QVariant& v) {
+        return QString::fromLatin1(v.typeName()) + u' ' + v.toString();
+    };
+    for (int c = 0; c < byScreen.count(); ++c)
+        EXPECT_EQ(shown(byCommand.value(c)), shown(byScreen.value(c)))
+            << byScreen.columnName(c).toStdString();
 }
 
 TEST_F(FrmPaymentTest, TypedTextIsStoredAsTypedAndALongTypeIsToldButKept) {

@@ -213,8 +213,8 @@ TEST_F(Bill, FrozenBillIsReprintedAndItsRowKept) {
     EXPECT_EQ(db().keyed("abstractbills").size(), 3U);
     db().exec("update billsraised set tw_bill_dt='02-04-2026'");
 
-    line("RA-1", "1.1", 5);                            // measured after freezing
-    SaveDeduction(run, db(), {"Water", 9, "Nos", 40}); // and a deduction changed
+    line("RA-1", "1.1", 5);                               // measured after freezing
+    SaveDeductions(run, db(), {{"Water", 9, "Nos", 40}}); // and a deduction changed
     ReportRun again = runOn("RA-1");
     EXPECT_TRUE(again.frozen_flag);
     ASSERT_TRUE(generate(again));

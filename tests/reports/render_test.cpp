@@ -1,10 +1,12 @@
 #include "cli.h"
+#include "core/schedules/workbook.h"
 #include "render/figures.h"
 #include "render/paged.h"
 #include "render/render.h"
 #include "screens/reports/frm_reports.h"
 #include "support/fixtures.h"
 
+#include <QBuffer>
 #include <QDir>
 #include <QFile>
 #include <QGlyphRun>
@@ -230,6 +232,7 @@ public:
         return true;
     }
     std::vector<std::vector<Text>> pages{1};
+    std::vector<QSize> pictures; // as drawn, by their size
 
 protected:
     QPaintEngine* paintEngine() const override { return &engine_; }
@@ -243,7 +246,9 @@ private:
             if (s.state() & DirtyTransform)
                 transform = s.transform();
         }
-        void drawPixmap(const QRectF&, const QPixmap&, const QRectF&) override {}
+        void drawPixmap(const QRectF&, const QPixmap& pm, const QRectF&) override {
+            to.pictures.push_back(pm.size());
+        }
         void drawPolygon(const QPointF*, int, PolygonDrawMode) override {}
         void drawPath(const QPainterPath&) override {}
         void drawTextItem(const QPointF& p, const QTextItem& item) override {
@@ -257,6 +262,46 @@ private:
 };
 
 } // namespace
+
+// A layout shows pictures from the layouts folders or written into it, of at most 10 MB; any
+// other file it names is left out unread, and told once.
+TEST_F(Render, ALayoutShowsOnlyItsOwnPictures) {
+    const QDir layouts(QDir(folder()).filePath("layouts"));
+    QDir().mkpath(layouts.path());
+    QImage picture(4, 4, QImage::Format_RGB32);
+    picture.fill(Qt::red);
+    ASSERT_TRUE(picture.save(layouts.filePath("logo.png")));
+    ASSERT_TRUE(picture.save(QDir(folder()).filePath("outside.png")));
+    QFile::link(QDir(folder()).filePath("outside.png"), layouts.filePath("link.png"));
+    QFile big(layouts.filePath("big.png"));
+    ASSERT_TRUE(big.open(QIODevice::WriteOnly) && big.resize(kLargestPicture + 1));
+    QByteArray png;
+    QBuffer buffer(&png);
+    picture.save(&buffer, "PNG");
+    const struct {
+        QString src;
+        bool shown;
+    } cases[] = {{"logo.png", true},
+                 {layouts.filePath("logo.png"), true},
+                 {"data:image/png;base64," + png.toBase64(), true},
+                 {QDir(folder()).filePath("outside.png"), false},
+                 {"../outside.png", false},
+                 {layouts.filePath("link.png"), false},
+                 {layouts.filePath("big.png"), false}};
+    QString html;
+    for (const auto& c : cases)
+        html += "<p><img src=\"" + c.src + "\"></p>";
+    const auto doc = makeDocument(html, &twtest::scripted());
+    TextPages printer;
+    printDocument(*doc, printer);
+    // The red square drawn from the layouts folder and from the layout; in place of the rest, a
+    // pixel of nothing.
+    const std::vector<QSize> drawn{{4, 4}, {4, 4}, {4, 4}, {1, 1}, {1, 1}, {1, 1}, {1, 1}};
+    EXPECT_EQ(printer.pictures, drawn);
+    ASSERT_EQ(twtest::messages().shown.size(), 1u);
+    for (const auto& c : cases)
+        EXPECT_EQ(twtest::messages().shown[0].text.contains(c.src), !c.shown);
+}
 
 // A table of many pages, laid out by this printing (one heading row, or two with a cell over
 // both) or by Qt (a table with borders): every line once and in order, the heading on every
@@ -334,7 +379,7 @@ TEST(Paging, TheViewerShowsThePagesOfTheSavedPdf) {
         view.show();
         view.setReport(makeDocument(html), "x.pdf");
         const QString path = QDir::temp().filePath("tw-pages.pdf");
-        EXPECT_EQ(view.pageCount(), writePdf(*makeDocument(html), path)) << across;
+        EXPECT_EQ(view.preview->pageCount(), writePdf(*makeDocument(html), path)) << across;
         EXPECT_EQ(view.preview->orientation(),
                   across ? QPageLayout::Landscape : QPageLayout::Portrait);
         QFile::remove(path);
@@ -468,6 +513,34 @@ TEST_F(Screen, SaveAsPdfProposesProjectBillAndType) {
     EXPECT_EQ(reportFileName("A/B", "", "Contract / Schedule"), "A-B Contract - Schedule.pdf");
 }
 
+// The rows a layout reads, for a spreadsheet: the working table's column names, then a line a
+// row, quoted as a sheet reads them back.
+TEST_F(Screen, CommandLineWritesTheRowsForASpreadsheet) {
+    const QString desc = "Brick work, \"first class\"\nin walls";
+    db().exec("update Sch_master set tw_item_desc=?", {desc});
+    for (const QString kind : {"csv", "xlsx"}) {
+        const QString file = QDir(folder()).filePath("rows." + kind);
+        QString out, err;
+        QTextStream o(&out), e(&err);
+        EXPECT_EQ(cli::run({"--folder", folder(), "report", "schedule", "--project", "Hill View",
+                            "--out", file},
+                           o, e),
+                  0);
+        o.flush();
+        EXPECT_EQ(out, "Written: " + QDir::toNativeSeparators(file) + " (1 row)\n");
+    }
+    QFile csv(QDir(folder()).filePath("rows.csv"));
+    ASSERT_TRUE(csv.open(QIODevice::ReadOnly));
+    EXPECT_EQ(csv.readAll(),
+              "tw_contract_num,tw_sch_num,tw_item_desc,tw_item_rate,tw_units,tw_unit_lable\r\n"
+              "HV-1,1.1,\"Brick work, \"\"first class\"\"\nin walls\",250,Feet,Cu ft\r\n");
+    const auto sheet = tw::schedules::readSheet1(QDir(folder()).filePath("rows.xlsx"));
+    ASSERT_EQ(sheet.rows.size(), 2u);
+    EXPECT_EQ(sheet.rows.at(0).at(5), "tw_unit_lable");
+    EXPECT_EQ(sheet.rows.at(1),
+              (tw::schedules::SheetRow{"HV-1", "1.1", desc, 250.0, "Feet", "Cu ft"}));
+}
+
 TEST_F(Screen, CommandLineReportRunsTheSameFill) {
     const QString pdf = QDir(folder()).filePath("de.pdf");
     const struct {
@@ -482,7 +555,7 @@ TEST_F(Screen, CommandLineReportRunsTheSameFill) {
          "tallywright-cli: detailed-estimate needs --bill ID\n"},
         {{"schedule", "--project", "Hill View", "--out", "x.doc"},
          2,
-         "tallywright-cli: report needs --out FILE.pdf or FILE.html\n"},
+         "tallywright-cli: report needs --out FILE.pdf, FILE.html, FILE.csv or FILE.xlsx\n"},
         {{"schedule", "--project", "Nowhere", "--out", pdf},
          1,
          "tallywright-cli: No project is named Nowhere.\n"},
@@ -507,6 +580,6 @@ TEST_F(Screen, CommandLineReportRunsTheSameFill) {
     QFile file(pdf);
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     EXPECT_TRUE(file.read(5).startsWith("%PDF"));
-    // The working table stays filled, as after the screen's run.
-    EXPECT_EQ(db().keyed("dummy_estimation").size(), 1u);
+    // The run's rows were its own: the file's working table stays empty.
+    EXPECT_TRUE(db().keyed("dummy_estimation").empty());
 }

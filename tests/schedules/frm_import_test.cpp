@@ -6,6 +6,8 @@
 
 #include <QApplication>
 #include <QFile>
+#include <QProgressDialog>
+#include <QTimer>
 
 using twtest::messages;
 
@@ -86,6 +88,31 @@ TEST_F(FrmImport, ImportTellsTheOutcomeOfEachFile) {
     }
     // good.xls added four rows; the failing files met rows it had added already.
     EXPECT_EQ(db().keyed(table).size(), 4u);
+}
+
+// While a workbook is read the desktop goes on: its timers fire and draw, and a box shows the
+// progress once the reading takes long.
+TEST_F(FrmImport, TheDesktopGoesOnWhileAWorkbookIsRead) {
+    open();
+    twtest::pick(screen->CmbCntrctNm, QStringLiteral("12/A"));
+    screen->Txt_FileName->setText(Workbooks + "/slow.xlsx");
+    int ticks = 0;
+    bool progressShown = false;
+    QTimer timer;
+    QObject::connect(&timer, &QTimer::timeout, [&] {
+        ++ticks;
+        if (const auto* p = screen->findChild<QProgressDialog*>(); p && p->isVisible())
+            progressShown = true;
+    });
+    timer.start(20);
+    messages().clear();
+    click("CmdImport");
+    timer.stop();
+    EXPECT_GT(ticks, 5);
+    EXPECT_TRUE(progressShown);
+    EXPECT_EQ(
+        messages().texts(),
+        std::vector<QString>{"0 Schedules Added Successfully.\n0 schedule items need checking"});
 }
 
 TEST_F(FrmImport, ExportWritesTheWorkbookBesideTheProgram) {

@@ -2,18 +2,39 @@
 // without harm.
 
 #include "core/schedules/schedules.h"
+#include "store/backup.h"
 #include "support/core_fixtures.h"
 
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QRandomGenerator>
+#include <QThread>
+
+#include <csignal>
+#include <fcntl.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 using namespace tw::schedules;
 
 namespace {
 
 const QString Workbooks = QStringLiteral(TW_WORKBOOKS);
+
+// The state letter of a process (R running, S sleeping, Z ended), and its parent; 0 when there
+// is no such process.
+std::pair<char, pid_t> processState(pid_t pid) {
+    QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
+    if (!stat.open(QIODevice::ReadOnly))
+        return {0, 0};
+    const QByteArray line = stat.readAll();
+    const QList<QByteArray> fields = line.mid(line.lastIndexOf(')') + 2).split(' ');
+    return {fields.value(0).isEmpty() ? char(0) : fields.value(0).at(0),
+            pid_t(fields.value(1).toInt())};
+}
 
 class WorkbookImport : public twtest::AppFolderTest {
 protected:
@@ -178,6 +199,118 @@ TEST_F(WorkbookImport, ExportThenImportGivesTheTableBack) {
     EXPECT_EQ(table(back), QStringList({"1|Earth work|Cum|120.5|0|Excavation",
                                         "2|Brick work|Cum|300|1|Other Category",
                                         "3|Plaster, 12 mm|Sqm|45.25|0|Other Category"}));
+}
+
+// Runs `action` in a child process that has a disk of 64 KB of its own at `dir` (a tmpfs in a
+// mount namespace: as root, or as a user where user namespaces are allowed) and gives what the
+// action gave; nullopt when no such disk can be made here.
+std::optional<QByteArray> onSmallDisk(const QString& dir,
+                                      const std::function<QByteArray()>& action) {
+    int fds[2];
+    if (::pipe(fds) != 0)
+        return std::nullopt;
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::close(fds[0]);
+        const uid_t uid = ::geteuid();
+        const gid_t gid = ::getegid();
+        if (::unshare(CLONE_NEWNS | (uid ? CLONE_NEWUSER : 0)) != 0)
+            ::_exit(2);
+        const auto put = [](const char* file, const QByteArray& text) {
+            const int fd = ::open(file, O_WRONLY);
+            return fd >= 0 && ::write(fd, text.constData(), size_t(text.size())) == text.size() &&
+                   ::close(fd) == 0;
+        };
+        if (uid && !(put("/proc/self/setgroups", "deny") &&
+                     put("/proc/self/uid_map", "0 " + QByteArray::number(uid) + " 1") &&
+                     put("/proc/self/gid_map", "0 " + QByteArray::number(gid) + " 1")))
+            ::_exit(2);
+        if (::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+            ::mount("tmpfs", QFile::encodeName(dir).constData(), "tmpfs", 0, "size=64k") != 0)
+            ::_exit(2);
+        const QByteArray said = action();
+        const bool told = ::write(fds[1], said.constData(), size_t(said.size())) == said.size();
+        ::_exit(told ? 0 : 1);
+    }
+    ::close(fds[1]);
+    QByteArray said;
+    char buf[4096];
+    for (ssize_t n; (n = ::read(fds[0], buf, sizeof buf)) > 0;)
+        said.append(buf, n);
+    ::close(fds[0]);
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    if (!WIFEXITED(status) || WEXITSTATUS(status) == 2)
+        return std::nullopt;
+    return said;
+}
+
+// On a disk that fills, the workbook already there stays as it was, no part of the new one is
+// left beside it, and the failure names the workbook and says the disk is full.
+TEST_F(WorkbookImport, AFullDiskLeavesTheOldWorkbookAndSaysSo) {
+    const QString dir = folder() + QStringLiteral("/disk");
+    ASSERT_TRUE(QDir().mkpath(dir));
+    const QString target = dir + QStringLiteral("/schedule.xlsx");
+    const auto said = onSmallDisk(dir, [&] {
+        QFile old(target);
+        if (!old.open(QIODevice::WriteOnly) || old.write("old") != 3)
+            return QByteArray("no old workbook");
+        old.close();
+        std::vector<SheetRow> rows;
+        for (int i = 0; i < 20000; ++i)
+            rows.push_back({QString::number(i), QStringLiteral("Item %1").arg(i * 7919 % 100003),
+                            QStringLiteral("Cum"), i * 1.37, false, QStringLiteral("Cat")});
+        QByteArray out;
+        try {
+            writeSheet1(target, rows);
+            out = "written";
+        } catch (const tw::Error& e) {
+            out = e.text().toUtf8();
+        }
+        if (!old.open(QIODevice::ReadOnly))
+            return out + "\nno workbook";
+        return out + "\n" + old.readAll() + "\n" +
+               QDir(dir).entryList(QDir::Files).join(u',').toUtf8();
+    });
+    if (!said)
+        GTEST_SKIP() << "no small disk can be made here (needs root or user namespaces)";
+    EXPECT_EQ(QString::fromUtf8(*said),
+              target + QStringLiteral(": No space left on the device\nold\nschedule.xlsx"));
+}
+
+// A program killed while it reads a workbook takes its reader with it at once: the reader must
+// not go on using the processor, nor keep the running-copy lock, once the program is gone.
+TEST_F(WorkbookImport, TheReaderEndsWithTheProgramThatStartedIt) {
+    const pid_t program = ::fork();
+    if (program == 0) {
+        const tw::AppLock running(folder());
+        try {
+            readSheet1(Workbooks + QStringLiteral("/slow.xlsx"));
+        } catch (...) {
+        }
+        ::_exit(0);
+    }
+    ASSERT_GT(program, 0);
+    pid_t reader = 0;
+    for (int i = 0; i < 500 && !reader; ++i) {
+        for (const QString& name : QDir(QStringLiteral("/proc")).entryList(QDir::Dirs))
+            if (const pid_t pid = name.toInt(); pid > 0 && processState(pid).second == program)
+                reader = pid;
+        if (!reader)
+            QThread::msleep(10);
+    }
+    ::kill(program, SIGKILL);
+    ::waitpid(program, nullptr, 0);
+    ASSERT_GT(reader, 0) << "the program started no reader";
+    char state = processState(reader).first;
+    for (int i = 0; i < 50 && state != 0 && state != 'Z'; ++i) {
+        QThread::msleep(10);
+        state = processState(reader).first;
+    }
+    EXPECT_TRUE(state == 0 || state == 'Z') << "the reader still runs: " << state;
+    // The next start finds the folder free.
+    EXPECT_EQ(tw::AppLock(folder()).state(), tw::AppLock::State::Held);
+    ::kill(reader, SIGKILL); // whatever the outcome, nothing is left running
 }
 
 // Damaged and foreign files, and every input the fuzzer found hard, end in one of the messages.

@@ -121,6 +121,20 @@ TEST_F(SetupTest, WithNoFileTheScreenStartsEmptyAndSaveMakesItWithBareLookKeys) 
 }
 
 // A limit holds what is typed; a longer text written by hand into the file is kept whole.
+// The file is put in place whole and never written through a link: a link is refused, naming
+// the file, and the file it points to stays as it was.
+TEST_F(SetupTest, TheFileIsNeverWrittenThroughALink) {
+    const QString elsewhere = folder() + QStringLiteral("/elsewhere.cfg");
+    put(elsewhere, orgLines + lookLines);
+    ASSERT_TRUE(QFile::link(elsewhere, cfgIn(folder())));
+    open();
+    messages().clear();
+    screen->CmdSave_clicked();
+    EXPECT_EQ(messages().texts(), Texts{cfgIn(folder()) + " is a symbolic link; Tallywright "
+                                                          "writes no file through one."});
+    EXPECT_EQ(got(elsewhere), orgLines + lookLines);
+}
+
 TEST_F(SetupTest, ALineLongerThanItsFieldIsLoadedAndSavedWhole) {
     const QByteArray name(50, 'N'), mobile = "98220 12345 6";
     QByteArray file = orgLines + lookLines;

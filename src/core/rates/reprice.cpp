@@ -107,7 +107,6 @@ bool repriceTable(const ConClass& con, const QString& table, const QString& mate
             continue;
         writes.emplace_back(rateColumn, static_cast<double>(total));
         con.update(table, row.id(), writes);
-        ++result.rowsWritten;
     }
     return true;
 }

@@ -17,11 +17,10 @@ namespace tw {
 // slots that name them are priced apart.
 QString MaterialKey();
 
-// What a re-pricing pass did: how many category rows it changed, and, when a row with the
-// material in its eighth slot stopped it, the text of that failure (the rows before it stay
-// written, that row and every row after it keep their old rates).
+// What a re-pricing pass came to: when a row with the material in its eighth slot stopped it,
+// the text of that failure (the rows before it stay written, that row and every row after it
+// keep their old rates).
 struct RepriceResult {
-    int rowsWritten = 0;
     std::optional<QString> failure;
 };
 

@@ -1,31 +1,94 @@
 #include "core/reports/report_run.h"
+#include "core/reports/running_bill.h"
 
 namespace tw::reports {
 
+namespace {
+using P = Parameter;
+
+ReportType type(const char* caption, const char* command, const char* workingTable, Context context,
+                Form form) {
+    ReportType t;
+    t.caption = QString::fromLatin1(caption);
+    t.command = QString::fromLatin1(command);
+    t.workingTable = QString::fromLatin1(workingTable);
+    t.context = context;
+    t.form = std::move(form);
+    return t;
+}
+
+std::vector<ReportType> makeCatalogue() {
+    const QString measured = QStringLiteral("billmaster");
+    std::vector<ReportType> all;
+
+    ReportType& info =
+        all.emplace_back(type("Project Info.", "project-info", "", Context::Record,
+                              {"Contractor_info", {}, {P::ProjectNumber, P::Organisation}}));
+    info.habits.hidesBills = true;
+    info.habits.hidesProjects = true;
+
+    all.emplace_back(type("Detailed Estimate", "detailed-estimate", "dummy_estimation",
+                          Context::Estimate,
+                          {"det_estimation", {BuildEstimateRows}, {P::Organisation}}))
+        .billsFrom = measured;
+
+    ReportType& abstract = all.emplace_back(
+        type("Abstract Estimate", "abstract-estimate", "dummy_estimation", Context::Estimate,
+             {"Abstract_estimation",
+              {BuildEstimateRows, AddServicePercentages},
+              {P::Organisation, P::ProjectName, P::Electrical, P::Plumbing}}));
+    abstract.billsFrom = measured;
+    abstract.percentages = true;
+    abstract.writesFile = true;
+
+    ReportType& detailedBill = all.emplace_back(
+        type("Detailed Bill", "detailed-bill", "dummy_estimation", Context::Estimate,
+             {"Interimbill_Detailed", {BuildEstimateRows}, {P::Organisation}}));
+    detailedBill.billsFrom = measured;
+    detailedBill.habits.clearsBill = true;
+
+    ReportType& bill = all.emplace_back(
+        type("Abstract Bill", "abstract-bill", "abstractbillrep", Context::RunningBill,
+             {"Abstract_Report", {BuildAbstractBill}, {P::Organisation, P::ProjectName, P::Bill}}));
+    bill.billsFrom = measured;
+    bill.runningBill = true;
+    bill.writesFile = true;
+
+    all.emplace_back(type("Final Bill - Detailed", "final-bill", "dummy_estimation",
+                          Context::Estimate,
+                          {"FinalBill_Det", {BuildFinalBill}, {P::Organisation}}))
+        .habits.keepsFrames = true;
+
+    all.emplace_back(type("Reinforcement Report", "reinforcement", "dummy_reinforcement_report",
+                          Context::Reinforcement,
+                          {"reinforcement_report", {BuildReinforcementReport}, {P::Organisation}}))
+        .billsFrom = QStringLiteral("reinforcementmaster");
+
+    ReportType& tender = all.emplace_back(
+        type("Tender Schedule", "tender-schedule", "dummy_estimation", Context::Estimate,
+             {"Tender_Schedule", {BuildEstimateRows, ComputeNetAmounts}, {P::Organisation}}));
+    tender.billsFrom = measured;
+    tender.writesFile = true;
+
+    ReportType& schedule = all.emplace_back(
+        type("Contract / Schedule", "schedule", "dummy_sch_report", Context::Plain,
+             {"Schedule_Details", {BuildScheduleReport}, {P::ProjectName, P::Organisation}}));
+    schedule.habits.readyAtOnce = true;
+    schedule.habits.clearsBill = true;
+
+    ReportType& raised = all.emplace_back(
+        type("Bills Raised Report", "bills-raised", "billsraisedreport", Context::BillsRaised,
+             {"Bill_report_param", {BuildBillsRaisedForProject}, {P::Organisation}}));
+    raised.period = Form{QStringLiteral("Bill_report_param_date"),
+                         {BuildBillsRaisedForPeriod},
+                         {P::FromDate, P::ToDate, P::Organisation}};
+    raised.habits.clearsBill = true;
+    return all;
+}
+} // namespace
+
 const std::vector<ReportType>& catalogue() {
-    static const std::vector<ReportType> types{
-        {QStringLiteral("Project Info."), QStringLiteral("project-info"),
-         QStringLiteral("Contractor_info"), QString(), false},
-        {QStringLiteral("Detailed Estimate"), QStringLiteral("detailed-estimate"),
-         QStringLiteral("det_estimation"), QStringLiteral("dummy_estimation"), true},
-        {QStringLiteral("Abstract Estimate"), QStringLiteral("abstract-estimate"),
-         QStringLiteral("Abstract_estimation"), QStringLiteral("dummy_estimation"), true},
-        {QStringLiteral("Detailed Bill"), QStringLiteral("detailed-bill"),
-         QStringLiteral("Interimbill_Detailed"), QStringLiteral("dummy_estimation"), true},
-        {QStringLiteral("Abstract Bill"), QStringLiteral("abstract-bill"),
-         QStringLiteral("Abstract_Report"), QStringLiteral("abstractbillrep"), true},
-        {QStringLiteral("Final Bill - Detailed"), QStringLiteral("final-bill"),
-         QStringLiteral("FinalBill_Det"), QStringLiteral("dummy_estimation"), false},
-        {QStringLiteral("Reinforcement Report"), QStringLiteral("reinforcement"),
-         QStringLiteral("reinforcement_report"), QStringLiteral("dummy_reinforcement_report"),
-         true},
-        {QStringLiteral("Tender Schedule"), QStringLiteral("tender-schedule"),
-         QStringLiteral("Tender_Schedule"), QStringLiteral("dummy_estimation"), true},
-        {QStringLiteral("Contract / Schedule"), QStringLiteral("schedule"),
-         QStringLiteral("Schedule_Details"), QStringLiteral("dummy_sch_report"), false},
-        {QStringLiteral("Bills Raised Report"), QStringLiteral("bills-raised"),
-         QStringLiteral("Bill_report_param"), QStringLiteral("billsraisedreport"), false},
-    };
+    static const std::vector<ReportType> types = makeCatalogue();
     return types;
 }
 
@@ -43,23 +106,37 @@ const ReportType* findByCommand(const QString& command) {
     return nullptr;
 }
 
-QString periodLayout() {
-    return QStringLiteral("Bill_report_param_date");
-}
-
 QVariantList parameters(const ReportType& type, const ReportRun& run) {
-    const QString& c = type.caption;
-    if (c == QLatin1String("Project Info."))
-        return {run.contract_num, run.ReportOrgName};
-    if (c == QLatin1String("Abstract Estimate"))
-        return {run.ReportOrgName, run.projectName, leadingNumber(run.ewp), leadingNumber(run.wws)};
-    if (c == QLatin1String("Abstract Bill"))
-        return {run.ReportOrgName, run.projectName, run.bill};
-    if (c == QLatin1String("Contract / Schedule"))
-        return {run.projectName, run.ReportOrgName};
-    if (c == QLatin1String("Bills Raised Report") && run.forPeriod)
-        return {dateText(run.fromDate), dateText(run.toDate), run.ReportOrgName};
-    return {run.ReportOrgName};
+    QVariantList values;
+    for (const Parameter p : type.formOf(run).parameters) {
+        switch (p) {
+        case Parameter::Organisation:
+            values << run.ReportOrgName;
+            break;
+        case Parameter::ProjectName:
+            values << run.projectName;
+            break;
+        case Parameter::ProjectNumber:
+            values << run.contract_num;
+            break;
+        case Parameter::Bill:
+            values << run.bill;
+            break;
+        case Parameter::Electrical:
+            values << leadingNumber(run.ewp);
+            break;
+        case Parameter::Plumbing:
+            values << leadingNumber(run.wws);
+            break;
+        case Parameter::FromDate:
+            values << dateText(run.fromDate);
+            break;
+        case Parameter::ToDate:
+            values << dateText(run.toDate);
+            break;
+        }
+    }
+    return values;
 }
 
 } // namespace tw::reports

@@ -146,13 +146,14 @@ Currency NetQuantity::take(const QVariant& recordkey, const QVariant& test, cons
     return net_;
 }
 
+// ---- rows of dummy_estimation -------------------------------------------------------------
+
+namespace {
+// The final bill's amount of a row: the stored rate times the net quantity over the stored unit.
 Nullable finalBillAmount(const QVariant& rate, Currency net, const QVariant& unit) {
     return storedNumber(rate) * net.toDouble() / storedNumber(unit);
 }
 
-// ---- rows of dummy_estimation -------------------------------------------------------------
-
-namespace {
 // The columns a row of dummy_estimation is written with, in the order EstimateRows::add binds.
 const QStringList& estimateColumns() {
     static const QStringList columns =

@@ -86,9 +86,6 @@ private:
     Currency added_, deducted_, net_;
 };
 
-// The final bill's amount of a row: the stored rate times the net quantity over the stored unit.
-Nullable finalBillAmount(const QVariant& rate, Currency net, const QVariant& unit);
-
 // Writes the rows of dummy_estimation for measurement lines taken in order: the detailed
 // estimate of one bill and the final bill of a project.
 class EstimateRows {
@@ -121,8 +118,5 @@ private:
     NetQuantity net_;
     std::optional<Error> netFailure_;
 };
-
-// The final bill's rows of dummy_estimation, with their net figures when `net` is set.
-void finalBillRows(ReportRun& run, const ConClass& con, Messenger& messages, bool net);
 
 } // namespace tw::reports

@@ -1,10 +1,26 @@
+#include "core/projects/projects.h"
 #include "core/reports/fill_support.h"
-#include "core/reports/running_bill.h"
+#include "store/worktables.h"
 
 #include <QFile>
 #include <QTextStream>
 
+#include <utility>
+
 namespace tw::reports {
+
+QStringList BillNumbers(ReportRun& run, const ConClass& con, const QString& projectName,
+                        const QString& table) {
+    if (const auto p = projects::findByName(con, projectName))
+        run.contract_num = p->text(QStringLiteral("tw_contract_num"));
+    QStringList bills;
+    for (const Row& b :
+         con.rows(QStringLiteral("select distinct(tw_bill_num) from %1 where tw_contract_num=?")
+                      .arg(table),
+                  {run.contract_num}))
+        bills << b.text(0);
+    return bills;
+}
 
 void readProject(ReportRun& run, const ConClass& con) {
     if (run.projectName.isEmpty())
@@ -31,27 +47,30 @@ void readReportOrgName(ReportRun& run) {
 }
 
 namespace {
-using Step = void (*)(ReportRun&, const ConClass&, Messenger&);
+// What the steps of a fill tell the user waits for the end of its action: a box waiting for its
+// answer then holds no lock on the file, and another program (or screen) goes on writing. No
+// step asks a question, which could not wait.
+class HeldMessages : public Messenger {
+public:
+    explicit HeldMessages(Messenger& to) : to_(to) {}
+    void release() {
+        for (const Message& m : std::exchange(held_, {}))
+            to_.say(m.text, m.flags, m.title);
+    }
 
-std::vector<Step> stepsOf(const QString& caption, bool forPeriod) {
-    if (caption == QLatin1String("Detailed Estimate") || caption == QLatin1String("Detailed Bill"))
-        return {BuildEstimateRows};
-    if (caption == QLatin1String("Abstract Estimate"))
-        return {BuildEstimateRows, AddServicePercentages};
-    if (caption == QLatin1String("Tender Schedule"))
-        return {BuildEstimateRows, ComputeNetAmounts};
-    if (caption == QLatin1String("Final Bill - Detailed"))
-        return {BuildFinalBill};
-    if (caption == QLatin1String("Reinforcement Report"))
-        return {BuildReinforcementReport};
-    if (caption == QLatin1String("Contract / Schedule"))
-        return {BuildScheduleReport};
-    if (caption == QLatin1String("Abstract Bill"))
-        return {BuildAbstractBill};
-    if (caption == QLatin1String("Bills Raised Report"))
-        return {forPeriod ? BuildBillsRaisedForPeriod : BuildBillsRaisedForProject};
-    return {}; // "Project Info." shows the project's own record
-}
+protected:
+    Answer show(const Message& m) override {
+        if (buttonsOf(m.flags) != Ok)
+            throw Error(
+                QStringLiteral("A report run cannot ask \"%1\" while it fills.").arg(m.text));
+        held_.push_back(m);
+        return Answer::Ok;
+    }
+
+private:
+    Messenger& to_;
+    std::vector<Message> held_;
+};
 } // namespace
 
 bool fill(const ReportType& type, ReportRun& run, const ConClass& con, Messenger& messages) {
@@ -62,22 +81,57 @@ bool fill(const ReportType& type, ReportRun& run, const ConClass& con, Messenger
     // Group numbers only key the rows of this run: counting on from the last run would run a
     // large project past the 16-bit field after a few reports.
     run.group_counter = 0;
+    HeldMessages held(messages);
     try {
         Transaction tx(con);
         try {
-            for (Step step : stepsOf(type.caption, run.forPeriod))
-                step(run, con, messages);
+            if (type.writesFile)
+                writeFirst(con);
+            for (FillStep step : type.formOf(run).steps)
+                step(run, con, held);
         } catch (const Error&) {
             // A run that stops midway leaves what it wrote.
             tx.commit();
             throw;
         }
         tx.commit();
+        held.release();
         return true;
     } catch (const Error& e) {
+        held.release();
         messages.say(e.text(), Critical);
         return false;
     }
+}
+
+LayoutRows layoutRows(const QString& workingTable, const QVariantList& parameters,
+                      const ReportRun& run, const ConClass& con) {
+    LayoutRows out;
+    if (workingTable.isEmpty()) {
+        const QString number =
+            parameters.isEmpty() ? run.contract_num : parameters.front().toString();
+        out.table = QStringLiteral("ContractMaster");
+        out.rows = con.keyed(out.table, QStringLiteral("tw_contract_num=?"), {number});
+    } else {
+        out.table = workingTable;
+        out.rows = con.keyed(out.table);
+    }
+    // The names come from the statement, so a table without rows still has them.
+    const QSqlRecord columns =
+        prepared(con.db(), QStringLiteral("select * from \"%1\" where 0").arg(out.table), {})
+            .record();
+    for (int i = 0; i < columns.count(); ++i)
+        out.columns << columns.fieldName(i);
+    return out;
+}
+
+RunTables::RunTables(const ReportType& type, Messenger& messages) : con_(messages) {
+    con_.conopen();
+    if (!con_.isOpen())
+        return;
+    if (!type.workingTable.isEmpty())
+        makeWorkingTables(con_, {type.workingTable});
+    open_ = true;
 }
 
 } // namespace tw::reports

@@ -1,6 +1,7 @@
 #include "core/reports/running_bill.h"
 
 #include "core/reports/fill_support.h"
+#include "store/worktables.h"
 
 #include <QSet>
 #include <QSqlQuery>
@@ -402,13 +403,6 @@ void LearnUnitLabel(const ConClass& con, const QString& label) {
         con.insert(QStringLiteral("unitlbls"), {{QStringLiteral("tw_unit_lbl"), label}});
 }
 
-void SaveDeduction(const ReportRun& run, const ConClass& con, const Deduction& deduction) {
-    Transaction tx(con);
-    writeDeduction(run, con, deduction);
-    LearnUnitLabel(con, deduction.unit);
-    tx.commit();
-}
-
 void SaveDeductions(const ReportRun& run, const ConClass& con, const std::vector<Deduction>& list) {
     Transaction tx(con);
     for (const Deduction& d : list)
@@ -423,8 +417,31 @@ void DeleteDeduction(const ReportRun& run, const ConClass& con, const QString& d
         con.remove(deductions, row->id());
 }
 
+void ForgetDeduction(const ReportRun& run, const ConClass& con, const QString& description,
+                     double rates) {
+    const auto summary =
+        con.find(QStringLiteral("dummy_ded_det"), QStringLiteral("tw_bill_num=?"), {run.bill});
+    if (!summary)
+        return;
+    Values values{{summary->columnName(4), rates}};
+    for (int place = 5; place <= 17; place += 3) {
+        if (summary->text(place) == description) {
+            values.emplace_back(summary->columnName(place), QStringLiteral(" "));
+            values.emplace_back(summary->columnName(place + 1), 0);
+            values.emplace_back(summary->columnName(place + 2), 0);
+            break;
+        }
+    }
+    Transaction tx(con);
+    con.update(QStringLiteral("dummy_ded_det"), summary->id(), values);
+    tx.commit();
+}
+
 void FreezeBill(ReportRun& run, const ConClass& con) {
     Transaction tx(con);
+    // Freezing reads the bill's row and then writes: it takes the write lock first, so another
+    // writer's commit meanwhile makes it wait instead of failing.
+    writeFirst(con);
     const auto bill = billRow(run, con);
     if (!bill || isYes(bill->value(QStringLiteral("tw_froze"))))
         return;
@@ -440,12 +457,6 @@ void FreezeBill(ReportRun& run, const ConClass& con) {
     }
     tx.commit();
     run.frozen_flag = true;
-}
-
-void LoadFrozenBill(ReportRun& run, const ConClass& con) {
-    Transaction tx(con);
-    copyFrozenLines(run, con);
-    tx.commit();
 }
 
 void BuildBillsRaisedForProject(ReportRun& run, const ConClass& con, Messenger&) {

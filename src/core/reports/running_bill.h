@@ -33,22 +33,25 @@ std::vector<Deduction> LoadDeductions(ReportRun& run, const ConClass& con);
 // The unit labels offered for a deduction, in store order.
 QStringList UnitLabels(const ConClass& con);
 
-// Writes one grid row for run.bill: the row of that description is changed, or added when there
-// is none; the amount is rate times quantity. A label not yet known is learnt into unitlbls.
-void SaveDeduction(const ReportRun& run, const ConClass& con, const Deduction& deduction);
-// Writes the whole grid as one action (the "&Save " of the deductions frame).
+// Writes the whole grid for run.bill as one action (the "&Save " of the deductions frame): the
+// row of each description is changed, or added when there is none; the amount is rate times
+// quantity.
 void SaveDeductions(const ReportRun& run, const ConClass& con,
                     const std::vector<Deduction>& deductions);
 // Learns a unit label typed for a deduction, when the store does not know it yet.
 void LearnUnitLabel(const ConClass& con, const QString& label);
 // Deletes the stored deduction of that description of run.bill at once, if there is one.
 void DeleteDeduction(const ReportRun& run, const ConClass& con, const QString& description);
+// The summary of run.bill's deductions (dummy_ded_det) after one was taken off the grid: its
+// total becomes `rates` (the rates left in the grid) and the first of its five places that holds
+// the description is blanked. Nothing happens when the bill has no summary.
+void ForgetDeduction(const ReportRun& run, const ConClass& con, const QString& description,
+                     double rates);
 
 // Marks run.bill frozen and copies the lines of abstractbillrep into abstractbills, as one
-// action. Does nothing when the bill has no row in billsraised or is frozen already.
+// action. Does nothing when the bill has no row in billsraised or is frozen already. `con` is
+// the run's own (RunTables): the lines copied are those the run computed and showed.
 void FreezeBill(ReportRun& run, const ConClass& con);
-// Puts the frozen copy of run.bill back into abstractbillrep.
-void LoadFrozenBill(ReportRun& run, const ConClass& con);
 
 // The bills raised report into billsraisedreport: the bills of run.contract_num, or those whose
 // date, as text, lies between run.fromDate and run.toDate as text.

@@ -1,7 +1,9 @@
 #include "core/schedules/schedules.h"
 
+#include "core/projects/projects.h"
 #include "core/reports/fill_support.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
 #include <QHash>
@@ -15,13 +17,6 @@
 namespace tw::schedules {
 
 // ---- copying items between projects ---------------------------------------------------------
-
-QString projectNumber(const ConClass& con, const QString& name) {
-    const auto r = con.first(
-        QStringLiteral("select tw_contract_num from contractmaster where tw_contract_name=?"),
-        {name});
-    return r ? r->text(0) : QString();
-}
 
 std::vector<StagedItem> scheduleItems(const ConClass& con, const QString& contractNum) {
     std::vector<StagedItem> items;
@@ -39,10 +34,59 @@ namespace {
 QVariant gridText(const QString& text) {
     return text.isNull() ? QStringLiteral("") : text;
 }
+
+// The messages are the copy screen's, and are translated with it.
+QString trCopy(const char* text) {
+    return QCoreApplication::translate("Frm_Schdls", text);
+}
 } // namespace
 
-void saveStaged(const ConClass& con, const QString& destination,
-                const std::vector<StagedItem>& items) {
+std::optional<Message> checkDestination(const QString& destination, const QString& source) {
+    if (destination.trimmed() != source.trimmed())
+        return std::nullopt;
+    return Message{
+        trCopy("The source and destination project are same. Select different projects."), Ok,
+        defaultTitle()};
+}
+
+std::variant<std::vector<StagedItem>, Refusal> stageOne(const ConClass& con, const QString& source,
+                                                        const std::vector<StagedItem>& staged,
+                                                        const std::optional<QString>& picked) {
+    const QString grid = QStringLiteral("Lst_Schd");
+    if (!picked)
+        return Refusal{grid, trCopy("Please Select a Schedule From Schedule List"), Ok,
+                       trCopy("Investigation Information")};
+    if (std::any_of(staged.begin(), staged.end(),
+                    [&](const StagedItem& s) { return s.number == *picked; }))
+        return Refusal{grid, trCopy("This Schedule is already Added..."), Ok, trCopy("Schedules")};
+    std::vector<StagedItem> one;
+    for (StagedItem& item : scheduleItems(con, source))
+        if (item.number == *picked) {
+            one.push_back(std::move(item));
+            break;
+        }
+    return one;
+}
+
+std::variant<std::vector<StagedItem>, Message> stageAll(const ConClass& con,
+                                                        const QString& source) {
+    std::vector<StagedItem> items = scheduleItems(con, source);
+    if (items.empty())
+        return Message{trCopy("There are no schedules to copy from this porject"), Information,
+                       defaultTitle()};
+    return items;
+}
+
+std::optional<Refusal> saveStaged(const ConClass& con, const QString& sourceName,
+                                  const QString& destination,
+                                  const std::vector<StagedItem>& items) {
+    if (sourceName.trimmed().isEmpty())
+        return Refusal{QStringLiteral("CmbSchItm"),
+                       trCopy("Please Select Schedule Master from the list to Copy From..."), Ok,
+                       trCopy("Schedule Master")};
+    if (items.empty())
+        return Refusal{QStringLiteral("Lst_Schd"), trCopy("There are no Schedules to SAVE...!"), Ok,
+                       trCopy("Empty Schedules Grid")};
     Transaction action(con);
     const QString table = QStringLiteral("sch_master");
     for (const StagedItem& item : items) {
@@ -65,17 +109,16 @@ void saveStaged(const ConClass& con, const QString& destination,
         }
     }
     action.commit();
+    return std::nullopt;
 }
 
 // ---- the project's own schedule table ---------------------------------------------------------
 
 std::optional<Project> findProject(const ConClass& con, const QString& number) {
-    const auto r = con.first(QStringLiteral("select tw_pkey, tw_units from contractmaster where "
-                                            "tw_contract_num=?"),
-                             {number});
+    const auto r = projects::findByNumber(con, number);
     if (!r)
         return std::nullopt;
-    return Project{number, r->text(0), r->text(1)};
+    return Project{number, r->text(QStringLiteral("tw_pkey")), r->text(QStringLiteral("tw_units"))};
 }
 
 QString fileStem(const QString& number) {
@@ -274,8 +317,38 @@ private:
 
 } // namespace
 
-ImportCounts importSchedules(const ConClass& con, const Project& project, const QString& path) {
-    const Sheet sheet = readSheet1(path);
+namespace {
+// The messages are the import screen's, and are translated with it.
+QString trImport(const char* text) {
+    return QCoreApplication::translate("Frm_Import", text);
+}
+
+Refusal noProject(const char* text) {
+    return {QStringLiteral("CmbCntrctNm"), trImport(text), Ok, trImport("Select Contract Number")};
+}
+} // namespace
+
+std::optional<Refusal> checkImport(bool projectPicked, const QString& file) {
+    const QString field = QStringLiteral("Txt_FileName");
+    if (!projectPicked)
+        return noProject("Please Select a Contract Number...!");
+    if (file.isEmpty())
+        return Refusal{field, trImport("Please Select a File Name (Excel File)..."), Ok,
+                       trImport("Select File Name")};
+    if (!QFileInfo(file).isFile())
+        return Refusal{field, trImport("File Not Found..."), Ok, trImport("File Name")};
+    return std::nullopt;
+}
+
+std::optional<Refusal> checkExport(bool projectPicked) {
+    if (!projectPicked)
+        return noProject("Please Select A Contract Number...!");
+    return std::nullopt;
+}
+
+ImportCounts importSchedules(const ConClass& con, const Project& project, const QString& path,
+                             const Waiting& whileReading) {
+    const Sheet sheet = readSheet1(path, whileReading);
     if (!sheet.rows.empty() && sheet.columns < ScheduleColumns)
         throw ImportError(ImportFailure::FewColumns,
                           QStringLiteral("Sheet1 has %1 columns, not six.").arg(sheet.columns));
@@ -301,6 +374,12 @@ Message importedMessage(const ImportCounts& counts) {
                 .arg(counts.added)
                 .arg(counts.toCheck),
             Ok, QStringLiteral("New Schedules Added")};
+}
+
+Refusal failureRefusal(ImportFailure kind) {
+    const Message m = failureMessage(kind);
+    return {kind == ImportFailure::FewColumns ? QStringLiteral("Txt_FileName") : QString(), m.text,
+            m.flags, m.title};
 }
 
 Message failureMessage(ImportFailure kind) {
@@ -333,8 +412,12 @@ QString exportSchedules(const ConClass& con, const Project& project, const QStri
     const QString file =
         path.isEmpty() ? AppFolder::file(fileStem(project.number) + QStringLiteral(".xlsx")) : path;
     writeSheet1(file, [&](SheetRow& row) {
-        if (!rows.next())
+        if (!rows.next()) {
+            // A read that failed midway ends the rows early: the workbook would lack the rest.
+            if (rows.lastError().isValid())
+                throw Error(rows.lastError().text());
             return false;
+        }
         const QVariant deduction = rows.value(4);
         row = {stored(0),
                stored(1),
@@ -344,9 +427,6 @@ QString exportSchedules(const ConClass& con, const Project& project, const QStri
                stored(5)};
         return true;
     });
-    // A read that failed midway ends the rows early: the workbook would lack the rest.
-    if (rows.lastError().isValid())
-        throw Error(rows.lastError().text());
     return file;
 }
 

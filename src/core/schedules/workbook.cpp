@@ -1,8 +1,10 @@
 #include "core/schedules/workbook.h"
 
 #include "core/schedules/workbook_xlsx.h"
+#include "store/files.h"
 
 #include <QDataStream>
+#include <QDir>
 #include <QFile>
 
 #include <freexl.h>
@@ -14,6 +16,7 @@
 #ifdef Q_OS_UNIX
 #include <csignal>
 #include <poll.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -316,8 +319,13 @@ Sheet readXls(const QString& path) {
 
 // Each reader runs in a child process: a damaged or hostile file that makes a reading library
 // crash, read out of bounds or loop ends that child, and the user gets the "not in proper
-// format" message instead of losing the program. The sheet comes back through a pipe.
+// format" message instead of losing the program. The sheet comes back through a pipe. The
+// child may take this long by the clock, and as long again of the processor's time on its own.
 constexpr int ReadSeconds = 20;
+// How often the one waiting for the child hears of it, so a desktop can draw and show progress.
+constexpr int WaitingStepMs = 50;
+// The descriptor the child writes the sheet to, the first after the standard three.
+constexpr int ReaderOut = 3;
 
 QByteArray pack(const Sheet& sheet) {
     QByteArray out;
@@ -413,10 +421,25 @@ void limitMemory() {
 #endif
 }
 
-Sheet readApart(const QString& path, const QByteArray& bytes) {
+// The child ends with the program that started it: one killed in the middle of an import must
+// not leave a reader behind it using the processor for many seconds. Its time on the processor
+// is limited apart from the clock, for a parent stopped in a debugger or starved of time. A
+// reader that fails leaves no core file in the user's folder.
+void bindToParent(pid_t parent) {
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (::getppid() != parent) // the parent died before the binding took
+        ::_exit(1);
+    const rlimit cpu{rlim_t(ReadSeconds), rlim_t(ReadSeconds)};
+    ::setrlimit(RLIMIT_CPU, &cpu);
+    const rlimit core{0, 0};
+    ::setrlimit(RLIMIT_CORE, &core);
+}
+
+Sheet readApart(const QString& path, const QByteArray& bytes, const Waiting& whileReading) {
     int fds[2];
     if (::pipe(fds) != 0)
         return readHere(path, bytes);
+    const pid_t parent = ::getpid();
     const pid_t child = ::fork();
     if (child < 0) {
         ::close(fds[0]);
@@ -424,17 +447,23 @@ Sheet readApart(const QString& path, const QByteArray& bytes) {
         return readHere(path, bytes);
     }
     if (child == 0) {
-        ::close(fds[0]);
+        bindToParent(parent);
+        // The child keeps only the pipe of the descriptors it was born with: the running-copy
+        // lock and the database stay the program's alone.
+        const int out = ReaderOut;
+        if (fds[1] != out && ::dup2(fds[1], out) != out)
+            ::_exit(1);
+        ::close_range(out + 1, ~0U, 0);
         limitMemory();
-        QByteArray out;
+        QByteArray sheet;
         try {
-            out = pack(readHere(path, bytes));
+            sheet = pack(readHere(path, bytes));
         } catch (const std::exception& e) {
-            QDataStream s(&out, QIODevice::WriteOnly);
+            QDataStream s(&sheet, QIODevice::WriteOnly);
             const auto* failure = dynamic_cast<const Error*>(&e);
             s << quint8(0) << (failure ? failure->text() : QString::fromUtf8(e.what()));
         }
-        writeAll(fds[1], out);
+        writeAll(ReaderOut, sheet);
         ::_exit(0);
     }
     ::close(fds[1]);
@@ -444,10 +473,16 @@ Sheet readApart(const QString& path, const QByteArray& bytes) {
     for (;;) {
         const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
             deadline - std::chrono::steady_clock::now());
+        const int wait = whileReading ? int(std::min<long long>(left.count(), WaitingStepMs))
+                                      : int(left.count());
         pollfd p{fds[0], POLLIN, 0};
-        const int ready = left.count() > 0 ? ::poll(&p, 1, int(left.count())) : 0;
+        const int ready = left.count() > 0 ? ::poll(&p, 1, std::max(wait, 0)) : 0;
         if (ready < 0 && errno == EINTR)
             continue;
+        if (ready == 0 && whileReading && left.count() > WaitingStepMs) {
+            whileReading();
+            continue;
+        }
         if (ready <= 0) {
             timedOut = true;
             break;
@@ -494,7 +529,7 @@ SheetRow firstCells(const SheetRow& row, int width) {
     return cells;
 }
 
-Sheet readSheet1(const QString& path) {
+Sheet readSheet1(const QString& path, const Waiting& whileReading) {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         badFormat(file.errorString());
@@ -502,14 +537,18 @@ Sheet readSheet1(const QString& path) {
         badFormat(QStringLiteral("The file is too large for a schedule workbook."));
     const QByteArray bytes = file.readAll();
 #ifdef Q_OS_UNIX
-    return readApart(path, bytes);
+    return readApart(path, bytes, whileReading);
 #else
+    Q_UNUSED(whileReading);
     return readHere(path, bytes);
 #endif
 }
 
 void writeSheet1(const QString& path, const RowSource& next) {
-    const QByteArray file = QFile::encodeName(path);
+    // Written beside the target and put in place whole: a full disk or a failure midway leaves
+    // the file that was there, never a part of a workbook under its name.
+    AtomicFile out(path);
+    const QByteArray file = QFile::encodeName(out.path());
     // Rows go to a temporary file as they are written instead of staying in memory till the
     // end, which keeps a schedule of a million rows to a few megabytes.
     lxw_workbook_options options{};
@@ -520,33 +559,46 @@ void writeSheet1(const QString& path, const RowSource& next) {
     lxw_worksheet* sheet = workbook_add_worksheet(book, "Sheet1");
     lxw_error failed = sheet ? LXW_NO_ERROR : LXW_ERROR_MEMORY_MALLOC_FAILED;
     SheetRow values;
-    for (lxw_row_t row = 0; failed == LXW_NO_ERROR && next(values); ++row) {
-        for (size_t c = 0; c < values.size() && failed == LXW_NO_ERROR; ++c) {
-            const Cell& v = values[c];
-            const auto col = lxw_col_t(c);
-            switch (v.typeId()) {
-            case QMetaType::UnknownType:
-                break;
-            case QMetaType::Bool:
-                failed = worksheet_write_boolean(sheet, row, col, v.toBool(), nullptr);
-                break;
-            case QMetaType::Double:
-            case QMetaType::Int:
-            case QMetaType::LongLong:
-                failed = worksheet_write_number(sheet, row, col, v.toDouble(), nullptr);
-                break;
-            default:
-                failed = worksheet_write_string(sheet, row, col, v.toString().toUtf8().constData(),
-                                                nullptr);
+    try {
+        for (lxw_row_t row = 0; failed == LXW_NO_ERROR && next(values); ++row) {
+            for (size_t c = 0; c < values.size() && failed == LXW_NO_ERROR; ++c) {
+                const Cell& v = values[c];
+                const auto col = lxw_col_t(c);
+                switch (v.typeId()) {
+                case QMetaType::UnknownType:
+                    break;
+                case QMetaType::Bool:
+                    failed = worksheet_write_boolean(sheet, row, col, v.toBool(), nullptr);
+                    break;
+                case QMetaType::Double:
+                case QMetaType::Int:
+                case QMetaType::LongLong:
+                    failed = worksheet_write_number(sheet, row, col, v.toDouble(), nullptr);
+                    break;
+                default:
+                    failed = worksheet_write_string(sheet, row, col,
+                                                    v.toString().toUtf8().constData(), nullptr);
+                }
             }
         }
+    } catch (...) {
+        workbook_close(book);
+        throw;
     }
+    errno = 0;
     const lxw_error closed = workbook_close(book);
+    const int err = errno;
     if (failed == LXW_NO_ERROR)
         failed = closed;
-    if (failed != LXW_NO_ERROR)
+    if (failed != LXW_NO_ERROR) {
+        // The writer tells no more than which step failed; a disk that filled is told as such.
+        if (err == ENOSPC || err == EDQUOT)
+            throw Error(QStringLiteral("%1: %2").arg(QDir::toNativeSeparators(out.target()),
+                                                     systemErrorText(err)));
         throw Error(QStringLiteral("The workbook %1 cannot be written: %2")
                         .arg(path, QString::fromUtf8(lxw_strerror(failed))));
+    }
+    out.commit();
 }
 
 void writeSheet1(const QString& path, const std::vector<SheetRow>& rows) {

@@ -55,18 +55,24 @@ struct Sheet {
     void put(int row, int col, Cell value);
 };
 
+// Called again and again, about every twentieth of a second, while a workbook is being read.
+using Waiting = std::function<void()>;
+
 // Reads Sheet1. The kind of workbook is told by the file's content, not its name, so a renamed
 // file is still read or refused for what it is. Throws ImportError (BadFormat) when the file is
 // no workbook this reader knows, is damaged or protected, or has no sheet named Sheet1 that can
-// be read: an import never reports success on a sheet it did not find.
-Sheet readSheet1(const QString& path);
+// be read: an import never reports success on a sheet it did not find. The reading is done by
+// a child process that ends with the program; `whileReading`, when given, runs meanwhile (a
+// desktop draws and shows progress there).
+Sheet readSheet1(const QString& path, const Waiting& whileReading = {});
 
 // Gives the next row to write in `row` and true, or false when there are no more.
 using RowSource = std::function<bool(SheetRow& row)>;
-// Writes the rows of `next` into Sheet1 of a new .xlsx at `path`, replacing any file there:
-// texts as texts, numbers as numbers, truth values as TRUE/FALSE, empty cells left out. Each
-// row goes to the file as it comes and is not kept, so a table of any length is written in
-// little memory. Throws tw::Error.
+// Writes the rows of `next` into Sheet1 of a new .xlsx at `path`, replacing any file there only
+// once the workbook is whole: texts as texts, numbers as numbers, truth values as TRUE/FALSE,
+// empty cells left out. Each row goes to the file as it comes and is not kept, so a table of
+// any length is written in little memory. Throws tw::Error naming the file (also when `next`
+// throws); `path` is then as it was. The database in use and a symbolic link are refused.
 void writeSheet1(const QString& path, const RowSource& next);
 void writeSheet1(const QString& path, const std::vector<SheetRow>& rows);
 

@@ -1,19 +1,19 @@
 #include "screens/measurements/frm_dims.h"
 
-#include "core/measurements/cal_values.h"
+#include "core/measurements/measurements.h"
 #include "ui/kit.h"
-#include "values/values.h"
 
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
+#include <QScopeGuard>
 #include <QVBoxLayout>
 
 #include <algorithm>
 
 namespace {
 
-using tw::numberText;
+namespace core = tw::measurements;
 using ui::named;
 
 // A dimension field: right-aligned figures, and a length limit on what the user types or
@@ -23,10 +23,6 @@ void dimensionField(QLineEdit* f, int limit) {
     f->setMaximumWidth(f->fontMetrics().horizontalAdvance(QStringLiteral("000000")) + 16);
     ui::typingLimit(f, limit);
 }
-
-// A measurement line is known by its project, bill, schedule item and narration.
-const QString lineKey = QStringLiteral(
-    "(tw_contract_num=?) and (tw_bill_num=?) and (tw_sch_num=?) and (tw_item_narration=?)");
 
 } // namespace
 
@@ -147,7 +143,7 @@ frm_dims::frm_dims(QWidget* parent) : ui::Screen(parent) {
     lineGrid->addWidget(new QLabel(tr("Shape of Object"), this), 1, 0);
     lineGrid->addWidget(cmb_shape, 1, 1, 1, 3, Qt::AlignLeft);
     const std::array<QLabel*, 4> wholeUnit{Label89, Label90, Label91, Label92};
-    fracUnit_ = {Label93, Label94, Label95, Label96};
+    const std::array<QLabel*, 4> fracUnit{Label93, Label94, Label95, Label96};
     for (int i = 0; i < 4; ++i) {
         lbldim_[i]->setMinimumWidth(
             lbldim_[i]->fontMetrics().horizontalAdvance(QStringLiteral("Slant Height")) + 8);
@@ -155,7 +151,7 @@ frm_dims::frm_dims(QWidget* parent) : ui::Screen(parent) {
         lineGrid->addWidget(whole_[i], 2 + i, 1);
         lineGrid->addWidget(wholeUnit[i], 2 + i, 2);
         lineGrid->addWidget(frac_[i], 2 + i, 3);
-        lineGrid->addWidget(fracUnit_[i], 2 + i, 4);
+        lineGrid->addWidget(fracUnit[i], 2 + i, 4);
     }
     lineGrid->addWidget(new QLabel(tr("Quantity"), this), 6, 0, Qt::AlignRight);
     lineGrid->addWidget(txt_qty, 6, 1, 1, 3);
@@ -194,9 +190,8 @@ frm_dims::frm_dims(QWidget* parent) : ui::Screen(parent) {
             ui::guarded([this] { cmb_bill_num_activated(); }));
     connect(Lst_Schd, &QTreeWidget::itemClicked, this,
             ui::guarded([this] { Lst_Schd_itemClicked(); }));
-    // Moving through the schedule with the keys picks the item as a click would.
     connect(Lst_Schd, &QTreeWidget::itemSelectionChanged, this,
-            ui::guarded([this] { Lst_Schd_itemClicked(); }));
+            ui::guarded([this] { Lst_Schd_itemSelectionChanged(); }));
     connect(cmb_shape, &QComboBox::activated, this, ui::guarded([this] { cmb_shape_activated(); }));
     connect(cmd_mes_save, &QPushButton::clicked, this,
             ui::guarded([this] { cmd_mes_save_clicked(); }));
@@ -210,13 +205,10 @@ frm_dims::frm_dims(QWidget* parent) : ui::Screen(parent) {
     ui::guard([this] {
         if (!con.isOpen())
             con.conopen();
-        for (const auto& r : con.rows(QStringLiteral("select * from contractmaster")))
-            cmb_proj_name->addItem(r.text(QStringLiteral("tw_contract_name")));
+        cmb_proj_name->addItems(tw::projectNames(con));
         // No project is chosen until the user picks one.
         cmb_proj_name->setCurrentIndex(-1);
-        // The shapes in the order of their table.
-        for (const auto& r : con.keyed(QStringLiteral("shapes")))
-            cmb_shape->addItem(r.text(QStringLiteral("tw_Shape")));
+        cmb_shape->addItems(core::shapeNames(con));
     });
     ui::guard([this] { selectShape(0); });
     cmbbillded->setCurrentIndex(0);
@@ -237,28 +229,20 @@ void frm_dims::selectShape(int index) {
 }
 
 void frm_dims::cmb_proj_name_activated() {
-    const auto project =
-        con.first(QStringLiteral("select * from contractmaster where tw_contract_name=?"),
-                  {cmb_proj_name->currentText()});
+    const auto project = core::projectByName(con, cmb_proj_name->currentText());
     if (!project)
         return;
-    contract = project->text(QStringLiteral("tw_contract_num"));
-    units = project->text(QStringLiteral("tw_units"));
+    contract = project->number;
+    units = project->units;
 
     cmb_bill_num->clear();
-    for (const auto& r :
-         con.rows(QStringLiteral("select distinct(tw_bill_num) from billmaster where "
-                                 "tw_contract_num=?"),
-                  {contract}))
-        cmb_bill_num->addItem(r.text(0));
+    cmb_bill_num->addItems(core::billNumbers(con, contract));
     // The list is there to pick from; the field itself starts empty.
     cmb_bill_num->setCurrentIndex(-1);
 
     Lst_Schd->clear();
-    for (const auto& r :
-         con.rows(QStringLiteral("select * from sch_master where tw_contract_num=?"), {contract}))
-        ui::addListRow(Lst_Schd, {r.text(QStringLiteral("tw_sch_num")),
-                                  r.text(QStringLiteral("tw_item_desc"))});
+    for (const auto& [number, description] : core::scheduleItems(con, contract))
+        ui::addListRow(Lst_Schd, {number, description});
     ui::fitColumns(Lst_Schd);
 
     dimlist->clear();
@@ -268,7 +252,7 @@ void frm_dims::cmb_proj_name_activated() {
     for (auto* l : {Label89, Label90, Label91, Label92})
         l->setText(metre ? tr("Metres") : tr("Feet"));
     for (auto* l : {Label93, Label94, Label95, Label96})
-        l->setText(metre ? tr("CMs") : tr("Inches"));
+        l->setText(core::fractionCaption(units));
 }
 
 void frm_dims::cmb_bill_num_activated() {
@@ -286,18 +270,21 @@ void frm_dims::Lst_Schd_itemClicked() {
     sch = item->text(0);
 }
 
+// Moving through the schedule with the keys picks the item as a click would.
+void frm_dims::Lst_Schd_itemSelectionChanged() {
+    Lst_Schd_itemClicked();
+}
+
 void frm_dims::cmb_shape_activated() {
     for (auto* l : lbldim_)
         l->clear();
     const QString shape = cmb_shape->currentText();
     if (shape.isEmpty())
         return;
-    // The captions stand in the second to fifth columns of the shape's row.
-    if (const auto r = con.find(QStringLiteral("shapes"), QStringLiteral("tw_shape=?"), {shape})) {
+    if (const auto found = core::findShape(con, shape)) {
         for (int i = 0; i < 4; ++i) {
-            const QString caption = r->text(1 + i);
-            if (!caption.isEmpty())
-                lbldim_[i]->setText(caption);
+            if (!found->captions[i].isEmpty())
+                lbldim_[i]->setText(found->captions[i]);
         }
     }
     // A dimension the shape doesn't ask for can't be typed, and holds nothing.
@@ -312,109 +299,38 @@ void frm_dims::cmb_shape_activated() {
     }
 }
 
-std::optional<tw::Row> frm_dims::Find_Line(const QString& schNum, const QString& narration) const {
-    return con.find(QStringLiteral("BillMaster"), lineKey,
-                    {contract, cmb_bill_num->currentText(), schNum, narration});
-}
-
 void frm_dims::cmd_mes_save_clicked() {
-    // Inches run to 11; a metre's fractional digits have no such limit.
-    if (units == QLatin1String("Feet")) {
-        for (auto* f : frac_) {
-            if (tw::leadingNumber(f->text()) >= 12) {
-                ui::refuse(f, tr("Inches can not be equal to or greater than 12"));
-                return;
-            }
-        }
-    }
-    if (cmb_bill_num->currentText().isEmpty()) {
-        ui::refuse(cmb_bill_num, tr("Please Enter the Bill Number"), ui::Ok);
-        return;
-    }
-    if (rt_sch_item->toPlainText().isEmpty()) {
-        ui::refuse(rt_sch_item, tr("Please Select the Schedule Item "), ui::Ok);
-        return;
-    }
-    if (txt_narration->text().isEmpty()) {
-        ui::refuse(txt_narration, tr("Please Enter the Narration"), ui::Ok);
-        return;
-    }
-    if (txt_qty->text().isEmpty()) {
-        ui::refuse(txt_qty, tr("Please Enter the Qty"), ui::Ok);
-        return;
-    }
-    // A blank whole part is never allowed; a blank fractional part reads as none, and is
-    // filled in as each pair passes, even when a later pair then fails.
+    core::Line line;
+    line.contract = contract;
+    line.units = units;
+    line.bill = cmb_bill_num->currentText();
+    line.sch = sch;
+    line.item = rt_sch_item->toPlainText();
+    line.narration = txt_narration->text();
+    line.shape = cmb_shape->currentText();
     for (int i = 0; i < 4; ++i) {
-        if (whole_[i]->isEnabled() && whole_[i]->text().isEmpty()) {
-            ui::refuse(whole_[i], tr("Please Enter the") + u' ' + lbldim_[i]->text() + tr(" feet"),
-                       ui::Ok);
-            return;
-        }
-        if (frac_[i]->isEnabled() && frac_[i]->text().isEmpty())
-            frac_[i]->setText(QStringLiteral("00"));
+        line.captions[i] = lbldim_[i]->text();
+        line.asked[i] = whole_[i]->isEnabled();
+        line.whole[i] = whole_[i]->text();
+        line.frac[i] = frac_[i]->text();
     }
-
-    // Figures beyond their columns: whole parts and the quantity hold up to the largest sum the
-    // books keep, a fractional part is a 16-bit number. A field the shape does not ask for
-    // cannot be mended here and is left to the arithmetic.
-    for (int i = 0; i < 4; ++i) {
-        if (!whole_[i]->isEnabled())
-            continue;
-        const double whole = tw::leadingNumber(whole_[i]->text());
-        if (!tw::fitsMoney(whole))
-            return ui::refuse(whole_[i], tw::tooLargeText(lbldim_[i]->text(), whole));
-        const double frac = tw::leadingNumber(frac_[i]->text());
-        if (!tw::fitsInt16(frac))
-            return ui::refuse(frac_[i], tw::tooLargeText(fracUnit_[i]->text(), frac, true));
-    }
-    if (const double qty = tw::leadingNumber(txt_qty->text()); !tw::fitsMoney(qty))
-        return ui::refuse(txt_qty, tw::tooLargeText(tr("Quantity"), qty));
-
-    const ui::BusyCursor busy;
-    tw::Dims dims;
-    for (int i = 0; i < 4; ++i) {
-        dims.whole[i] = tw::leadingNumber(whole_[i]->text());
-        // The fractional part is a 16-bit whole number, a half going to the even one: 11.5
-        // passes the inches check above and is stored as 12.
-        dims.frac[i] = tw::toInt16(tw::leadingNumber(frac_[i]->text()));
-    }
-    const double result = tw::Cal_Values(units, cmb_shape->currentText(), dims);
-    const double area = tw::lineTotal(result, txt_qty->text());
-
+    line.qty = txt_qty->text();
+    line.deduction = cmbbillded->currentText() != QLatin1String("No");
+    std::optional<tw::Refusal> refused;
     {
-        tw::Transaction tx(con);
-        const QString bill = cmb_bill_num->currentText();
-        const QString narration = txt_narration->text();
-        const auto category = con.first(
-            QStringLiteral("select * from Sch_master where tw_contract_num=? and tw_sch_num=?"),
-            {contract, sch});
-        tw::Values v;
-        for (int i = 0; i < 4; ++i) {
-            v.emplace_back(QStringLiteral("tw_dim%1").arg(i + 1), dims.whole[i]);
-            v.emplace_back(QStringLiteral("tw_dim%1_inches").arg(i + 1), int(dims.frac[i]));
-        }
-        v.emplace_back(QStringLiteral("tw_cal_Area"), area);
-        v.emplace_back(QStringLiteral("tw_Shape"), cmb_shape->currentText());
-        v.emplace_back(QStringLiteral("tw_deduction"),
-                       cmbbillded->currentText() == QLatin1String("No") ? 0 : 1);
-        // The line follows the category its schedule item has now.
-        v.emplace_back(QStringLiteral("tw_category_name"),
-                       category ? category->value(QStringLiteral("tw_category_name")) : QVariant());
-        v.emplace_back(QStringLiteral("tw_quantity"), tw::leadingNumber(txt_qty->text()));
-
-        if (const auto found = Find_Line(sch, narration)) {
-            v.insert(v.begin(), {QStringLiteral("tw_item_narration"), narration});
-            con.update(QStringLiteral("BillMaster"), found->id(), v);
-        } else {
-            v.insert(v.begin(), {{QStringLiteral("tw_contract_num"), contract},
-                                 {QStringLiteral("tw_bill_num"), bill},
-                                 {QStringLiteral("tw_sch_num"), sch},
-                                 {QStringLiteral("tw_item_narration"), narration}});
-            con.insert(QStringLiteral("BillMaster"), v);
-        }
-        tx.commit();
+        // A blank fractional part reads as none and shows so, also when a later check or the
+        // arithmetic fails.
+        const auto showFilled = qScopeGuard([&] {
+            for (int i = 0; i < 4; ++i) {
+                if (frac_[i]->text() != line.frac[i])
+                    frac_[i]->setText(line.frac[i]);
+            }
+        });
+        const ui::BusyCursor busy;
+        refused = core::saveLine(con, line);
     }
+    if (refused)
+        return ui::refuse(this, *refused);
 
     // The bill and the deduction choice stay, so a run of lines (or of deductions) goes on
     // without touching them; the schedule item has to be picked again.
@@ -431,21 +347,9 @@ void frm_dims::cmd_mes_save_clicked() {
 
 void frm_dims::Show_Measurements() {
     dimlist->clear();
-    const auto lines = con.rows(
-        QStringLiteral("select * from billmaster where (tw_contract_num=?) and (tw_bill_num=?)"),
-        {contract, cmb_bill_num->currentText()});
-    for (const auto& r : lines) {
-        QStringList cells{r.text(QStringLiteral("tw_sch_num")),
-                          r.text(QStringLiteral("tw_item_narration")),
-                          r.text(QStringLiteral("tw_Shape"))};
-        for (int i = 1; i <= 4; ++i)
-            cells << numberText(r.value(QStringLiteral("tw_dim%1").arg(i))) + u'-' +
-                         numberText(r.value(QStringLiteral("tw_dim%1_inches").arg(i)));
-        cells << numberText(r.value(QStringLiteral("tw_quantity")));
-        cells << (r.value(QStringLiteral("tw_deduction")).toBool() ? QStringLiteral("YES")
-                                                                   : QStringLiteral("NO"));
+    for (const QStringList& cells :
+         core::Show_Measurements(con, contract, cmb_bill_num->currentText()))
         ui::addListRow(dimlist, cells);
-    }
     ui::fitColumns(dimlist);
 }
 
@@ -463,10 +367,8 @@ void frm_dims::dimlist_itemDoubleClicked() {
     if (!row)
         return;
     const QString lineSch = row->text(0);
-    if (const auto item = con.first(
-            QStringLiteral("select * from sch_master where (tw_contract_num=?) and (tw_sch_num=?)"),
-            {contract, lineSch}))
-        rt_sch_item->setPlainText(item->text(QStringLiteral("tw_item_desc")));
+    if (const auto item = core::findItem(con, contract, lineSch))
+        rt_sch_item->setPlainText(item->description);
     txt_narration->setText(row->text(1));
     sch = lineSch;
     for (int i = 0; i < cmb_shape->count(); ++i) {
@@ -495,12 +397,8 @@ void frm_dims::cmd_delete_clicked() {
         cmd_delete->setEnabled(false);
         return;
     }
-    if (ui::MsgBox(tr("You are Deleting : ") + row->text(1), ui::OkCancel) == ui::Answer::Ok) {
-        tw::Transaction tx(con);
-        if (const auto found = Find_Line(row->text(0), row->text(1)))
-            con.remove(QStringLiteral("BillMaster"), found->id());
-        tx.commit();
-    }
+    if (ui::MsgBox(tr("You are Deleting : ") + row->text(1), ui::OkCancel) == ui::Answer::Ok)
+        core::deleteLine(con, contract, cmb_bill_num->currentText(), row->text(0), row->text(1));
     Show_Measurements();
     cmd_delete->setEnabled(false);
 }

@@ -14,7 +14,6 @@
 #include <QTreeWidget>
 
 #include <array>
-#include <optional>
 
 class frm_dims : public ui::Screen {
     Q_OBJECT
@@ -57,6 +56,7 @@ public:
     void cmb_proj_name_activated();
     void cmb_bill_num_activated();
     void Lst_Schd_itemClicked();
+    void Lst_Schd_itemSelectionChanged();
     void cmb_shape_activated();
     void cmd_mes_save_clicked();
     void dimlist_itemClicked();
@@ -67,18 +67,12 @@ public:
     // order the store gives them.
     void Show_Measurements();
 
-    // The chosen project and its measure system.
-    const QString& contractNumber() const { return contract; }
-    const QString& measureSystem() const { return units; }
-
 private:
-    std::optional<tw::Row> Find_Line(const QString& schNum, const QString& narration) const;
     void selectShape(int index);
 
     std::array<QLabel*, 4> lbldim_{};
     std::array<QLineEdit*, 4> whole_{};
     std::array<QLineEdit*, 4> frac_{};
-    std::array<QLabel*, 4> fracUnit_{}; // "Inches" or "CMs" beside each fractional field
 
     QString contract; // tw_contract_num of the chosen project
     QString units;    // its tw_units, "Feet" or "Metre"

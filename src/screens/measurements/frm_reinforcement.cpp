@@ -1,5 +1,7 @@
 #include "screens/measurements/frm_reinforcement.h"
 
+#include "core/measurements/steel.h"
+#include "core/projects/projects.h"
 #include "ui/kit.h"
 #include "values/values.h"
 
@@ -12,7 +14,7 @@
 
 namespace {
 
-using tw::numberText;
+namespace core = tw::steel;
 using ui::named;
 
 const QString addNew = QStringLiteral("Add New");
@@ -33,12 +35,6 @@ void warnAtLength(QLineEdit* field, int limit, bool trimmed, const QString& text
 
 bool digitOrBackspace(QChar c) {
     return c == u'\b' || (c >= u'0' && c <= u'9');
-}
-
-// A bar size as a line stores it and the list learns it: its number of millimetres, printed
-// plainly ("12 mm" and "012" are "12").
-QString diameterText(const QString& typed) {
-    return tw::doubleText(tw::leadingNumber(typed));
 }
 
 } // namespace
@@ -179,11 +175,9 @@ Frm_Reinforcement::Frm_Reinforcement(QWidget* parent) : ui::Screen(parent) {
     // ---- opening ----
     CmdRem->setEnabled(false);
     ui::guard([this] {
-        for (const auto& r : con.rows(QStringLiteral("select * from contractmaster")))
-            CmbCntNum->addItem(r.text(QStringLiteral("tw_contract_name")));
+        CmbCntNum->addItems(tw::projectNames(con));
         CmbDia->addItem(addNew);
-        for (const auto& r : con.keyed(QStringLiteral("diameter")))
-            CmbDia->addItem(r.text(0));
+        CmbDia->addItems(core::diameters(con));
         CmbDia->setCurrentIndex(0);
     });
     if (CmbCntNum->count() > 0) {
@@ -225,9 +219,7 @@ bool Frm_Reinforcement::eventFilter(QObject* watched, QEvent* event) {
 void Frm_Reinforcement::CmbCntNum_activated() {
     const QString name = CmbCntNum->currentText();
     if (!name.isEmpty()) {
-        if (const auto r = con.first(QStringLiteral("select tw_units,tw_contract_num from "
-                                                    "contractmaster where tw_contract_name=?"),
-                                     {name})) {
+        if (const auto r = tw::projects::findByName(con, name)) {
             units = r->text(QStringLiteral("tw_units"));
             contract = r->text(QStringLiteral("tw_contract_num"));
         }
@@ -243,10 +235,7 @@ void Frm_Reinforcement::CmbCntNum_activated() {
     }
     CmbBlNo->clear();
     CmbBlNo->addItem(addNew);
-    for (const auto& r : con.rows(QStringLiteral("select distinct(tw_bill_num) from "
-                                                 "reinforcementmaster where tw_contract_num=?"),
-                                  {contract}))
-        CmbBlNo->addItem(r.text(0));
+    CmbBlNo->addItems(core::billNumbers(con, contract));
     CmbBlNo->setCurrentIndex(0);
     tw::reporttableerror(ui::boxes(), {}, {});
 }
@@ -259,102 +248,28 @@ void Frm_Reinforcement::CmbBlNo_activated() {
 
 void Frm_Reinforcement::Show_Reinforcement() {
     LstVwRnftDet->clear();
-    const QString ft = LblMtFt->text();
-    const QString in = LblCmIn->text();
-    // In feet the second part counts inches; in metres it is a plain count of centimetres,
-    // 5 being 0.05 m.
-    const double parts = ft == QLatin1String("Ft") ? 12.0 : 100.0;
-    const auto lines = con.rows(QStringLiteral("select * from reinforcementmaster where "
-                                               "(tw_contract_num=?) and (tw_bill_num=?)"),
-                                {contract, CmbBlNo->currentText()});
-    int number = 0;
-    for (const auto& r : lines) {
-        const QString whole = numberText(r.value(QStringLiteral("tw_length_ft")));
-        const QString frac = numberText(r.value(QStringLiteral("tw_length_inches")));
-        const double total =
-            ((tw::leadingNumber(whole) * parts + tw::leadingNumber(frac)) *
-             tw::leadingNumber(numberText(r.value(QStringLiteral("tw_length_qty"))))) /
-            parts;
-        ui::addListRow(LstVwRnftDet,
-                       {QString::number(++number), r.text(QStringLiteral("tw_narration")),
-                        r.text(QStringLiteral("tw_diameter")),
-                        numberText(r.value(QStringLiteral("tw_length_qty"))),
-                        whole + u' ' + ft + u' ' + frac + u' ' + in, tw::doubleText(total),
-                        r.text(QStringLiteral("tw_remarks"))});
-    }
+    for (const QStringList& cells : core::Show_Reinforcement(
+             con, contract, CmbBlNo->currentText(), LblMtFt->text() == QLatin1String("Ft")))
+        ui::addListRow(LstVwRnftDet, cells);
     ui::fitColumns(LstVwRnftDet);
 }
 
-std::optional<tw::Row> Frm_Reinforcement::Find_Reinforcement(const QString& narration) const {
-    return con.find(QStringLiteral("reinforcementmaster"),
-                    QStringLiteral("(tw_contract_num=?) and (tw_bill_num=?) and (tw_narration=?)"),
-                    {contract, CmbBlNo->currentText(), narration});
-}
-
 void Frm_Reinforcement::CmdAdd_clicked() {
-    using ui::Information;
-    for (auto* f : {TxtMtFt, TxtCmIn, TxtNos}) {
-        if (!tw::strictNumber(f->text())) {
-            ui::refuse(f, tr("Fill in numbers only"), Information, tr("Details"));
-            return;
-        }
-    }
-    const QString bill = CmbBlNo->currentText();
-    if (bill == addNew || bill.isEmpty()) {
-        ui::refuse(CmbBlNo, tr("Please Enter Bill Number..."), Information,
-                   tr("Enter Bill Number"));
-        return;
-    }
-    if (rtb_nrtn->text().isEmpty()) {
-        ui::refuse(rtb_nrtn, tr("Please Enter Narration Details..."), Information,
-                   tr("Enter Narration"));
-        return;
-    }
-    const QString dia = CmbDia->currentText();
-    if (dia == addNew || dia.isEmpty()) {
-        ui::refuse(CmbDia, tr("Please Select Diameter from the List..."), Information,
-                   tr("Enter Diameter"));
-        return;
-    }
-    const double inches = tw::leadingNumber(TxtCmIn->text());
-    if (LblMtFt->text() == QLatin1String("Ft") && inches >= 12) {
-        ui::refuse(TxtCmIn, tr("Inches Cannot be less than 12..."), Information, tr("Inches"));
-        return;
-    }
-    // A hundred centimetres or more is only a warning: the line is saved as typed.
-    if (LblMtFt->text() == QLatin1String("Mt") && inches >= 100)
-        ui::refuse(TxtCmIn, tr("Inches Cannot be less than 100..."), Information, tr("Inches"));
-
-    // A figure beyond the largest the books hold would break the steel report's totals.
-    const std::pair<QLineEdit*, QString> figures[] = {
-        {TxtNos, tr("Nos.")}, {TxtMtFt, tr("Meters/Feet")}, {TxtCmIn, tr("Centimeters/Inches")}};
-    for (const auto& [field, caption] : figures) {
-        const double figure = *tw::strictNumber(field->text());
-        if (!tw::fitsMoney(figure))
-            return ui::refuse(field, tw::tooLargeText(caption, figure));
-    }
-
-    {
-        tw::Transaction tx(con);
-        const QString narration = rtb_nrtn->text();
-        // The three length figures passed the number check above; they are stored as numbers.
-        tw::Values v{
-            {QStringLiteral("tw_narration"), narration},
-            {QStringLiteral("tw_diameter"), diameterText(dia)},
-            {QStringLiteral("tw_length_qty"), *tw::strictNumber(TxtNos->text())},
-            {QStringLiteral("tw_length_ft"), tw::leadingNumber(TxtMtFt->text())},
-            {QStringLiteral("tw_length_inches"), inches},
-            {QStringLiteral("tw_remarks"), TxtRmrks->text()},
-        };
-        if (const auto found = Find_Reinforcement(narration)) {
-            con.update(QStringLiteral("reinforcementmaster"), found->id(), v);
-        } else {
-            v.insert(v.begin(), {{QStringLiteral("tw_contract_num"), contract},
-                                 {QStringLiteral("tw_bill_num"), bill}});
-            con.insert(QStringLiteral("reinforcementmaster"), v);
-        }
-        tx.commit();
-    }
+    core::Line line;
+    line.contract = contract;
+    line.bill = CmbBlNo->currentText();
+    line.narration = rtb_nrtn->text();
+    line.diameter = CmbDia->currentText();
+    line.nos = TxtNos->text();
+    line.whole = TxtMtFt->text();
+    line.frac = TxtCmIn->text();
+    line.remarks = TxtRmrks->text();
+    line.feet = LblMtFt->text() == QLatin1String("Ft");
+    const core::AddOutcome outcome = core::addLine(con, line);
+    if (outcome.warning)
+        ui::refuse(this, *outcome.warning);
+    if (outcome.refusal)
+        return ui::refuse(this, *outcome.refusal);
 
     rtb_nrtn->clear();
     rtb_nrtn->setFocus();
@@ -416,30 +331,7 @@ void Frm_Reinforcement::CmdRem_clicked() {
             CmdRem->setEnabled(false);
         return;
     }
-    // The numbers are read back from the Length text: digits up to the first other character
-    // make the whole part, every later digit joins the fractional part. A point in the second
-    // number is lost with this reading, and such a line is not found.
-    QString whole, frac;
-    qsizetype i = 0;
-    while (i < length.size() && length[i].isDigit())
-        whole += length[i++];
-    for (; i < length.size(); ++i) {
-        if (length[i].isDigit())
-            frac += length[i];
-    }
-    {
-        tw::Transaction tx(con);
-        const auto found =
-            con.find(QStringLiteral("reinforcementmaster"),
-                     QStringLiteral("(tw_contract_num=?) and (tw_bill_num=?) and (tw_narration=?) "
-                                    "and (tw_diameter=?) and (tw_length_qty=?) and "
-                                    "(tw_length_ft=?) and (tw_length_inches=?)"),
-                     {contract, CmbBlNo->currentText(), narration, diameter, tw::leadingNumber(nos),
-                      tw::leadingNumber(whole), tw::leadingNumber(frac)});
-        if (found)
-            con.remove(QStringLiteral("reinforcementmaster"), found->id());
-        tx.commit();
-    }
+    core::deleteLine(con, contract, CmbBlNo->currentText(), narration, diameter, nos, length);
     delete row;
     CmdRem->setEnabled(false);
 }
@@ -468,27 +360,13 @@ void Frm_Reinforcement::CmbBlNo_editingFinished() {
         ui::refuse(CmbBlNo, tr("Maximum 30 Characters Allowed ..."), ui::Ok, tr("Bill Number"));
 }
 
-// A size typed into the list is learnt: it joins table diameter, and the drop-down offers it
-// the next time the screen opens. A size is known by its number of millimetres, however it is
-// spelt ("8", "08", "8 mm"), and is learnt in the one spelling a line stores, so that a line
-// taken back for editing never teaches the list a second name for a size it has. A text
-// without a number is no size and is not learnt.
+// A size typed into the list is learnt on leaving it, and the drop-down offers it the next time
+// the screen opens. It is learnt in the one spelling a line stores, so that a line taken back
+// for editing never teaches the list a second name for a size it has.
 void Frm_Reinforcement::CmbDia_editingFinished() {
     const QString dia = CmbDia->currentText();
-    if (dia == addNew)
-        return;
-    // A size is known by its number, however it was spelt; a text without a number (an empty
-    // field too) is known only as it stands.
-    const double size = tw::leadingNumber(dia);
-    const QString text = size > 0.0 ? diameterText(dia) : dia.trimmed();
-    for (const auto& known : con.keyed(QStringLiteral("diameter"))) {
-        const QString k = known.text(QStringLiteral("tw_diameter"));
-        if (size > 0.0 ? tw::leadingNumber(k) == size : k.trimmed() == text)
-            return;
-    }
-    tw::Transaction tx(con);
-    con.insert(QStringLiteral("diameter"), {{QStringLiteral("tw_diameter"), text}});
-    tx.commit();
+    if (dia != addNew)
+        core::learnDiameter(con, dia);
 }
 
 void Frm_Reinforcement::TxtCmIn_editingFinished() {

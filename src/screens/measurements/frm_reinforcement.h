@@ -12,8 +12,6 @@
 #include <QString>
 #include <QTreeWidget>
 
-#include <optional>
-
 class Frm_Reinforcement : public ui::Screen {
     Q_OBJECT
 public:
@@ -56,15 +54,10 @@ public:
     // CmbBlNo, numbered from 1, with each line's length and total length.
     void Show_Reinforcement();
 
-    const QString& contractNumber() const { return contract; }
-    const QString& measureSystem() const { return units; }
-
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    std::optional<tw::Row> Find_Reinforcement(const QString& narration) const;
-
     QString contract; // tw_contract_num of the chosen project
     QString units;    // its tw_units
     // The row of the grid last clicked, counted from 1; 0 while none was.

@@ -1,7 +1,7 @@
 #include "screens/payments/frm_payment.h"
 
-#include "store/store.h"
-#include "values/values.h"
+#include "core/payments/payments.h"
+#include "core/projects/projects.h"
 
 #include <QDate>
 #include <QEvent>
@@ -13,13 +13,7 @@
 #include <QSignalBlocker>
 #include <QVBoxLayout>
 
-#include <utility>
-
 namespace {
-
-const QString kPayments = QStringLiteral("payment_rec");
-// The store's column for the type of payment holds this many characters.
-constexpr int kTypeLength = 20;
 
 QLineEdit* lineEdit(QWidget* parent, const char* name, int maxLength) {
     auto* e = ui::named(new QLineEdit(parent), name);
@@ -33,10 +27,6 @@ QLineEdit* amountEdit(QWidget* parent, const char* name) {
     auto* e = lineEdit(parent, name, 32767);
     ui::decimalRule(e, false);
     return e;
-}
-
-bool blank(const QString& text) {
-    return text.trimmed().isEmpty();
 }
 
 } // namespace
@@ -72,8 +62,7 @@ frm_payment::frm_payment(QWidget* parent) : ui::Screen(parent) {
     txt_branch = lineEdit(fraPayment, "txt_branch", 50);
 
     pmntlist = ui::named(new QTreeWidget(fraList), "pmntlist");
-    ui::setupListView(pmntlist, {tr("Sl. NO"), tr("Payment Ref"), tr("Date"), tr("Amount"),
-                                 tr("TDS"), tr("Other Recoveries")});
+    ui::setupListView(pmntlist, tw::payments::listColumns());
     txt_totamt = lineEdit(fraList, "txt_totamt", 32767);
     txt_totamt->setReadOnly(true);
     txt_totamt->setAlignment(Qt::AlignRight);
@@ -195,8 +184,7 @@ bool frm_payment::eventFilter(QObject* watched, QEvent* event) {
 
 void frm_payment::FillPaymentLists() {
     CmbPayCno->clear();
-    for (const auto& r : con.keyed(QStringLiteral("contractmaster")))
-        CmbPayCno->addItem(r.text(QStringLiteral("tw_contract_name")));
+    CmbPayCno->addItems(tw::projectNames(con));
     if (CmbPayCno->count() > 0) {
         CmbPayCno->setCurrentIndex(0);
         CmbPayCno_activated();
@@ -204,22 +192,16 @@ void frm_payment::FillPaymentLists() {
     // The types typed before are offered again; an edit of the list is no typing.
     const QSignalBlocker quiet(cmb_typofpmnt);
     cmb_typofpmnt->clear();
-    for (const auto& r : con.rows(QStringLiteral("select distinct tw_pay_type from payment_rec "
-                                                 "where tw_pay_type is not null")))
-        cmb_typofpmnt->addItem(r.text(0));
+    cmb_typofpmnt->addItems(tw::payments::types(con));
     cmb_typofpmnt->setCurrentIndex(-1);
     cmb_typofpmnt->setEditText(QString());
 }
 
 void frm_payment::CmbPayCno_activated() {
-    const auto project = con.find(QStringLiteral("contractmaster"),
-                                  QStringLiteral("tw_contract_name=?"), {CmbPayCno->currentText()});
-    if (project)
+    if (const auto project = tw::projects::findByName(con, CmbPayCno->currentText()))
         contract_num = project->text(QStringLiteral("tw_contract_num"));
     Cmbpaybillno->clear();
-    for (const auto& r : con.keyed(QStringLiteral("billsraised"),
-                                   QStringLiteral("tw_contract_num=?"), {contract_num}))
-        Cmbpaybillno->addItem(r.text(QStringLiteral("tw_bill_num")));
+    Cmbpaybillno->addItems(tw::payments::bills(con, contract_num));
     txt_bl_amount->clear();
     if (Cmbpaybillno->count() > 0) {
         Cmbpaybillno->setCurrentIndex(0);
@@ -230,12 +212,9 @@ void frm_payment::CmbPayCno_activated() {
 }
 
 void frm_payment::Cmbpaybillno_activated() {
-    const auto bill = con.find(QStringLiteral("billsraised"),
-                               QStringLiteral("tw_contract_num=? and tw_bill_num=?"),
-                               {contract_num, billNumber()});
-    if (bill)
-        txt_bl_amount->setText(
-            tw::doubleText(tw::round2(bill->number(QStringLiteral("tw_bill_amount")))));
+    if (const QString amount = tw::payments::billAmount(con, contract_num, billNumber());
+        !amount.isEmpty())
+        txt_bl_amount->setText(amount);
     ShowPayments();
 }
 
@@ -250,31 +229,21 @@ void frm_payment::Cmbpaybillno_focusIn() {
 }
 
 void frm_payment::cmb_typofpmnt_editTextChanged() {
-    if (cmb_typofpmnt->currentText().size() <= kTypeLength)
+    if (cmb_typofpmnt->currentText().size() <= tw::payments::TypeLength)
         return;
-    ui::MsgBox(tr("Type of Payment can not be more than 20 characters"), ui::Information);
+    ui::MsgBox(tw::payments::typeTooLongText(), ui::Information);
     cmb_typofpmnt->setFocus();
 }
 
 void frm_payment::ShowPayments() {
-    txt_totamt->clear();
+    const tw::payments::Listing listed = tw::payments::list(con, contract_num, billNumber());
     pmntlist->clear();
-    int number = 0;
-    for (const auto& r : con.keyed(kPayments, QStringLiteral("tw_contract_num=? and tw_bill_num=?"),
-                                   {contract_num, billNumber()})) {
-        auto* item = ui::addListRow(
-            pmntlist, {QString::number(++number), r.text(QStringLiteral("tw_recpt_num")),
-                       r.text(QStringLiteral("tw_recpt_date")),
-                       tw::numberText(r.value(QStringLiteral("tw_netamt"))),
-                       tw::numberText(r.value(QStringLiteral("tw_tdsamt"))),
-                       tw::numberText(r.value(QStringLiteral("tw_recamt")))});
+    for (const QStringList& cells : listed.rows) {
+        auto* item = ui::addListRow(pmntlist, cells);
         for (int c = 3; c <= 5; ++c)
             item->setTextAlignment(c, Qt::AlignRight | Qt::AlignVCenter);
-        // The total is of the amounts received or paid; TDS and recoveries have their own
-        // columns and are not money that changed hands.
-        txt_totamt->setText(tw::doubleText(tw::leadingNumber(txt_totamt->text()) +
-                                           r.number(QStringLiteral("tw_netamt"))));
     }
+    txt_totamt->setText(listed.total);
 }
 
 void frm_payment::ClearPaymentFields() {
@@ -293,59 +262,14 @@ void frm_payment::pmntlist_itemClicked() {
 }
 
 void frm_payment::cmd_save_clicked() {
-    const std::pair<QWidget*, const char*> required[] = {
-        {txt_amount, QT_TR_NOOP("Payment Amount is blank!!")},
-        {txt_tds, QT_TR_NOOP("TDS Amount is blank!!")},
-        {txt_recoveries, QT_TR_NOOP("Recoveries Amount is blank!!")},
-        {cmb_typofpmnt, QT_TR_NOOP("Type of Payment is blank!!")},
-        {txt_receiptno, QT_TR_NOOP("Receipt/Voucher number is blank!!")},
-        {txt_chkno, QT_TR_NOOP("Cheque/DD number is blank!!")},
-        {txt_bank, QT_TR_NOOP("Bank Name is blank!!")},
-        {txt_branch, QT_TR_NOOP("Branch name is blank!!")}};
-    for (const auto& [field, text] : required) {
-        const QString typed = field == cmb_typofpmnt ? cmb_typofpmnt->currentText()
-                                                     : static_cast<QLineEdit*>(field)->text();
-        if (blank(typed))
-            return ui::refuse(field, tr(text));
-    }
-    // A longer type would not fit its column; it was told as it was typed and is told again.
-    if (cmb_typofpmnt->currentText().size() > kTypeLength)
-        return ui::refuse(cmb_typofpmnt, tr("Type of Payment can not be more than 20 characters"));
-
-    const QString bill = billNumber();
-    const QString receipt = txt_receiptno->text();
-    // A receipt number is unique within its bill only: the same voucher may pay two bills.
-    if (con.find(kPayments,
-                 QStringLiteral("tw_contract_num=? and tw_bill_num=? and tw_recpt_num=?"),
-                 {contract_num, bill, receipt}))
-        return ui::refuse(
-            txt_receiptno,
-            tr("Details are already exisiting. Enter another Receipt/Voucher Number"));
-    // A figure beyond what the books' money type holds would break every bill and register
-    // that sums it.
-    const std::pair<QLineEdit*, const char*> amounts[] = {
-        {txt_amount, QT_TR_NOOP("Amount")},
-        {txt_tds, QT_TR_NOOP("TDS")},
-        {txt_recoveries, QT_TR_NOOP("Other Recoveries")}};
-    for (const auto& [field, caption] : amounts) {
-        const double value = tw::leadingNumber(field->text());
-        if (!tw::fitsMoney(value))
-            return ui::refuse(field, tw::tooLargeText(tr(caption), value));
-    }
-    tw::Transaction tx(con);
-    con.insert(kPayments, {{QStringLiteral("tw_contract_num"), contract_num},
-                           {QStringLiteral("tw_bill_num"), bill},
-                           {QStringLiteral("tw_recpt_num"), receipt},
-                           {QStringLiteral("tw_recpt_date"), BillDate->valueText()},
-                           {QStringLiteral("tw_netamt"), tw::leadingNumber(txt_amount->text())},
-                           {QStringLiteral("tw_recamt"), tw::leadingNumber(txt_recoveries->text())},
-                           {QStringLiteral("tw_tdsamt"), tw::leadingNumber(txt_tds->text())},
-                           {QStringLiteral("tw_pay_type"), cmb_typofpmnt->currentText()},
-                           {QStringLiteral("tw_bank_name"), txt_bank->text()},
-                           {QStringLiteral("tw_branch_name"), txt_branch->text()},
-                           {QStringLiteral("tw_chkno"), txt_chkno->text()},
-                           {QStringLiteral("tw_chkdt"), dt_chkdt->valueText()}});
-    tx.commit();
+    const tw::payments::Payment payment{contract_num,           billNumber(),
+                                        txt_receiptno->text(),  BillDate->valueText(),
+                                        txt_amount->text(),     txt_tds->text(),
+                                        txt_recoveries->text(), cmb_typofpmnt->currentText(),
+                                        txt_chkno->text(),      dt_chkdt->valueText(),
+                                        txt_bank->text(),       txt_branch->text()};
+    if (const auto refused = tw::payments::save(con, payment))
+        return ui::refuse(this, *refused);
     ClearPaymentFields();
     ShowPayments();
 }
@@ -359,18 +283,9 @@ void frm_payment::cmd_delete_clicked() {
     if (row >= 0) {
         const QString receipt = pmntlist->topLevelItem(row)->text(1);
         if (ui::MsgBox(tr("You are Deleting : ") + receipt, ui::YesNo | ui::Question) ==
-            ui::Answer::Yes) {
-            tw::Transaction tx(con);
-            if (const auto found = con.find(
-                    kPayments,
-                    QStringLiteral("tw_contract_num=? and tw_bill_num=? and tw_recpt_num=?"),
-                    {contract_num, billNumber(), receipt})) {
-                con.remove(kPayments, found->id());
-                tx.commit();
-            } else {
-                ui::MsgBox(tr("Selected Item not in the database"));
-            }
-        }
+                ui::Answer::Yes &&
+            !tw::payments::remove(con, contract_num, billNumber(), receipt))
+            ui::MsgBox(tr("Selected Item not in the database"));
     }
     cmd_delete->setEnabled(false);
     ShowPayments();

@@ -1,6 +1,6 @@
 #include "screens/projects/frm_proj.h"
 
-#include "store/store.h"
+#include "core/projects/projects.h"
 #include "values/values.h"
 
 #include <QEvent>
@@ -15,40 +15,6 @@
 namespace {
 
 const QString kAddNew = QStringLiteral("Add New");
-
-// A field of the project as it is written: trimmed, and one blank when empty, because readers
-// all over the program append or trim a blank and never expect an empty text.
-QVariant textValue(const QString& field) {
-    const QString t = field.trimmed();
-    return t.isEmpty() ? QVariant(QStringLiteral(" ")) : QVariant(t);
-}
-
-// The postal code and phone columns hold the digits as typed, or 0 when there are none.
-QVariant digitsValue(const QString& field) {
-    const QString t = field.trimmed();
-    return t.isEmpty() ? QVariant(0) : QVariant(t);
-}
-
-// A stored text shown in its field: a Null and the blank written for an empty field both show
-// as nothing.
-QString shown(const tw::Row& row, const QString& column) {
-    return row.isNull(column) ? QString() : row.text(column).trimmed();
-}
-
-// Digits columns show nothing for 0, the "none" they were saved with.
-QString shownDigits(const tw::Row& row, const QString& column) {
-    const QString t = shown(row, column);
-    return t == QLatin1String("0") ? QString() : t;
-}
-
-QString shownNumber(const tw::Row& row, const QString& column) {
-    const QVariant v = row.value(column);
-    if (v.isNull())
-        return {};
-    bool isNumber = false;
-    const double d = v.toDouble(&isNumber);
-    return isNumber ? tw::doubleText(d) : v.toString().trimmed();
-}
 
 // A field whose limit holds for typing only: a stored text longer than the limit is shown and
 // saved back whole, not cut.
@@ -213,7 +179,7 @@ frm_proj::frm_proj(QWidget* parent) : ui::Screen(parent) {
     connect(cmdcontractclose, &QPushButton::clicked, this,
             ui::guarded([this] { cmdcontractclose_clicked(); }));
 
-    ui::guard([this] { Form_Load(); });
+    ui::guard([this] { loadIds(); });
     resize(sizeHint());
 }
 
@@ -231,10 +197,9 @@ bool frm_proj::eventFilter(QObject* watched, QEvent* event) {
     return ui::Screen::eventFilter(watched, event);
 }
 
-void frm_proj::Form_Load() {
+void frm_proj::loadIds() {
     cmbcontractno->clear();
-    for (const auto& r : con.keyed(QStringLiteral("contractmaster")))
-        cmbcontractno->addItem(r.text(QStringLiteral("tw_contract_num")));
+    cmbcontractno->addItems(tw::projects::numbers(con));
     // No project is shown until one is picked.
     cmbcontractno->setCurrentIndex(-1);
 }
@@ -246,35 +211,25 @@ void frm_proj::cmbcontractno_textEdited() {
 }
 
 void frm_proj::cmbcontractno_activated() {
-    const auto row = con.find(QStringLiteral("contractmaster"), QStringLiteral("tw_contract_num=?"),
-                              {cmbcontractno->currentText()});
-    if (!row)
+    const auto project = tw::projects::show(con, cmbcontractno->currentText());
+    if (!project)
         return;
-    const std::pair<QLineEdit*, const char*> texts[] = {
-        {txtcontractname, "tw_contract_name"}, {txtclientname, "tw_Client_Name"},
-        {txtclientadd1, "tw_Client_adline1"},  {txtclientadd2, "tw_Client_adline2"},
-        {txtclientcity, "tw_Client_city"},     {txtclientemail, "tw_Client_email"},
-        {txtclienturl, "tw_Client_url"},       {txtclientcontact, "tw_client_contact"},
-        {txtclientref, "tw_client_ref"}};
-    for (const auto& [field, column] : texts)
-        field->setText(shown(*row, QString::fromLatin1(column)));
-    txttaxrate->setText(shownNumber(*row, QStringLiteral("tw_tax_rate")));
-    const std::pair<QLineEdit*, const char*> digits[] = {{txtclientpin, "tw_Client_Pin"},
-                                                         {txtclientphone1, "tw_Client_phone1"},
-                                                         {txtclientphone2, "tw_Client_phone2"},
-                                                         {txtclientmobile, "tw_Client_Mobile"}};
-    for (const auto& [field, column] : digits)
-        field->setText(shownDigits(*row, QString::fromLatin1(column)));
-    txtclientrefdate->setValueText(row->text(QStringLiteral("tw_client_ref_date")));
-    txtclientstartdate->setValueText(row->text(QStringLiteral("tw_start_date")));
-    txtclientenddate->setValueText(row->text(QStringLiteral("tw_end_date")));
+    const std::pair<QLineEdit*, QString> texts[] = {
+        {txtcontractname, project->name},   {txtclientname, project->clientName},
+        {txtclientadd1, project->address1}, {txtclientadd2, project->address2},
+        {txtclientcity, project->city},     {txtclientemail, project->email},
+        {txtclienturl, project->url},       {txtclientcontact, project->contact},
+        {txtclientref, project->reference}, {txttaxrate, project->taxRate},
+        {txtclientpin, project->pin},       {txtclientphone1, project->phone1},
+        {txtclientphone2, project->phone2}, {txtclientmobile, project->mobile}};
+    for (const auto& [field, text] : texts)
+        field->setText(text);
+    txtclientrefdate->setValueText(project->referenceDate.value);
+    txtclientstartdate->setValueText(project->startDate.value);
+    txtclientenddate->setValueText(project->endDate.value);
     rememberedStart_ = txtclientstartdate->value();
     rememberedEnd_ = txtclientenddate->value();
-    // A project saved before it had a measure system reads as one in feet.
-    if (row->isNull(QStringLiteral("tw_units")))
-        txtunitrate->setCurrentIndex(0);
-    else
-        txtunitrate->setCurrentIndex(txtunitrate->findText(row->text(QStringLiteral("tw_units"))));
+    txtunitrate->setCurrentIndex(txtunitrate->findText(project->units));
 }
 
 void frm_proj::txttaxrate_textChanged() {
@@ -310,68 +265,31 @@ void frm_proj::txtclientenddate_editingFinished() {
 }
 
 void frm_proj::cmdcontractsave_clicked() {
-    const QString info = tr("Information");
-    const QString id = cmbcontractno->currentText();
-    if (id.trimmed().isEmpty() || id.trimmed() == kAddNew)
-        return ui::refuse(cmbcontractno, tr("Please Enter Project Id"), ui::Information, info);
-    if (txtcontractname->text().trimmed().isEmpty())
-        return ui::refuse(txtcontractname, tr("Please Enter the Project Name"), ui::Information,
-                          info);
-    const std::pair<ui::DateEdit*, const char*> dates[] = {
-        {txtclientrefdate, QT_TR_NOOP("Improper Date format for Reference Date")},
-        {txtclientstartdate, QT_TR_NOOP("Improper Date format for Start Date")},
-        {txtclientenddate, QT_TR_NOOP("Improper Date format for End Date")}};
-    // A date field showing text that is no date would save the date it held before.
-    for (const auto& [date, text] : dates) {
-        const QString shownDate = date->text().trimmed();
-        if (!shownDate.isEmpty() && !tw::dateFromText(shownDate).isValid())
-            return ui::refuse(date, tr(text), ui::Information, info);
-    }
-    if (ui::refuseBadEmail(txtclientemail))
-        return;
-
-    QVariant tax = 0;
-    if (const QString t = txttaxrate->text().trimmed(); !t.isEmpty()) {
-        const auto n = tw::strictNumber(t);
-        if (!n)
-            return ui::refuse(txttaxrate, tr("The tax rate \"%1\" is not a number.").arg(t),
-                              ui::Critical);
-        tax = *n;
-    }
-    tw::Values values{
-        {QStringLiteral("tw_contract_name"), textValue(txtcontractname->text())},
-        {QStringLiteral("tw_Client_Name"), textValue(txtclientname->text())},
-        {QStringLiteral("tw_Client_adline1"), textValue(txtclientadd1->text())},
-        {QStringLiteral("tw_Client_adline2"), textValue(txtclientadd2->text())},
-        {QStringLiteral("tw_Client_city"), textValue(txtclientcity->text())},
-        {QStringLiteral("tw_client_ref_date"), textValue(txtclientrefdate->valueText())},
-        {QStringLiteral("tw_start_date"), textValue(txtclientstartdate->valueText())},
-        {QStringLiteral("tw_end_date"), textValue(txtclientenddate->valueText())},
-        {QStringLiteral("tw_Client_Pin"), digitsValue(txtclientpin->text())},
-        {QStringLiteral("tw_Client_phone1"), digitsValue(txtclientphone1->text())},
-        {QStringLiteral("tw_Client_phone2"), digitsValue(txtclientphone2->text())},
-        {QStringLiteral("tw_Client_Mobile"), digitsValue(txtclientmobile->text())},
-        {QStringLiteral("tw_Client_email"), textValue(txtclientemail->text())},
-        {QStringLiteral("tw_Client_url"), textValue(txtclienturl->text())},
-        {QStringLiteral("tw_client_contact"), textValue(txtclientcontact->text())},
-        {QStringLiteral("tw_client_ref"), textValue(txtclientref->text())},
-        {QStringLiteral("tw_tax_rate"), tax}};
+    tw::projects::Fields project;
+    project.id = cmbcontractno->currentText();
+    project.name = txtcontractname->text();
+    project.reference = txtclientref->text();
+    project.referenceDate = {txtclientrefdate->text(), txtclientrefdate->valueText()};
+    project.startDate = {txtclientstartdate->text(), txtclientstartdate->valueText()};
+    project.endDate = {txtclientenddate->text(), txtclientenddate->valueText()};
+    project.taxRate = txttaxrate->text();
     // With no measure system picked the project keeps the one it has.
     if (txtunitrate->currentIndex() >= 0)
-        values.emplace_back(QStringLiteral("tw_units"), txtunitrate->currentText());
-
-    // The Id is the project's key, compared without regard to case: "p1" changes the project
-    // "P1", which keeps its Id, rather than making a second one beside it. A new Id is listed
-    // when the screen opens again.
-    tw::Transaction tx(con);
-    if (const auto found =
-            con.find(QStringLiteral("contractmaster"), QStringLiteral("tw_contract_num=?"), {id})) {
-        con.update(QStringLiteral("contractmaster"), found->id(), values);
-    } else {
-        values.insert(values.begin(), {QStringLiteral("tw_contract_num"), id});
-        con.insert(QStringLiteral("contractmaster"), values);
-    }
-    tx.commit();
+        project.units = txtunitrate->currentText();
+    project.clientName = txtclientname->text();
+    project.contact = txtclientcontact->text();
+    project.address1 = txtclientadd1->text();
+    project.address2 = txtclientadd2->text();
+    project.city = txtclientcity->text();
+    project.pin = txtclientpin->text();
+    project.phone1 = txtclientphone1->text();
+    project.phone2 = txtclientphone2->text();
+    project.mobile = txtclientmobile->text();
+    project.email = txtclientemail->text();
+    project.url = txtclienturl->text();
+    // A new Id is listed when the screen opens again.
+    if (const auto refused = tw::projects::save(con, project))
+        ui::refuse(this, *refused);
 }
 
 void frm_proj::cmdcontractclose_clicked() {

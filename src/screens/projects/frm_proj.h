@@ -42,8 +42,8 @@ public:
     QPushButton* cmdcontractsave;
     QPushButton* cmdcontractclose;
 
-    // Fills the Id list in store order.
-    void Form_Load();
+    // Fills the Id list in store order, as the screen opens.
+    void loadIds();
     // Warns once the typed Id is longer than the column takes; the text stays.
     void cmbcontractno_textEdited();
     // Shows the project of the picked Id and remembers its start and end dates.

@@ -1,7 +1,7 @@
 #include "screens/projects/frm_schentry.h"
 
-#include "store/store.h"
-#include "values/values.h"
+#include "core/projects/projects.h"
+#include "core/schedules/items.h"
 
 #include <QGridLayout>
 #include <QHBoxLayout>
@@ -14,8 +14,6 @@
 
 namespace {
 
-using tw::numberText;
-
 // What a 1366x768 display leaves a screen of the frame once the frame's title and menu, the
 // screen's own title bar and the task bar have their room.
 constexpr QSize kLargest(1340, 620);
@@ -23,12 +21,6 @@ constexpr QSize kLargest(1340, 620);
 // No column of the list grows wider than about this many characters, so that a long
 // description leaves the columns after it in view; its tool tip shows it whole.
 constexpr int kWidestColumnChars = 60;
-
-// A list or caption as it is written: an item saved with nothing picked stores an empty text,
-// never Null (a Null unit label or type of measure would list as "XXX" and "xxx").
-QString storedText(const QString& text) {
-    return text.isNull() ? QStringLiteral("") : text;
-}
 
 // Sets a list to the first entry equal to `text`; a text the list lacks leaves it as it is.
 void pickEntry(QComboBox* list, const QString& text) {
@@ -131,9 +123,8 @@ frm_schentry::frm_schentry(QWidget* parent) : ui::Screen(parent) {
             ui::guarded([this] { cmb_volarea_activated(); }));
     connect(schlist, &QTreeWidget::itemClicked, this,
             ui::guarded([this] { schlist_itemClicked(); }));
-    // A line reached with the arrow keys is picked as a click picks it.
     connect(schlist, &QTreeWidget::itemSelectionChanged, this,
-            ui::guarded([this] { schlist_itemClicked(); }));
+            ui::guarded([this] { schlist_itemSelectionChanged(); }));
     // Activation is the double click, and Enter on a line for those who work by keyboard.
     connect(schlist, &QTreeWidget::itemActivated, this, [this](QTreeWidgetItem* item) {
         ui::guard([this, item] { schlist_itemActivated(item); });
@@ -142,7 +133,7 @@ frm_schentry::frm_schentry(QWidget* parent) : ui::Screen(parent) {
             ui::guarded([this] { cmd_save_sch_clicked(); }));
     connect(cmd_delete, &QPushButton::clicked, this, ui::guarded([this] { cmd_delete_clicked(); }));
 
-    ui::guard([this] { Form_Load(); });
+    ui::guard([this] { loadLists(); });
     resize(sizeHint());
 }
 
@@ -159,30 +150,26 @@ QSize frm_schentry::sizeHint() const {
     return hint.boundedTo(kLargest);
 }
 
-void frm_schentry::Form_Load() {
+void frm_schentry::loadLists() {
     if (!con.isOpen())
         con.conopen();
     cmb_projname->clear();
-    for (const auto& r : con.keyed(QStringLiteral("contractmaster")))
-        cmb_projname->addItem(r.text(QStringLiteral("tw_contract_name")));
+    cmb_projname->addItems(tw::projectNames(con));
     cmd_delete->setEnabled(false);
 
-    auto fill = [this](QComboBox* list, const QString& table, const QString& column) {
-        list->clear();
-        for (const auto& r : con.keyed(table))
-            list->addItem(r.text(column));
-        // Nothing is picked until the user picks: an item may be saved without one.
-        list->setCurrentIndex(-1);
-    };
-    fill(cmb_volarea, QStringLiteral("volarea"), QStringLiteral("tw_volarea"));
-    fill(cmb_unitnos, QStringLiteral("units"), QStringLiteral("units"));
     // The categories are listed before any project is picked, when no measure system is known
     // yet, so the list always holds the metre categories, also for a project in feet. Picking
     // a category looks its rate up in the table of the project's own system.
-    fill(cmb_category,
-         units_ == QLatin1String("Feet") ? QStringLiteral("categorylist_feet")
-                                         : QStringLiteral("categorylist_meter"),
-         QStringLiteral("tw_category_name"));
+    const tw::schedules::ItemLists lists = tw::schedules::itemLists(con, units_);
+    const std::pair<QComboBox*, const QStringList*> fills[] = {{cmb_volarea, &lists.measureTypes},
+                                                               {cmb_unitnos, &lists.units},
+                                                               {cmb_category, &lists.categories}};
+    for (const auto& [list, entries] : fills) {
+        list->clear();
+        list->addItems(*entries);
+        // Nothing is picked until the user picks: an item may be saved without one.
+        list->setCurrentIndex(-1);
+    }
 
     if (cmb_projname->count() == 0)
         throw tw::Error(tr("No project has been defined yet. Define a project first."));
@@ -193,11 +180,9 @@ void frm_schentry::Form_Load() {
 void frm_schentry::cmb_projname_activated() {
     contractNum_.clear();
     units_.clear();
-    const auto row = con.find(QStringLiteral("contractmaster"),
-                              QStringLiteral("tw_contract_name=?"), {cmb_projname->currentText()});
-    if (row) {
-        contractNum_ = row->text(QStringLiteral("tw_contract_num"));
-        units_ = row->text(QStringLiteral("tw_units"));
+    if (const auto project = tw::projects::findByName(con, cmb_projname->currentText())) {
+        contractNum_ = project->text(QStringLiteral("tw_contract_num"));
+        units_ = project->text(QStringLiteral("tw_units"));
     }
     ReloadList();
 }
@@ -206,28 +191,18 @@ void frm_schentry::ReloadList(const QString& current) {
     // Rebuilding the lines is no pick of the user's: the delete button keeps its state.
     const QSignalBlocker quiet(schlist);
     schlist->clear();
-    slno_ = 1;
     QTreeWidgetItem* keep = nullptr;
-    for (const auto& r : con.keyed(QStringLiteral("sch_master"),
-                                   QStringLiteral("tw_contract_num=?"), {contractNum_})) {
-        const QString desc = r.text(QStringLiteral("tw_item_desc"));
-        auto* item = ui::addListRow(
-            schlist,
-            {QString::number(slno_), r.text(QStringLiteral("tw_sch_num")),
-             // A line of the list shows the description on one line; the tip shows it whole.
-             QString(desc).replace(u'\n', u' '), r.text(QStringLiteral("tw_category_name")),
-             numberText(r.value(QStringLiteral("tw_item_rate"))),
-             r.isNull(QStringLiteral("tw_unit_lable")) ? QStringLiteral("XXX")
-                                                       : r.text(QStringLiteral("tw_unit_lable")),
-             r.isNull(QStringLiteral("tw_volarea")) ? QStringLiteral("xxx")
-                                                    : r.text(QStringLiteral("tw_volarea"))});
+    for (QStringList cells : tw::schedules::itemLines(con, contractNum_)) {
+        const QString desc = cells[Description];
+        // A line of the list shows the description on one line; the tip shows it whole.
+        cells[Description].replace(u'\n', u' ');
+        auto* item = ui::addListRow(schlist, cells);
         item->setToolTip(Description, desc);
         item->setTextAlignment(UnitRate, Qt::AlignRight | Qt::AlignVCenter);
         // Item numbers compare as the store compares them: "2a" is the item "2A".
         if (!keep && !current.isEmpty() &&
             item->text(SchNo).compare(current, Qt::CaseInsensitive) == 0)
             keep = item;
-        ++slno_;
     }
     // Sized now, not later, so that the size hint of a screen about to open knows the columns.
     ui::fitColumns(schlist);
@@ -238,40 +213,23 @@ void frm_schentry::ReloadList(const QString& current) {
 }
 
 void frm_schentry::cmb_category_activated() {
-    const bool feet = units_ == QLatin1String("Feet");
     const QString category = cmb_category->currentText();
-    const auto row =
-        con.find(feet ? QStringLiteral("categorylist_feet") : QStringLiteral("categorylist_meter"),
-                 QStringLiteral("tw_category_name=?"), {category});
-    if (!row) {
+    const auto rate = tw::schedules::categoryRate(con, units_, category);
+    if (!rate) {
         // The rate of the category picked before must not stand beside this name, where a save
         // would store the two together.
         txtschitemrate->clear();
         cmb_category->setCurrentIndex(-1);
-        throw tw::Error(tr("The category \"%1\" is not among the categories in %2.")
-                            .arg(category, feet ? tr("feet") : tr("metres")));
+        throw tw::Error(
+            tr("The category \"%1\" is not among the categories in %2.")
+                .arg(category, units_ == QLatin1String("Feet") ? tr("feet") : tr("metres")));
     }
-    txtschitemrate->setText(numberText(row->value(QStringLiteral("tw_rate"))));
+    txtschitemrate->setText(*rate);
 }
 
 void frm_schentry::cmb_volarea_activated() {
-    const QString shortWord =
-        units_ == QLatin1String("Metre") ? QStringLiteral("Mt") : QStringLiteral("ft");
-    const auto row = con.find(QStringLiteral("volarea"), QStringLiteral("tw_volarea=?"),
-                              {cmb_volarea->currentText()});
-    if (!row)
-        return;
-    const QString type = row->text(QStringLiteral("tw_volarea"));
-    const QString front = row->text(QStringLiteral("tw_label"));
-    if (type == QLatin1String("Area") || type == QLatin1String("Volume") ||
-        type == QLatin1String("Linear"))
-        unitlbl->setText(front + shortWord);
-    else if (type == QLatin1String("Count"))
-        unitlbl->setText(front);
-    else if (type == QLatin1String("Set"))
-        unitlbl->setText(QStringLiteral("Sets"));
-    else if (type == QLatin1String("Lumpsum"))
-        unitlbl->setText(QStringLiteral("Lumpsum"));
+    unitlbl->setText(
+        tw::schedules::unitLabel(con, units_, cmb_volarea->currentText(), unitlbl->text()));
 }
 
 QTreeWidgetItem* frm_schentry::pickedLine() const {
@@ -284,73 +242,41 @@ void frm_schentry::schlist_itemClicked() {
         cmd_delete->setEnabled(true);
 }
 
-std::optional<tw::Row> frm_schentry::findItem(const QString& schNum) const {
-    return con.find(QStringLiteral("sch_master"),
-                    QStringLiteral("tw_contract_num=? and tw_sch_num=?"), {contractNum_, schNum});
-}
-
 void frm_schentry::schlist_itemActivated(QTreeWidgetItem* item) {
     if (!item || schlist->topLevelItemCount() == 0)
         return;
-    const auto row = findItem(item->text(SchNo));
-    if (!row)
+    const auto stored = tw::schedules::findItem(con, contractNum_, item->text(SchNo));
+    if (!stored)
         return;
-    txt_schnum->setText(row->text(QStringLiteral("tw_sch_num")));
-    RtItmDsc->setPlainText(row->text(QStringLiteral("tw_item_desc")));
-    pickEntry(cmb_unitnos, row->text(QStringLiteral("tw_unit")));
+    txt_schnum->setText(stored->number);
+    RtItmDsc->setPlainText(stored->description);
+    pickEntry(cmb_unitnos, stored->unit);
     // The category's own rate is not looked up here: the item's stored rate replaces it below,
     // and a category missing from the feet table must not keep the item from loading.
-    pickEntry(cmb_category, row->text(QStringLiteral("tw_category_name")));
-    if (!row->isNull(QStringLiteral("tw_unit_lable")))
-        unitlbl->setText(row->text(QStringLiteral("tw_unit_lable")));
-    if (!row->isNull(QStringLiteral("tw_volarea"))) {
-        const int i = cmb_volarea->findText(row->text(QStringLiteral("tw_volarea")));
+    pickEntry(cmb_category, stored->category);
+    if (stored->label)
+        unitlbl->setText(*stored->label);
+    if (stored->measureType) {
+        const int i = cmb_volarea->findText(*stored->measureType);
         if (i >= 0) {
             cmb_volarea->setCurrentIndex(i);
             cmb_volarea_activated();
         }
     }
-    txtschitemrate->setText(numberText(row->value(QStringLiteral("tw_item_rate"))));
+    txtschitemrate->setText(stored->rate);
 }
 
 void frm_schentry::cmd_save_sch_clicked() {
-    // A field is missing only when it is empty: an item number of blanks is a number.
-    if (txt_schnum->text().isEmpty())
-        return ui::refuse(txt_schnum, tr("Schedule Item Number is not entered!"));
-    if (RtItmDsc->toPlainText().isEmpty())
-        return ui::refuse(RtItmDsc, tr("Schedule Item Description is not entered!"));
-    const QString rateText = txtschitemrate->text();
-    if (rateText.isEmpty())
-        return ui::refuse(txtschitemrate, tr("Schedule Item Unit Rate is not entered!"));
-    const auto rate = tw::strictNumber(rateText);
-    if (!rate)
-        return ui::refuse(txtschitemrate, tr("The unit rate \"%1\" is not a number.").arg(rateText),
-                          ui::Critical);
-    // The bills sum rates in the money type: a rate it cannot hold would break every bill of
-    // the item.
-    if (!tw::fitsMoney(*rate))
-        return ui::refuse(txtschitemrate, tw::tooLargeText(tr("Unit Rate"), *rate), ui::Critical);
-    if (contractNum_.isEmpty())
-        throw tw::Error(tr("No project is picked. Define a project first."));
-
     const QString schNum = txt_schnum->text();
-    tw::Values values{{QStringLiteral("tw_item_desc"), RtItmDsc->toPlainText()},
-                      {QStringLiteral("tw_item_rate"), *rate},
-                      {QStringLiteral("tw_unit"), storedText(cmb_unitnos->currentText())},
-                      {QStringLiteral("tw_category_name"), storedText(cmb_category->currentText())},
-                      {QStringLiteral("tw_unit_lable"), storedText(unitlbl->text())},
-                      {QStringLiteral("tw_volarea"), storedText(cmb_volarea->currentText())},
-                      {QStringLiteral("tw_deduction"), 0}};
-    tw::Transaction tx(con);
-    if (const auto found = findItem(schNum)) {
-        con.update(QStringLiteral("sch_master"), found->id(), values);
-    } else {
-        values.insert(values.begin(), {{QStringLiteral("tw_contract_num"), contractNum_},
-                                       {QStringLiteral("tw_sch_num"), schNum}});
-        con.insert(QStringLiteral("sch_master"), values);
-    }
-    tx.commit();
-
+    const tw::schedules::Item typed{schNum,
+                                    RtItmDsc->toPlainText(),
+                                    txtschitemrate->text(),
+                                    cmb_unitnos->currentText(),
+                                    cmb_category->currentText(),
+                                    unitlbl->text(),
+                                    cmb_volarea->currentText()};
+    if (const auto refused = tw::schedules::saveItem(con, contractNum_, typed))
+        return ui::refuse(this, *refused);
     ReloadList(schNum);
     RtItmDsc->clear();
     txtschitemrate->clear();
@@ -361,16 +287,12 @@ void frm_schentry::cmd_save_sch_clicked() {
 void frm_schentry::cmd_delete_clicked() {
     const QTreeWidgetItem* line = pickedLine();
     const QString schNum = line ? line->text(SchNo) : QString();
-    if (schNum.isEmpty()) {
+    if (schNum.isEmpty())
         ui::MsgBox(tr("No item selected"), ui::Information);
-    } else if (ui::MsgBox(tr("You are Deleting : ") + schNum + QStringLiteral(" - ") +
-                              line->text(Description),
-                          ui::OkCancel) == ui::Answer::Ok) {
-        tw::Transaction tx(con);
-        if (const auto found = findItem(schNum))
-            con.remove(QStringLiteral("sch_master"), found->id());
-        tx.commit();
-    }
+    else if (ui::MsgBox(tr("You are Deleting : ") + schNum + QStringLiteral(" - ") +
+                            line->text(Description),
+                        ui::OkCancel) == ui::Answer::Ok)
+        tw::schedules::deleteItem(con, contractNum_, schNum);
     ReloadList(schNum);
     cmd_delete->setEnabled(false);
 }

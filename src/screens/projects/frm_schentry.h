@@ -40,8 +40,8 @@ public:
     // Columns of schlist.
     enum Column { SlNo, SchNo, Description, Category, UnitRate, UnitLabel, TypeOfMeasure };
 
-    // Fills the lists and picks the first project.
-    void Form_Load();
+    // Fills the lists and picks the first project, as the screen opens.
+    void loadLists();
     // Keeps the picked project's number and measure system and lists its items.
     void cmb_projname_activated();
     // Lists the items of the kept project in store order. The line of item `current` (else the
@@ -53,22 +53,18 @@ public:
     void cmb_volarea_activated();
     // A picked line with an item number allows deleting it.
     void schlist_itemClicked();
+    // A line reached with the arrow keys is picked as a click picks it.
+    void schlist_itemSelectionChanged() { schlist_itemClicked(); }
     // Loads the item of the line into the fields; the stored rate wins over the category's.
     void schlist_itemActivated(QTreeWidgetItem* item);
     // Checks the fields, then adds the item or overwrites the one with the same number.
     void cmd_save_sch_clicked();
     void cmd_delete_clicked();
 
-    // The picked project, as the screen keeps it.
-    const QString& contractNumber() const { return contractNum_; }
-    const QString& measureSystem() const { return units_; }
-
 private:
-    std::optional<tw::Row> findItem(const QString& schNum) const;
     // The line picked in the list, or null.
     QTreeWidgetItem* pickedLine() const;
 
     QString contractNum_;
     QString units_;
-    int slno_ = 1;
 };

@@ -1,9 +1,9 @@
 #include "screens/rates/catrateanal.h"
 
-#include "core/rates/reprice.h"
+#include "core/rates/categories.h"
+#include "core/rates/materials.h"
 #include "core/rates/slots.h"
 #include "screens/rates/rateform.h"
-#include "store/store.h"
 #include "values/values.h"
 
 #include <QEvent>
@@ -12,13 +12,12 @@
 #include <QHeaderView>
 #include <QMdiArea>
 #include <QMdiSubWindow>
-#include <QSqlRecord>
 #include <QStyle>
 #include <QVBoxLayout>
 
 using tw::doubleText;
 using tw::leadingNumber;
-using tw::numberText;
+using tw::rates::amountOf;
 using ui::named;
 
 namespace {
@@ -37,11 +36,6 @@ QLineEdit* shownField(QWidget* parent, const char* name) {
 void noSelection(QComboBox* c) {
     c->setCurrentIndex(-1);
     c->setEditText(QString());
-}
-
-// The amount of a material: quantity by cost, each read by its leading number.
-QString amountOf(const QString& qty, const QString& cost) {
-    return doubleText(leadingNumber(cost) * leadingNumber(qty));
 }
 
 } // namespace
@@ -154,11 +148,11 @@ catrateanal::catrateanal(QWidget* parent) : ui::Screen(parent) {
     ui::selectAllOnFocusBelow(this);
 
     connect(btngo, &QPushButton::clicked, this, ui::guarded([this] { btngo_clicked(); }));
-    connect(cmbmatl, &QComboBox::activated, this, ui::guarded([this] { LookupMaterial(); }));
+    connect(cmbmatl, &QComboBox::activated, this, ui::guarded([this] { cmbmatl_activated(); }));
     connect(txtmatqty, &QLineEdit::textChanged, this,
             ui::guarded([this] { txtmatqty_textChanged(); }));
     connect(txtmatqty, &QLineEdit::editingFinished, this,
-            ui::guarded([this] { txtmatqty_textChanged(); }));
+            ui::guarded([this] { txtmatqty_editingFinished(); }));
     connect(savematl, &QPushButton::clicked, this, ui::guarded([this] { savematl_clicked(); }));
     connect(matlist, &QTreeWidget::itemClicked, this,
             ui::guarded([this] { matlist_itemClicked(); }));
@@ -166,7 +160,7 @@ catrateanal::catrateanal(QWidget* parent) : ui::Screen(parent) {
             ui::guarded([this] { matlist_itemDoubleClicked(); }));
     connect(delmatl, &QPushButton::clicked, this, ui::guarded([this] { delmatl_clicked(); }));
     connect(saverate, &QPushButton::clicked, this, ui::guarded([this] { saverate_clicked(); }));
-    connect(clrfrm, &QPushButton::clicked, this, ui::guarded([this] { ClearCategoryForm(); }));
+    connect(clrfrm, &QPushButton::clicked, this, ui::guarded([this] { clrfrm_clicked(); }));
     connect(catlist, &QTreeWidget::itemDoubleClicked, this,
             ui::guarded([this] { catlist_itemDoubleClicked(); }));
     connect(delcatitem, &QPushButton::clicked, this, ui::guarded([this] { delcatitem_clicked(); }));
@@ -181,26 +175,30 @@ bool catrateanal::eventFilter(QObject* watched, QEvent* event) {
         // The list starts from Metre every time it is entered; Feet is a deliberate pick.
         cmb_units->setCurrentIndex(0);
     } else if (event->type() == QEvent::FocusOut) {
-        if (watched == cmb_volarea) {
-            const int at = cmb_volarea->currentIndex();
-            if (at >= 0 && cmb_volarea->itemText(at) == cmb_volarea->currentText())
-                ui::guard([this] { ShowUnitLabel(); });
-            else
-                Label7->hide();
-        } else if (watched == cmbmatl) {
-            ui::guard([this] { LookupMaterial(); });
-        }
+        if (watched == cmb_volarea)
+            ui::guard([this] { cmb_volarea_editingFinished(); });
+        else if (watched == cmbmatl)
+            ui::guard([this] { cmbmatl_editingFinished(); });
     }
     return ui::Screen::eventFilter(watched, event);
 }
 
-QString catrateanal::table() const {
-    return measure_system == QLatin1String("M") ? QStringLiteral("CategoryList_Meter")
-                                                : QStringLiteral("CategoryList_Feet");
+// Leaving the kind of measure with an entry of its list shows the unit label; leaving it with
+// a kind typed in hides it.
+void catrateanal::cmb_volarea_editingFinished() {
+    const int at = cmb_volarea->currentIndex();
+    if (at >= 0 && cmb_volarea->itemText(at) == cmb_volarea->currentText())
+        ShowUnitLabel();
+    else
+        Label7->hide();
 }
 
-std::optional<tw::Row> catrateanal::findCategory(const QString& name) const {
-    return con.find(table(), QStringLiteral("tw_category_name=?"), {name});
+void catrateanal::cmbmatl_activated() {
+    LookupMaterial();
+}
+
+void catrateanal::cmbmatl_editingFinished() {
+    LookupMaterial();
 }
 
 void catrateanal::btngo_clicked() {
@@ -243,66 +241,38 @@ void catrateanal::growToShowAll() {
 
 void catrateanal::FillCategoryList() {
     catlist->clear();
-    for (const auto& r : con.keyed(table())) {
-        QStringList cells{r.text(0), r.text(QStringLiteral("tw_description")),
-                          r.text(QStringLiteral("tw_unit"))};
-        // An item with no rate shows its measure type in the rate column.
-        const QString rate = numberText(r.value(QStringLiteral("tw_rate")));
-        if (!rate.isEmpty())
-            cells << rate;
-        if (!r.isNull(QStringLiteral("tw_measure_type")))
-            cells << r.text(QStringLiteral("tw_measure_type"));
+    for (const QStringList& cells : tw::rates::FillCategoryList(con, measure_system))
         ui::addListRow(catlist, cells);
-    }
 }
 
 void catrateanal::FillUnitNos() {
     cmbunitnos->clear();
-    for (const auto& r : con.keyed(QStringLiteral("units")))
-        cmbunitnos->addItem(r.text(QStringLiteral("units")));
+    cmbunitnos->addItems(tw::rates::unitNos(con));
     // Filling the list picks nothing: an item whose unit is not in it loads with no unit, and
     // its save asks for one.
     noSelection(cmbunitnos);
 }
 
 void catrateanal::FillMeasureTypes() {
-    // The kinds of measure are those of the items saved so far; a new kind is typed in.
-    for (const auto& r : con.rows(QStringLiteral("select distinct tw_measure_type from %1 where "
-                                                 "tw_measure_type is not null")
-                                      .arg(table())))
-        cmb_volarea->addItem(r.text(0));
+    cmb_volarea->addItems(tw::rates::measureTypes(con, measure_system));
 }
 
 void catrateanal::FillMaterialCombo() {
-    for (const auto& r : con.rows(QStringLiteral("select tw_mat_desc from Materials")))
-        cmbmatl->addItem(r.text(0));
+    cmbmatl->addItems(tw::rates::materialNames(con));
 }
 
 void catrateanal::LookupMaterial() {
-    const auto m =
-        con.find(QStringLiteral("materials"), tw::MaterialKey(), {cmbmatl->currentText()});
-    if (!m)
-        return;
-    txt_unitrt->setText(tw::formatFixed2(leadingNumber(numberText(m->value(1)))));
-    txt_unitlbl->setText(m->text(QStringLiteral("tw_unitlbl")));
+    if (const auto price = tw::rates::LookupMaterial(con, cmbmatl->currentText())) {
+        txt_unitrt->setText(price->rate);
+        txt_unitlbl->setText(price->unitLabel);
+    }
 }
 
 void catrateanal::ShowUnitLabel() {
-    Label7->setVisible(true);
-    Label7->clear();
-    const QString kind = cmb_volarea->currentText();
-    static const std::pair<const char*, const char*> prefixes[] = {
-        {"Area", "S "}, {"Volume", "Cu "}, {"Count", "Nos "}, {"Linear", "R "}};
-    for (const auto& [measure, prefix] : prefixes) {
-        if (kind == QLatin1String(measure))
-            Label7->setText(QLatin1String(prefix));
-    }
-    if (kind == QLatin1String("NA"))
-        Label7->hide();
-    if (kind != QLatin1String("Count"))
-        Label7->setText(Label7->text() + (cmb_units->currentText() == QLatin1String("Metre")
-                                              ? QStringLiteral("Mt")
-                                              : QStringLiteral("Ft")));
+    const auto label = tw::rates::ShowUnitLabel(cmb_volarea->currentText(),
+                                                cmb_units->currentText() == QLatin1String("Metre"));
+    Label7->setText(label.text);
+    Label7->setVisible(label.shown);
 }
 
 void catrateanal::ClearCategoryForm() {
@@ -313,8 +283,16 @@ void catrateanal::ClearCategoryForm() {
     matlist->clear();
 }
 
+void catrateanal::clrfrm_clicked() {
+    ClearCategoryForm();
+}
+
 void catrateanal::txtmatqty_textChanged() {
     txt_amt->setText(amountOf(txtmatqty->text(), txt_unitrt->text()));
+}
+
+void catrateanal::txtmatqty_editingFinished() {
+    txtmatqty_textChanged();
 }
 
 void catrateanal::savematl_clicked() {
@@ -425,48 +403,15 @@ void catrateanal::delmatl_clicked() {
 }
 
 void catrateanal::saverate_clicked() {
-    if (txtcatname->text().isEmpty())
-        return ui::refuse(txtcatname, tr("Category name is blank"));
-    if (txtcatdesc->text().isEmpty())
-        return ui::refuse(txtcatdesc, tr("Category description is blank"));
-    if (cmb_volarea->currentText().isEmpty())
-        return ui::refuse(cmb_volarea, tr("Measure type is not selected"));
-    if (cmbunitnos->currentText().isEmpty())
-        return ui::refuse(cmbunitnos, tr("Units is blank"));
-    const int rows = matlist->topLevelItemCount();
-    if (rows > catslot::count)
-        throw tw::Error(tr("A category item holds at most ten materials; this one has %1. "
-                           "Delete a material and save again. The item was not saved.")
-                            .arg(rows));
-
-    const QString t = table();
-    const QSqlRecord columns = con.db().record(t);
-    tw::Values values{{QStringLiteral("tw_measure_type"), cmb_volarea->currentText()},
-                      {QStringLiteral("tw_description"), txtcatdesc->text()},
-                      {QStringLiteral("tw_rate"), txt_item_unit_cost->text()},
-                      {QStringLiteral("tw_unit"), cmbunitnos->currentText()}};
-    // Row i of the list is slot i; slots behind the last row keep what they hold.
-    for (int i = 0; i < rows; ++i) {
+    tw::rates::Category item{txtcatname->text(),         txtcatdesc->text(),
+                             cmb_volarea->currentText(), cmbunitnos->currentText(),
+                             txt_item_unit_cost->text(), {}};
+    for (int i = 0; i < matlist->topLevelItemCount(); ++i) {
         const QTreeWidgetItem* row = matlist->topLevelItem(i);
-        const int at = catslot::materialAt(i + 1);
-        const bool filled = !row->text(MatMaterial).trimmed().isEmpty();
-        values.emplace_back(columns.fieldName(at),
-                            filled ? row->text(MatMaterial) : QStringLiteral(""));
-        values.emplace_back(columns.fieldName(at + 1),
-                            filled ? QVariant(leadingNumber(row->text(MatQty))) : QVariant(0));
-        values.emplace_back(columns.fieldName(at + 2),
-                            filled ? QVariant(leadingNumber(row->text(MatCost))) : QVariant(0));
+        item.materials.push_back({row->text(MatMaterial), row->text(MatQty), row->text(MatCost)});
     }
-    values.emplace_back(QStringLiteral("tw_deductions"), 1);
-
-    tw::Transaction action(con);
-    if (const auto found = findCategory(txtcatname->text())) {
-        con.update(t, found->id(), values);
-    } else {
-        values.emplace(values.begin(), QStringLiteral("tw_category_name"), txtcatname->text());
-        con.insert(t, values);
-    }
-    action.commit();
+    if (const auto refused = tw::rates::saveCategory(con, measure_system, item))
+        return ui::refuse(this, *refused);
     ClearCategoryForm();
     FillCategoryList();
 }
@@ -476,59 +421,28 @@ void catrateanal::catlist_itemDoubleClicked() {
     if (!picked)
         return;
     FillUnitNos();
-    const auto found = findCategory(picked->text(0));
+    const auto found = tw::rates::loadCategory(con, measure_system, picked->text(0));
     if (found) {
-        txtcatname->setText(found->text(QStringLiteral("tw_category_name")));
-        txtcatdesc->setText(found->text(QStringLiteral("tw_description")));
-        const QString rate = numberText(found->value(QStringLiteral("tw_rate")));
-        if (!rate.isEmpty())
-            txt_item_unit_cost->setText(rate);
+        txtcatname->setText(found->name);
+        txtcatdesc->setText(found->description);
+        if (!found->rate.isEmpty())
+            txt_item_unit_cost->setText(found->rate);
         if (!txt_item_unit_cost->text().isEmpty())
             txt_item_unit_cost->setText(
                 tw::formatFixed2(leadingNumber(txt_item_unit_cost->text())));
-        const QString kind = found->text(QStringLiteral("tw_measure_type"));
-        const int entry = cmb_volarea->findText(kind, Qt::MatchExactly);
+        const int entry = cmb_volarea->findText(found->measureType, Qt::MatchExactly);
         if (entry >= 0)
             cmb_volarea->setCurrentIndex(entry);
         else
-            cmb_volarea->setEditText(kind);
-        const int unit = cmbunitnos->findText(found->text(QStringLiteral("tw_unit")));
+            cmb_volarea->setEditText(found->measureType);
+        const int unit = cmbunitnos->findText(found->unit);
         if (unit >= 0)
             cmbunitnos->setCurrentIndex(unit);
     }
-
     matlist->clear();
     if (found) {
-        // A slot is present when its value is filled and not 0; a blank slot (empty, 0, 0) is
-        // thus stepped over one column at a time.
-        const tw::Row& r = *found;
-        auto filled = [&r](int at) {
-            const QString text = numberText(r.value(at));
-            return !r.isNull(at) && !text.trimmed().isEmpty() && text != QLatin1String("0");
-        };
-        int counter = 1;
-        for (int at = catslot::first; at <= catslot::materialAt(catslot::count);) {
-            if (!filled(at)) {
-                ++at;
-                continue;
-            }
-            const QString material = r.text(at);
-            const QString qty = numberText(r.value(at + 1));
-            const QString cost = numberText(r.value(at + 2));
-            const QString unit = r.isNull(at + 2) ? QStringLiteral("Nos") : cost;
-            const QString amount =
-                qty.isEmpty() || cost.isEmpty() ? QString() : amountOf(qty, cost);
-            ui::addListRow(matlist,
-                           {QString::number(counter++), material, qty, unit, cost, amount});
-            at += 3;
-        }
-    }
-    for (int i = 0; i < matlist->topLevelItemCount(); ++i) {
-        QTreeWidgetItem* row = matlist->topLevelItem(i);
-        const auto m =
-            con.find(QStringLiteral("materials"), tw::MaterialKey(), {row->text(MatMaterial)});
-        if (m && !row->text(MatMaterial).trimmed().isEmpty())
-            row->setText(MatUnits, m->text(QStringLiteral("tw_unitlbl")));
+        for (const QStringList& cells : found->rows)
+            ui::addListRow(matlist, cells);
     }
     ShowUnitLabel();
     noSelection(cmbmatl);
@@ -546,9 +460,6 @@ void catrateanal::delcatitem_clicked() {
     }
     if (ui::MsgBox(tr("Delete this Category Item? - ") + name, ui::OkCancel) != ui::Answer::Ok)
         return;
-    tw::Transaction action(con);
-    if (const auto found = findCategory(name))
-        con.remove(table(), found->id());
-    action.commit();
+    tw::rates::deleteCategory(con, measure_system, name);
     FillCategoryList();
 }

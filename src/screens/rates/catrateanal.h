@@ -53,7 +53,12 @@ public:
     void LookupMaterial();
     void ShowUnitLabel();
     void ClearCategoryForm();
+    void cmb_volarea_editingFinished();
+    void cmbmatl_activated();
+    void cmbmatl_editingFinished();
+    void clrfrm_clicked();
     void txtmatqty_textChanged();
+    void txtmatqty_editingFinished();
     void savematl_clicked();
     void matlist_itemClicked();
     void matlist_itemDoubleClicked();
@@ -70,6 +75,4 @@ private:
     // window (the frame's child window, when it has one) grows to show it whole, as far as the
     // frame's work area allows.
     void growToShowAll();
-    QString table() const;
-    std::optional<tw::Row> findCategory(const QString& name) const;
 };

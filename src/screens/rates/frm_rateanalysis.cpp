@@ -1,26 +1,24 @@
 #include "screens/rates/frm_rateanalysis.h"
 
-#include "core/rates/slots.h"
+#include "core/projects/projects.h"
+#include "core/rates/analysis.h"
 #include "screens/rates/rateform.h"
-#include "store/store.h"
 #include "values/values.h"
 
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
-#include <QSqlRecord>
 #include <QStyle>
 #include <QVBoxLayout>
 
 using tw::doubleText;
 using tw::leadingNumber;
-using tw::numberText;
 using ui::named;
 
 namespace {
 
-namespace catslot = tw::catslot;
+namespace core = tw::rates;
 using rates::freeCombo;
 constexpr int kMaxRows = 10;
 
@@ -179,70 +177,53 @@ Frm_RateAnalysis::Frm_RateAnalysis(QWidget* parent) : ui::Screen(parent) {
     connect(CmdCancl, &QPushButton::clicked, this, ui::guarded([this] { CmdCancl_clicked(); }));
     connect(CmdExit, &QPushButton::clicked, this, ui::guarded([this] { CmdExit_clicked(); }));
 
-    ui::guard([this] { Form_Load(); });
+    // ---- opening ----
+    ui::guard([this] {
+        if (!con.isOpen())
+            con.conopen();
+        CmbCntrNm->clear();
+        CmbCntrNm->addItems(tw::projectNames(con));
+        if (CmbCntrNm->count() > 0) {
+            CmbCntrNm->setCurrentIndex(0);
+            CmbCntrNm_activated();
+        }
+        // The categories are those of the first project's measure system, whichever project is
+        // picked later; the look-ups go to the picked project's table.
+        CmbCatgry->clear();
+        CmbCatgry->addItems(core::categoryNames(con, TxtUnits->text()));
+        if (CmbCatgry->count() > 0)
+            CmbCatgry->setCurrentIndex(0);
+        CmbItems->clear();
+        CmbItems->addItem(addNew);
+        CmbItems->addItems(core::costItems(con));
+        CmbItems->setCurrentIndex(0);
+        if (RTB_Schedule->toPlainText().isEmpty()) {
+            CmdAdd->setEnabled(false);
+            CmdDel->setEnabled(false);
+        }
+        CmdSave->setEnabled(false);
+    });
 }
 
 Frm_RateAnalysis::~Frm_RateAnalysis() {
     con.conclose();
 }
 
-QString Frm_RateAnalysis::categoryTable() const {
-    return TxtUnits->text().trimmed() == QLatin1String("Feet")
-               ? QStringLiteral("categorylist_feet")
-               : QStringLiteral("categorylist_meter");
-}
-
-std::optional<tw::Row> Frm_RateAnalysis::findCategory() const {
-    return con.find(categoryTable(), QStringLiteral("tw_category_name=?"),
-                    {CmbCatgry->currentText()});
-}
-
-void Frm_RateAnalysis::Form_Load() {
-    if (!con.isOpen())
-        con.conopen();
-    CmbCntrNm->clear();
-    CmbCntrNm->addItems(tw::projectNames(con));
-    if (CmbCntrNm->count() > 0) {
-        CmbCntrNm->setCurrentIndex(0);
-        CmbCntrNm_activated();
-    }
-    // The categories are those of the first project's measure system, whichever project is
-    // picked later; the look-ups go to the picked project's table.
-    CmbCatgry->clear();
-    for (const auto& r : con.keyed(categoryTable()))
-        CmbCatgry->addItem(r.text(0));
-    if (CmbCatgry->count() > 0)
-        CmbCatgry->setCurrentIndex(0);
-    CmbItems->clear();
-    CmbItems->addItem(addNew);
-    for (const auto& r : con.rows(QStringLiteral("select tw_cost_item from costitems")))
-        CmbItems->addItem(r.text(0));
-    CmbItems->setCurrentIndex(0);
-    if (RTB_Schedule->toPlainText().isEmpty()) {
-        CmdAdd->setEnabled(false);
-        CmdDel->setEnabled(false);
-    }
-    CmdSave->setEnabled(false);
-}
-
 void Frm_RateAnalysis::CmbCntrNm_activated() {
     RTB_Schedule->clear();
     LstVwSchedule->clear();
     const QString name = CmbCntrNm->currentText();
-    const auto project =
-        con.find(QStringLiteral("contractmaster"), QStringLiteral("tw_contract_name=?"), {name});
+    const auto project = tw::projects::findByName(con, name);
     TxtUnits->setText(project ? project->text(QStringLiteral("tw_units")) : QString());
     contractNum_ = project ? project->text(QStringLiteral("tw_contract_num")) : QString();
-    const tw::Rows items = con.rows(
-        QStringLiteral("select tw_sch_num,tw_item_desc from sch_master where tw_contract_num=?"),
-        {contractNum_});
+    const auto items = core::analysisItems(con, contractNum_);
     if (items.empty()) {
         ui::MsgBox(tr("There are No Schedule Items Defined for ") + name + tr(" Contract..."),
                    ui::Information, tr("Schedule Items"));
         return;
     }
-    for (const auto& r : items)
-        ui::addListRow(LstVwSchedule, {r.text(0), r.text(1)});
+    for (const auto& [number, description] : items)
+        ui::addListRow(LstVwSchedule, {number, description});
 }
 
 void Frm_RateAnalysis::LstVwSchedule_itemPressed(QTreeWidgetItem* item) {
@@ -257,23 +238,19 @@ bool Frm_RateAnalysis::eventFilter(QObject* watched, QEvent* event) {
 
 void Frm_RateAnalysis::LstVwSchedule_mouseReleased() {
     RTB_Schedule->setPlainText(scheduleDesc_);
-    tablename_ = QStringLiteral("Sch_master");
     if (scheduleDesc_.isEmpty()) {
         ui::MsgBox(tr("No Details Found..."), ui::Ok, tr("Details"));
         return;
     }
-    const auto item_ = con.first(QStringLiteral("select tw_unit,tw_category_name from %1 where "
-                                                "(tw_contract_num=?) and (tw_item_desc=?)")
-                                     .arg(tablename_),
-                                 {contractNum_, scheduleDesc_});
-    const QString category = item_ ? item_->text(1) : QString();
+    const auto item = core::itemCategory(con, contractNum_, scheduleDesc_);
+    const QString category = item ? item->category : QString();
     CmbCatgry->setEditText(category.isEmpty() ? tr("Other Category") : category);
-    TxtUnts->setText(item_ ? item_->text(0) : QString());
+    TxtUnts->setText(item ? item->unit : QString());
 
     LstVwItmDtls->clear();
-    const auto found = findCategory();
+    const auto analysis = core::categoryAnalysis(con, TxtUnits->text(), CmbCatgry->currentText());
     const bool hasSchedule = !RTB_Schedule->toPlainText().isEmpty();
-    if (!found) {
+    if (!analysis) {
         TxtQty->clear();
         TxtRate->clear();
         CmbItems->setFocus();
@@ -282,33 +259,14 @@ void Frm_RateAnalysis::LstVwSchedule_mouseReleased() {
             CmdAdd->setEnabled(true);
         return;
     }
-    // The walk ends at the first slot with a Null material or an empty figure; an empty
-    // material with figures does not end it and its cells move one column to the left.
-    const tw::Row& r = *found;
-    double total = 0;
-    bool stopped = false;
-    for (int n = 0; n < catslot::count && !stopped; ++n) {
-        const int at = catslot::materialAt(n + 1);
-        const QString qty = numberText(r.value(at + 1));
-        const QString rate = numberText(r.value(at + 2));
-        if (r.isNull(at) || qty.isEmpty() || rate.isEmpty()) {
-            stopped = true;
-            break;
-        }
-        QStringList cells{QString::number(n + 1)};
-        if (!r.text(at).isEmpty())
-            cells << r.text(at);
-        const double amount = leadingNumber(rate) * leadingNumber(qty);
-        cells << qty << rate << doubleText(amount);
-        total += amount;
+    for (const QStringList& cells : analysis->rows)
         ui::addListRow(LstVwItmDtls, cells);
-    }
-    TxtTotAmt->setText(doubleText(total));
+    TxtTotAmt->setText(doubleText(analysis->total));
     if (hasSchedule)
         CmdAdd->setEnabled(true);
     // An item that fills all ten slots is never stopped, and leaves saving and deleting as
     // they were.
-    if (stopped && LstVwItmDtls->topLevelItemCount() > 0) {
+    if (analysis->stopped && LstVwItmDtls->topLevelItemCount() > 0) {
         CmdSave->setEnabled(true);
         CmdAdd->setEnabled(true);
         CmdDel->setEnabled(true);
@@ -319,45 +277,15 @@ void Frm_RateAnalysis::CmbItems_activated() {
     const QString item = CmbItems->currentText();
     if (item == addNew)
         return;
-    const auto found =
-        con.find(QStringLiteral("costitems"), QStringLiteral("tw_cost_item=?"), {item});
-    if (found)
-        TxtRate->setText(numberText(found->value(QStringLiteral("tw_unit_rate"))));
+    if (const auto rate = core::costItemRate(con, item))
+        TxtRate->setText(*rate);
 }
 
 void Frm_RateAnalysis::CmdAdd_clicked() {
-    const QString details = tr("Details");
-    if (!tw::strictNumber(TxtQty->text()))
-        return ui::refuse(TxtQty, tr("Fill in numbers only"), ui::Information, details);
-    if (!tw::strictNumber(TxtRate->text()))
-        return ui::refuse(TxtRate, tr("Fill in numbers only"), ui::Information, details);
-    if (CmbItems->currentText().isEmpty())
-        return ui::refuse(CmbItems, tr("Please Fill all the details like Item/Quantity/Rate..."),
-                          ui::Information, details);
-    const QString name = CmbItems->currentText().trimmed();
-    if (name == addNew)
-        return ui::refuse(CmbItems, tr("Please Enter Item Name other than 'Add New'...!"),
-                          ui::Information, tr("Item Name"));
-
-    // A figure beyond the largest sum the books hold would break the total and the rate saved.
-    for (QLineEdit* field : {TxtQty, TxtRate}) {
-        const double figure = *tw::strictNumber(field->text());
-        if (!tw::fitsMoney(figure))
-            return ui::refuse(
-                field, tw::tooLargeText(field == TxtQty ? tr("Quantity") : tr("Rate"), figure));
-    }
-
     // The cost item keeps the rate even when the row is refused for the count below.
-    {
-        const QString t = QStringLiteral("costitems");
-        tw::Transaction action(con);
-        if (const auto found = con.find(t, QStringLiteral("tw_cost_item=?"), {name}))
-            con.update(t, found->id(), {{QStringLiteral("tw_unit_rate"), TxtRate->text()}});
-        else
-            con.insert(t, {{QStringLiteral("tw_cost_item"), CmbItems->currentText()},
-                           {QStringLiteral("tw_unit_rate"), TxtRate->text()}});
-        action.commit();
-    }
+    if (const auto refused =
+            core::priceCostItem(con, CmbItems->currentText(), TxtQty->text(), TxtRate->text()))
+        return ui::refuse(this, *refused);
     const int rows = LstVwItmDtls->topLevelItemCount();
     if (rows >= kMaxRows) {
         ui::MsgBox(tr("You Cannot Enter More Than 10 Items...!!!"), ui::Information,
@@ -481,26 +409,9 @@ void Frm_RateAnalysis::CmdDel_clicked() {
         LstVwItmDtls->setCurrentItem(row);
         LstVwItmDtls->setFocus();
     } else {
-        tw::Transaction action(con);
-        const auto found = findCategory();
-        if (!found)
+        if (!core::blankSlots(con, TxtUnits->text(), CmbCatgry->currentText(), desc, qty, rate))
             return void(ui::MsgBox(tr("Please Select Correct Category Name"), ui::Information,
                                    tr("Category")));
-        // Every slot that holds the row as the list shows it is blanked at once, ahead of any
-        // save; the item's unit rate stays until it is saved.
-        const QSqlRecord columns = found->record();
-        tw::Values blanks;
-        for (int n = 0; n < catslot::count; ++n) {
-            const int at = catslot::materialAt(n + 1);
-            if (found->text(at) == desc && numberText(found->value(at + 1)) == qty &&
-                numberText(found->value(at + 2)) == rate) {
-                blanks.emplace_back(columns.fieldName(at), QStringLiteral(" "));
-                blanks.emplace_back(columns.fieldName(at + 1), 0);
-                blanks.emplace_back(columns.fieldName(at + 2), 0);
-            }
-        }
-        con.update(categoryTable(), found->id(), blanks);
-        action.commit();
         delete LstVwItmDtls->takeTopLevelItem(index - 1);
         if (LstVwItmDtls->topLevelItemCount() == 0)
             CmdDel->setEnabled(false);
@@ -511,41 +422,17 @@ void Frm_RateAnalysis::CmdDel_clicked() {
 }
 
 void Frm_RateAnalysis::CmdSave_clicked() {
-    tw::Transaction action(con);
-    const auto category = findCategory();
-    if (!category)
-        return ui::refuse(CmbCatgry,
-                          tr("Category Name Does not Match with the Category Name in Category "
-                             "List. Select Another Category Name"),
-                          ui::Information, tr("Category List"));
-    const double total = leadingNumber(TxtTotAmt->text());
-    const int rows = LstVwItmDtls->topLevelItemCount();
-    if (rows > 0) {
-        // Row i of the list is slot i; slots behind the last row keep what they hold.
-        const QSqlRecord columns = category->record();
-        tw::Values values;
-        for (int i = 0; i < rows && i < catslot::count; ++i) {
-            const QTreeWidgetItem* row = LstVwItmDtls->topLevelItem(i);
-            const int at = catslot::materialAt(i + 1);
-            values.emplace_back(columns.fieldName(at), row->text(ItemDesc));
-            values.emplace_back(columns.fieldName(at + 1), row->text(Qty));
-            values.emplace_back(columns.fieldName(at + 2), row->text(Rate));
-        }
-        values.emplace_back(QStringLiteral("tw_unit"), TxtUnts->text());
-        values.emplace_back(QStringLiteral("tw_rate"), total);
-        con.update(categoryTable(), category->id(), values);
+    std::vector<core::AnalysisRow> rows;
+    for (int i = 0; i < LstVwItmDtls->topLevelItemCount(); ++i) {
+        const QTreeWidgetItem* row = LstVwItmDtls->topLevelItem(i);
+        rows.push_back({row->text(ItemDesc), row->text(Qty), row->text(Rate)});
     }
-    // The schedule item is found by its number and description alone: the first such item of
-    // any project takes the rate.
     const QTreeWidgetItem* picked = LstVwSchedule->currentItem();
-    const auto item =
-        con.find(QStringLiteral("Sch_master"), QStringLiteral("tw_item_desc=? and tw_sch_num=?"),
-                 {RTB_Schedule->toPlainText(), picked ? picked->text(0) : QString()});
-    if (item)
-        con.update(QStringLiteral("Sch_master"), item->id(),
-                   {{QStringLiteral("tw_category_name"), CmbCatgry->currentText()},
-                    {QStringLiteral("tw_item_rate"), total}});
-    action.commit();
+    if (const auto refused =
+            core::saveAnalysis(con, TxtUnits->text(), CmbCatgry->currentText(), rows,
+                               TxtUnts->text(), leadingNumber(TxtTotAmt->text()),
+                               RTB_Schedule->toPlainText(), picked ? picked->text(0) : QString()))
+        return ui::refuse(this, *refused);
     CmdSave->setEnabled(false);
     CmdCancl_clicked();
 }

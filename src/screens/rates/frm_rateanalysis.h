@@ -39,7 +39,6 @@ public:
 
     enum ItemColumn { SlNo, ItemDesc, Qty, Rate, Amount };
 
-    void Form_Load();
     void CmbCntrNm_activated();
     void LstVwSchedule_itemPressed(QTreeWidgetItem* item);
     void LstVwSchedule_mouseReleased();
@@ -64,13 +63,10 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    QString categoryTable() const;
-    std::optional<tw::Row> findCategory() const;
     // Puts the row at analysis_row_index back into the entry fields and takes it off the list.
     void editRow();
 
     QString contractNum_;
-    QString tablename_;
     QString scheduleDesc_;
     QPointer<QMenu> ownMenu_;
     // The row of the grid last clicked, counted from 1; 0 while none was.

@@ -1,6 +1,8 @@
 #include "screens/rates/matls.h"
 
+#include "core/rates/materials.h"
 #include "core/rates/reprice.h"
+#include "core/reports/running_bill.h"
 #include "screens/rates/rateform.h"
 #include "values/values.h"
 
@@ -65,8 +67,7 @@ matls::matls(QWidget* parent) : ui::Screen(parent) {
 
     ui::guard([this] {
         RefreshMaterialList();
-        for (const auto& r : con.keyed(QStringLiteral("unitlbls")))
-            cmb_unitlbl->addItem(r.text(0));
+        cmb_unitlbl->addItems(tw::reports::UnitLabels(con));
     });
 }
 
@@ -76,26 +77,13 @@ matls::~matls() {
 
 void matls::RefreshMaterialList() {
     matlist1->clear();
-    int n = 0;
-    for (const auto& r : con.keyed(QStringLiteral("materials"))) {
-        const QString unit = r.isNull(QStringLiteral("tw_unitlbl"))
-                                 ? QStringLiteral("Nos")
-                                 : r.text(QStringLiteral("tw_unitlbl"));
-        ui::addListRow(matlist1, {QString::number(++n), r.text(QStringLiteral("tw_mat_desc")), unit,
-                                  tw::numberText(r.value(QStringLiteral("tw_rate")))});
-    }
+    for (const QStringList& cells : tw::rates::materialRows(con))
+        ui::addListRow(matlist1, cells);
 }
 
 void matls::savematl_clicked() {
-    // Both checks say the same words: users know the message, not the field.
-    if (cmb_matdesc->text().isEmpty())
-        return ui::refuse(cmb_matdesc, tr("Material Description is blank"));
-    if (matrate->text().isEmpty())
-        return ui::refuse(matrate, tr("Material Description is blank"));
-    // A price beyond the largest sum the books hold would break every category it prices.
-    const double rate = tw::leadingNumber(matrate->text());
-    if (!tw::fitsMoney(rate))
-        return ui::refuse(matrate, tw::tooLargeText(tr("Material cost per unit"), rate));
+    if (const auto refused = tw::rates::checkMaterial(cmb_matdesc->text(), matrate->text()))
+        return ui::refuse(this, *refused);
     const bool priced = tw::SaveMaterial(con, ui::boxes(), cmb_matdesc->text(), matrate->text(),
                                          cmb_unitlbl->currentText());
     RefreshMaterialList();
@@ -119,13 +107,8 @@ void matls::matlcancel_clicked() {
     // With no material selected there is nothing to name in the question, so nothing is asked.
     if (QTreeWidgetItem* row = matlist1->currentItem()) {
         const QString desc = row->text(Description);
-        if (ui::MsgBox(tr("You are Deleting : ") + desc, ui::OkCancel) == ui::Answer::Ok) {
-            // The category slots that name the material keep it: they are priced again only
-            // when a material is saved.
-            tw::Transaction action(con);
-            con.exec(QStringLiteral("delete from Materials where ") + tw::MaterialKey(), {desc});
-            action.commit();
-        }
+        if (ui::MsgBox(tr("You are Deleting : ") + desc, ui::OkCancel) == ui::Answer::Ok)
+            tw::rates::deleteMaterial(con, desc);
     }
     RefreshMaterialList();
     cmb_matdesc->clear();

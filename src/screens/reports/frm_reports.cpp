@@ -1,5 +1,6 @@
 #include "screens/reports/frm_reports.h"
 
+#include "core/projects/projects.h"
 #include "core/reports/running_bill.h"
 #include "render/paged.h"
 #include "render/render.h"
@@ -19,15 +20,6 @@ using tw::reports::ReportType;
 using ui::named;
 
 namespace {
-const char* const projectInfo = "Project Info.";
-const char* const abstractEstimate = "Abstract Estimate";
-const char* const detailedBill = "Detailed Bill";
-const char* const abstractBill = "Abstract Bill";
-const char* const finalBill = "Final Bill - Detailed";
-const char* const reinforcement = "Reinforcement Report";
-const char* const schedule = "Contract / Schedule";
-const char* const billsRaised = "Bills Raised Report";
-
 // The grid of deductions, by column.
 enum DeductionColumn { dNo, dDescription, dQuantity, dUnits, dRate, dAmount };
 
@@ -229,12 +221,11 @@ Frm_Reports::~Frm_Reports() {
     con.conclose();
 }
 
-bool Frm_Reports::typeIs(std::initializer_list<const char*> captions) const {
-    const QString t = type();
-    for (const char* c : captions)
-        if (t.compare(QLatin1String(c), Qt::CaseInsensitive) == 0)
-            return true;
-    return false;
+const ReportType& Frm_Reports::entry() const {
+    // The list holds the catalogue's captions only.
+    const ReportType* t = tw::reports::findByCaption(TypeofReport->currentText());
+    Q_ASSERT(t);
+    return *t;
 }
 
 void Frm_Reports::FillProjects() {
@@ -245,28 +236,27 @@ void Frm_Reports::FillProjects() {
 
 // What each type asks for: its groups shown or hidden, then no project chosen.
 void Frm_Reports::TypeofReport_activated() {
-    if (!typeIs({billsRaised, finalBill})) {
+    const ReportType& t = entry();
+    if (!t.habits.keepsFrames && !t.period) {
         Label49->show();
         CmbdetCnum->show();
     }
-    if (typeIs({finalBill})) {
+    if (t.habits.keepsFrames) {
         // Leaves every group as it stands.
-    } else if (typeIs({billsRaised})) {
+    } else if (t.period) {
         Frame14->show();
         Todate->setValue(QDate::currentDate());
     } else {
-        if (!typeIs({abstractEstimate}))
+        if (!t.percentages)
             Frame10->hide();
-        if (!typeIs({abstractBill}))
+        if (!t.runningBill)
             Frame11->hide();
         else
             Text7->clear();
         Frame14->hide();
-        if (typeIs({projectInfo}))
+        if (t.habits.hidesBills)
             CmbBillnum->hide();
-        if (typeIs({"Detailed Estimate", reinforcement}))
-            Command1->hide();
-        if (typeIs({schedule}))
+        if (t.habits.readyAtOnce)
             Command4->setEnabled(true);
     }
     CmbdetCnum->setCurrentIndex(-1);
@@ -275,42 +265,25 @@ void Frm_Reports::TypeofReport_activated() {
 void Frm_Reports::CmbdetCnum_activated() {
     if (CmbdetCnum->currentIndex() < 0)
         return;
-    if (typeIs({reinforcement})) {
-        FillReinforcementBills();
-    } else if (typeIs({projectInfo, schedule, finalBill, billsRaised})) {
+    const ReportType& t = entry();
+    if (t.needsBill()) {
+        FillBillNumbers(t.billsFrom);
+    } else {
         CmbBillnum->hide();
         Command4->setEnabled(true);
-    } else {
-        FillBillNumbers();
     }
 }
 
-void Frm_Reports::fillBills(const QString& table) {
-    if (const auto p = con.first(
-            QStringLiteral("select tw_contract_num from contractmaster where tw_contract_name=?"),
-            {CmbdetCnum->currentText()}))
-        run.contract_num = p->text(0);
-    // The table is one of two fixed names, never text a user typed.
-    const auto bills = con.rows(
-        QStringLiteral("select distinct(tw_bill_num) from %1 where tw_contract_num=?").arg(table),
-        {run.contract_num});
+void Frm_Reports::FillBillNumbers(const QString& table) {
+    const QStringList bills = tw::reports::BillNumbers(run, con, CmbdetCnum->currentText(), table);
     if (bills.empty()) {
         ui::MsgBox(tr("No bills in this contract. Select another Contract"), ui::Information);
         return;
     }
     CmbBillnum->clear();
-    for (const auto& b : bills)
-        CmbBillnum->addItem(b.text(0));
+    CmbBillnum->addItems(bills);
     CmbBillnum->show();
     CmbBillnum->setCurrentIndex(-1);
-}
-
-void Frm_Reports::FillBillNumbers() {
-    fillBills(QStringLiteral("billmaster"));
-}
-
-void Frm_Reports::FillReinforcementBills() {
-    fillBills(QStringLiteral("reinforcementmaster"));
 }
 
 bool Frm_Reports::eventFilter(QObject* watched, QEvent* event) {
@@ -336,14 +309,14 @@ bool Frm_Reports::eventFilter(QObject* watched, QEvent* event) {
 
 void Frm_Reports::CmbBillnum_activated() {
     Command4->setEnabled(true);
-    if (typeIs({abstractEstimate})) {
+    if (entry().percentages) {
         Frame10->show();
         txtEWP->setText(QStringLiteral("15"));
         txtWWS->setText(QStringLiteral("15"));
         if (!steppingBills_)
             txtEWP->setFocus();
     }
-    if (typeIs({abstractBill}))
+    if (entry().runningBill)
         OpenBill();
 }
 
@@ -385,16 +358,17 @@ void Frm_Reports::Command4_clicked() {
 }
 
 void Frm_Reports::Command1_clicked() {
-    tw::reports::ComputeNetAmounts(run, con, ui::boxes());
+    if (rows_)
+        tw::reports::ComputeNetAmounts(run, rows_->con(), ui::boxes());
 }
 
 // Warns of a missing choice and no more: the report is made from what the last choice left.
-void Frm_Reports::CheckSelections() {
-    if (!typeIs({billsRaised}) && CmbdetCnum->currentIndex() < 0) {
+void Frm_Reports::CheckSelections(const ReportType& t) {
+    if (!t.period && CmbdetCnum->currentIndex() < 0) {
         ui::refuse(CmbdetCnum, tr("Select Contract Name"));
         return;
     }
-    if (!typeIs({projectInfo, schedule, finalBill, billsRaised}) && CmbBillnum->currentIndex() < 0)
+    if (t.needsBill() && CmbBillnum->currentIndex() < 0)
         ui::refuse(CmbBillnum, tr("Select Bill Number"));
 }
 
@@ -405,7 +379,9 @@ void Frm_Reports::GenerateReport() {
         tw::reports::readProject(run, con);
     }
     tw::reports::readReportOrgName(run);
-    CheckSelections();
+    const ReportType* t = tw::reports::findByCaption(TypeofReport->currentText());
+    if (t)
+        CheckSelections(*t);
     for (auto* f : {txtEWP, txtWWS})
         if (f->text().trimmed().isEmpty())
             f->setText(QStringLiteral("0"));
@@ -418,17 +394,22 @@ void Frm_Reports::GenerateReport() {
     run.fromDate = Fromdate->value();
     run.toDate = Todate->value();
 
-    const ReportType* t = tw::reports::findByCaption(type());
     if (!t) {
         ui::MsgBox(tr("Select Type of Report from list"), ui::Information, tr("Information"));
         Command4->setEnabled(true);
         TypeofReport->setFocus();
-    } else if (tw::reports::fill(*t, run, con, ui::boxes())) {
-        if (typeIs({abstractBill}))
-            Frame11->hide();
-        ReportShow(*t);
     } else {
-        Command4->setEnabled(true);
+        // The run's rows are its own until the report is left: the viewer, printing and freezing
+        // read them there, whatever another run fills meanwhile.
+        rows_ = std::make_unique<tw::reports::RunTables>(*t, ui::boxes());
+        if (rows_->isOpen() && tw::reports::fill(*t, run, rows_->con(), ui::boxes())) {
+            if (t->runningBill)
+                Frame11->hide();
+            ReportShow(*t);
+        } else {
+            rows_.reset();
+            Command4->setEnabled(true);
+        }
     }
     CmbdetCnum->setCurrentIndex(-1);
     restoreCursor();
@@ -437,11 +418,13 @@ void Frm_Reports::GenerateReport() {
 void Frm_Reports::ReportShow(const ReportType& t) {
     // A layout that cannot be read leaves the screen choosing, Generate ready for another try.
     try {
-        auto doc = tw::reports::makeDocument(tw::reports::renderHtml(t, run, con));
+        auto doc =
+            tw::reports::makeDocument(tw::reports::renderHtml(t, run, rows_->con()), &ui::boxes());
         RptView->setReport(
             std::move(doc),
-            reportFileName(run.projectName, t.needsBill ? run.bill : QString(), t.caption));
+            reportFileName(run.projectName, t.needsBill() ? run.bill : QString(), t.caption));
     } catch (...) {
+        rows_.reset();
         Command4->setEnabled(true);
         throw;
     }
@@ -451,23 +434,24 @@ void Frm_Reports::ReportShow(const ReportType& t) {
     Label49->hide();
     Label46->hide();
     Cmdrepexit->show();
-    if (typeIs({detailedBill, schedule, billsRaised}))
+    if (t.habits.clearsBill)
         CmbBillnum->setCurrentIndex(-1);
-    if (typeIs({billsRaised}))
+    if (t.period)
         Frame14->hide();
-    if (typeIs({projectInfo}))
+    if (t.habits.hidesProjects)
         CmbdetCnum->hide();
 }
 
 void Frm_Reports::Cmdrepexit_clicked() {
     // A bill once frozen is reprinted as it stands and never asked about again. Freezing cannot
-    // be undone, so Enter answers No.
-    if (typeIs({abstractBill}) && !run.frozen_flag &&
+    // be undone, so Enter answers No. What is frozen is what the viewer showed: the run's rows.
+    if (rows_ && entry().runningBill && !run.frozen_flag &&
         ui::MsgBox(tr("Do you wish to freeze this bill? "), ui::YesNo | ui::DefaultButton2) ==
             ui::Answer::Yes) {
         run.bill = CmbBillnum->currentText();
-        tw::reports::FreezeBill(run, con);
+        tw::reports::FreezeBill(run, rows_->con());
     }
+    rows_.reset();
     TypeofReport->setCurrentIndex(0);
     TypeofReport_activated();
     RptView->clear();
@@ -585,24 +569,7 @@ void Frm_Reports::CmdDlFmGrd_clicked() {
     selected_row = 0;
     Text7->setText(tw::doubleText(rates));
 
-    // The summary of a bill's deductions forgets the removed one, in the first of its five
-    // places that holds it.
-    const auto summary =
-        con.find(QStringLiteral("dummy_ded_det"), QStringLiteral("tw_bill_num=?"), {run.bill});
-    if (!summary)
-        return;
-    tw::Values values{{summary->columnName(4), rates}};
-    for (int place = 5; place <= 17; place += 3) {
-        if (summary->text(place) == description) {
-            values.emplace_back(summary->columnName(place), QStringLiteral(" "));
-            values.emplace_back(summary->columnName(place + 1), 0);
-            values.emplace_back(summary->columnName(place + 2), 0);
-            break;
-        }
-    }
-    tw::Transaction tx(con);
-    con.update(QStringLiteral("dummy_ded_det"), summary->id(), values);
-    tx.commit();
+    tw::reports::ForgetDeduction(run, con, description, rates);
 }
 
 void Frm_Reports::LstVwDd_itemClicked() {
@@ -633,10 +600,8 @@ void Frm_Reports::Command5_clicked() {
     // at the bill's opening.
     if (CmbdetCnum->currentIndex() >= 0)
         run.projectName = CmbdetCnum->currentText();
-    if (const auto p = con.first(
-            QStringLiteral("select tw_contract_num from contractmaster where tw_contract_name=?"),
-            {run.projectName}))
-        run.contract_num = p->text(0);
+    if (const auto p = tw::projects::findByName(con, run.projectName))
+        run.contract_num = p->text(QStringLiteral("tw_contract_num"));
     run.bill = CmbBillnum->currentText();
     std::vector<tw::reports::Deduction> list;
     for (int i = 0; i < LstVwDd->topLevelItemCount(); ++i) {

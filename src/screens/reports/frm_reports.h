@@ -16,6 +16,8 @@
 #include <QRadioButton>
 #include <QTreeWidget>
 
+#include <memory>
+
 class Frm_Reports : public ui::Screen {
     Q_OBJECT
 public:
@@ -81,29 +83,29 @@ public:
     void Command6_clicked();
 
     void FillProjects();
-    void FillBillNumbers();
-    void FillReinforcementBills();
+    // The bill list of the picked project, from the table its type names: measurement lines, or
+    // steel for the reinforcement report.
+    void FillBillNumbers(const QString& table);
     void GenerateReport();
     void ReportShow(const tw::reports::ReportType& type);
     // The picked bill of an abstract bill: its deductions, and whether it is frozen.
     void OpenBill();
     void LoadDeductions();
 
-    const tw::reports::ReportRun& reportRun() const { return run; }
-
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    QString type() const { return TypeofReport->currentText(); }
-    bool typeIs(std::initializer_list<const char*> captions) const;
-    void fillBills(const QString& table);
-    void CheckSelections();
+    // The catalogue's entry of the type picked.
+    const tw::reports::ReportType& entry() const;
+    void CheckSelections(const tw::reports::ReportType& type);
 
     // Takes the hourglass off, if a save of the deductions left it on.
     void restoreCursor();
 
     tw::reports::ReportRun run;
+    // The rows of the report generated, kept until it is left.
+    std::unique_ptr<tw::reports::RunTables> rows_;
     // The row of LstVwDd last clicked, counted from 1; 0 when none.
     qint16 selected_row = 0;
     bool hourglass_ = false;

@@ -76,7 +76,8 @@ RptView::RptView(QWidget* parent) : QWidget(parent) {
 
     connect(preview, &QPrintPreviewWidget::paintRequested, this,
             [this](QPrinter* p) { ui::guard([&] { preview_paintRequested(p); }); });
-    connect(preview, &QPrintPreviewWidget::previewChanged, this, [this] { showPageCount(); });
+    connect(preview, &QPrintPreviewWidget::previewChanged, this,
+            [this] { preview_previewChanged(); });
     connect(cmdZoomIn, &QPushButton::clicked, preview, [this] { preview->zoomIn(1.25); });
     connect(cmdZoomOut, &QPushButton::clicked, preview, [this] { preview->zoomOut(1.25); });
     connect(cmdFitWidth, &QPushButton::clicked, preview, &QPrintPreviewWidget::fitToWidth);
@@ -112,7 +113,7 @@ void RptView::preview_paintRequested(QPrinter* p) {
         tw::reports::printDocument(*doc, *p);
 }
 
-void RptView::showPageCount() {
+void RptView::preview_previewChanged() {
     const int pages = preview->pageCount();
     lblPages->setText(doc && pages > 0 ? tr("%n page(s)", nullptr, pages) : QString());
 }

@@ -24,7 +24,6 @@ public:
     // Lets the report go and shows nothing.
     void clear();
     const QTextDocument* document() const { return doc.get(); }
-    int pageCount() const { return preview->pageCount(); }
 
     QPrintPreviewWidget* preview;
     QPushButton* cmdZoomIn;
@@ -44,7 +43,7 @@ public:
 
 private:
     void preview_paintRequested(QPrinter* printer);
-    void showPageCount();
+    void preview_previewChanged();
 
     QPrinter printer; // set up as the saved PDF is, so that both have the same pages
     std::unique_ptr<QTextDocument> doc;

@@ -39,13 +39,8 @@ Frm_ImpFile::Frm_ImpFile(QWidget* parent) : QDialog(parent) {
 
     connect(File1, &QFileDialog::currentChanged, this,
             [this](const QString& p) { ui::guard([&] { File1_currentChanged(p); }); });
-    // A double click on a file is Ok.
-    connect(File1, &QFileDialog::fileSelected, this, [this](const QString& p) {
-        ui::guard([&] {
-            File1_currentChanged(p);
-            cmd_ok_clicked();
-        });
-    });
+    connect(File1, &QFileDialog::fileSelected, this,
+            [this](const QString& p) { ui::guard([&] { File1_fileSelected(p); }); });
     connect(cmd_ok, &QPushButton::clicked, this, ui::guarded([this] { cmd_ok_clicked(); }));
     connect(cmd_cancel, &QPushButton::clicked, this, &QDialog::reject);
     resize(720, 480);
@@ -54,6 +49,11 @@ Frm_ImpFile::Frm_ImpFile(QWidget* parent) : QDialog(parent) {
 void Frm_ImpFile::File1_currentChanged(const QString& path) {
     if (QFileInfo(path).isFile())
         txt_destname->setText(QDir::toNativeSeparators(path));
+}
+
+void Frm_ImpFile::File1_fileSelected(const QString& path) {
+    File1_currentChanged(path);
+    cmd_ok_clicked();
 }
 
 void Frm_ImpFile::cmd_ok_clicked() {

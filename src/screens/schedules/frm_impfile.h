@@ -21,5 +21,7 @@ public:
     QString path() const { return txt_destname->text(); }
 
     void File1_currentChanged(const QString& path);
+    // A double click on a file is Ok.
+    void File1_fileSelected(const QString& path);
     void cmd_ok_clicked();
 };

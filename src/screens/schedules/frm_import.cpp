@@ -1,14 +1,34 @@
 #include "screens/schedules/frm_import.h"
 
+#include "core/projects/projects.h"
 #include "screens/schedules/frm_impfile.h"
 
 #include <QCloseEvent>
+#include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QGridLayout>
 #include <QHBoxLayout>
+#include <QProgressDialog>
+#include <QScopeGuard>
 #include <QVBoxLayout>
 
 using namespace tw::schedules;
+
+namespace {
+
+// A refusal that names a control sends the user there; one that names none is only told.
+void tell(QWidget* screen, const tw::Refusal& r) {
+    if (r.field.isEmpty())
+        ui::MsgBox(r.text, r.flags, r.title);
+    else
+        ui::refuse(screen, r);
+}
+
+// A reading this short shows no progress: the dialog would only flash.
+constexpr int QuietReadingMs = 300;
+
+} // namespace
 
 Frm_Import::Frm_Import(QWidget* parent) : ui::Screen(parent) {
     setObjectName(QStringLiteral("Frm_Import"));
@@ -55,7 +75,7 @@ Frm_Import::Frm_Import(QWidget* parent) : ui::Screen(parent) {
     connect(CmdExit, &QPushButton::clicked, this, &QWidget::close);
 
     setImportMode(false);
-    ui::guard([this] { Form_Load(); });
+    ui::guard([this] { loadProjects(); });
 }
 
 void Frm_Import::setImportMode(bool exportOnly) {
@@ -64,12 +84,10 @@ void Frm_Import::setImportMode(bool exportOnly) {
     CmdExport->setEnabled(exportOnly);
 }
 
-void Frm_Import::Form_Load() {
+void Frm_Import::loadProjects() {
     con.conopen();
-    QStringList numbers;
-    con.contractno(numbers, QStringLiteral("numbers only"));
     CmbCntrctNm->clear();
-    CmbCntrctNm->addItems(numbers);
+    CmbCntrctNm->addItems(tw::projects::numbers(con));
     CmbCntrctNm->setCurrentIndex(-1);
 }
 
@@ -86,44 +104,56 @@ void Frm_Import::CmdBrowse_clicked() {
 }
 
 void Frm_Import::CmdImport_clicked() {
-    if (CmbCntrctNm->currentText().isEmpty() || !project_) {
-        ui::MsgBox(tr("Please Select a Contract Number...!"), ui::Ok, tr("Select Contract Number"));
-        CmbCntrctNm->setFocus();
-        return;
-    }
-    if (Txt_FileName->text().isEmpty()) {
-        ui::refuse(Txt_FileName, tr("Please Select a File Name (Excel File)..."), ui::Ok,
-                   tr("Select File Name"));
-        return;
-    }
-    if (!QFileInfo(Txt_FileName->text()).isFile()) {
-        ui::refuse(Txt_FileName, tr("File Not Found..."), ui::Ok, tr("File Name"));
-        return;
-    }
+    const QString file = Txt_FileName->text();
+    if (const auto refused = checkImport(!CmbCntrctNm->currentText().isEmpty() && project_, file))
+        return ui::refuse(this, *refused);
+    // The workbook is read apart while the desktop goes on drawing; after a moment a progress
+    // box says what is being read and keeps the user's hands off the screens. What was read is
+    // written on this screen's connection once the reading is done.
+    QProgressDialog progress(tr("Reading %1 ...").arg(QFileInfo(file).fileName()), QString(), 0, 0,
+                             this);
+    progress.setWindowTitle(windowTitle());
+    progress.setMinimumWidth(progress.fontMetrics().averageCharWidth() * 40);
+    progress.setWindowModality(Qt::ApplicationModal);
+    progress.setCancelButton(nullptr);
+    progress.reset(); // it shows when the reading takes long, not by a timer of its own
+    QElapsedTimer reading;
+    reading.start();
+    const auto whileReading = [&] {
+        if (!progress.isVisible() && reading.elapsed() >= QuietReadingMs)
+            progress.show();
+        QCoreApplication::processEvents(progress.isVisible() ? QEventLoop::AllEvents
+                                                             : QEventLoop::ExcludeUserInputEvents);
+    };
+    importing_ = true;
+    const auto finished = qScopeGuard([&] {
+        importing_ = false;
+        progress.hide();
+    });
     try {
-        const tw::Message done =
-            importedMessage(importSchedules(con, *project_, Txt_FileName->text()));
-        ui::MsgBox(done.text, done.flags, done.title);
+        const tw::Message counted =
+            importedMessage(importSchedules(con, *project_, file, whileReading));
+        progress.hide();
+        ui::MsgBox(counted.text, counted.flags, counted.title);
     } catch (const ImportError& e) {
-        const tw::Message m = failureMessage(e.kind());
-        if (e.kind() == ImportFailure::FewColumns)
-            ui::refuse(Txt_FileName, m.text, m.flags, m.title);
-        else
-            ui::MsgBox(m.text, m.flags, m.title);
+        progress.hide();
+        tell(this, failureRefusal(e.kind()));
     }
 }
 
 void Frm_Import::CmdExport_clicked() {
-    if (CmbCntrctNm->currentText().isEmpty() || !project_) {
-        ui::MsgBox(tr("Please Select A Contract Number...!"), ui::Ok, tr("Select Contract Number"));
-        CmbCntrctNm->setFocus();
-        return;
-    }
+    if (const auto refused = checkExport(!CmbCntrctNm->currentText().isEmpty() && project_))
+        return ui::refuse(this, *refused);
     const tw::Message done = exportedMessage(exportSchedules(con, *project_));
     ui::MsgBox(done.text, done.flags, done.title);
 }
 
 void Frm_Import::closeEvent(QCloseEvent* e) {
+    // The screen stays while a workbook is read into its project.
+    if (importing_) {
+        e->ignore();
+        return;
+    }
     con.conclose();
     ui::Screen::closeEvent(e);
 }

@@ -30,7 +30,8 @@ public:
     QPushButton* CmdExit;
     QLabel* Lbl_Import;
 
-    void Form_Load();
+    // Lists the project numbers, as the screen opens.
+    void loadProjects();
     void CmbCntrctNm_activated();
     void CmdBrowse_clicked();
     void CmdImport_clicked();
@@ -41,4 +42,5 @@ protected:
 
 private:
     std::optional<tw::schedules::Project> project_;
+    bool importing_ = false;
 };

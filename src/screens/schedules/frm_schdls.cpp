@@ -1,5 +1,7 @@
 #include "screens/schedules/frm_schdls.h"
 
+#include "core/projects/projects.h"
+
 #include <QApplication>
 #include <QCloseEvent>
 #include <QGridLayout>
@@ -7,8 +9,6 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QVBoxLayout>
-
-#include <algorithm>
 
 using namespace tw::schedules;
 
@@ -105,11 +105,11 @@ Frm_Schdls::Frm_Schdls(QWidget* parent) : ui::Screen(parent) {
     connect(CmdSvSch, &QPushButton::clicked, this, ui::guarded([this] { CmdSvSch_clicked(); }));
     // Cancel leaves the screen as it stands: nothing has reached the store to take back.
 
-    ui::guard([this] { Form_Load(); });
+    ui::guard([this] { loadProjects(); });
     resize(1200, 560);
 }
 
-void Frm_Schdls::Form_Load() {
+void Frm_Schdls::loadProjects() {
     con.conopen();
     cmb_toproj->clear();
     cmb_toproj->addItems(projectNames(con));
@@ -120,12 +120,12 @@ void Frm_Schdls::Form_Load() {
 }
 
 void Frm_Schdls::cmb_toproj_activated() {
-    if (cmb_toproj->currentText().trimmed() == CmbSchItm->currentText().trimmed()) {
-        ui::MsgBox(tr("The source and destination project are same. Select different projects."));
+    if (const auto same = checkDestination(cmb_toproj->currentText(), CmbSchItm->currentText())) {
+        ui::MsgBox(same->text, same->flags, same->title);
         return;
     }
     const QString destination = cmb_toproj->currentText();
-    dest_contract = projectNumber(con, destination);
+    dest_contract = tw::projects::numberOf(con, destination);
     // The grid begins with what the destination has, and those rows are written again on save.
     Lst_SchdA->clear();
     staged_.clear();
@@ -146,7 +146,7 @@ void Frm_Schdls::cmb_toproj_activated() {
 void Frm_Schdls::CmbSchItm_activated() {
     Lst_Schd->clear();
     sourceRow_ = -1;
-    source_contract = projectNumber(con, CmbSchItm->currentText());
+    source_contract = tw::projects::numberOf(con, CmbSchItm->currentText());
     for (const StagedItem& item : scheduleItems(con, source_contract))
         ui::addListRow(Lst_Schd, {item.number, item.description});
     tw::reporttableerror(ui::boxes(), {}, {});
@@ -174,39 +174,29 @@ void Frm_Schdls::stage(const StagedItem& item) {
 }
 
 void Frm_Schdls::CmdSngl_clicked() {
-    if (sourceDescription_.isEmpty() || sourceRow_ < 0 ||
-        sourceRow_ >= Lst_Schd->topLevelItemCount()) {
-        ui::MsgBox(tr("Please Select a Schedule From Schedule List"), ui::Ok,
-                   tr("Investigation Information"));
-        Lst_Schd->setFocus();
-        return;
-    }
-    const QString number = Lst_Schd->topLevelItem(sourceRow_)->text(0);
-    if (std::any_of(staged_.begin(), staged_.end(),
-                    [&](const StagedItem& s) { return s.number == number; })) {
-        ui::MsgBox(tr("This Schedule is already Added..."), ui::Ok, tr("Schedules"));
-        Lst_Schd->setFocus();
-        return;
-    }
-    for (const StagedItem& item : scheduleItems(con, source_contract))
-        if (item.number == number) {
-            stage(item);
-            break;
-        }
+    std::optional<QString> picked;
+    if (!sourceDescription_.isEmpty() && sourceRow_ >= 0 &&
+        sourceRow_ < Lst_Schd->topLevelItemCount())
+        picked = Lst_Schd->topLevelItem(sourceRow_)->text(0);
+    const auto moved = stageOne(con, source_contract, staged_, picked);
+    if (const auto* refused = std::get_if<tw::Refusal>(&moved))
+        return ui::refuse(this, *refused);
+    for (const StagedItem& item : std::get<std::vector<StagedItem>>(moved))
+        stage(item);
     CmdSvSch->setEnabled(true);
     CmdRmv->setEnabled(true);
 }
 
 void Frm_Schdls::CmdDbl_clicked() {
     busy();
-    const std::vector<StagedItem> items = scheduleItems(con, source_contract);
-    if (items.empty()) {
+    const auto all = stageAll(con, source_contract);
+    if (const auto* none = std::get_if<tw::Message>(&all)) {
         // The hourglass is left on here: the user is told there is nothing to copy.
-        ui::MsgBox(tr("There are no schedules to copy from this porject"), ui::Information);
+        ui::MsgBox(none->text, none->flags, none->title);
         return;
     }
     // No test for rows staged already: the save writes a number twice to the same row.
-    for (const StagedItem& item : items)
+    for (const StagedItem& item : std::get<std::vector<StagedItem>>(all))
         stage(item);
     CmdRmv->setEnabled(false);
     CmdSvSch->setEnabled(true);
@@ -242,23 +232,21 @@ void Frm_Schdls::CmdRmv_clicked() {
 
 void Frm_Schdls::CmdSvSch_clicked() {
     busy();
-    // The hourglass stays on after either refusal.
-    if (CmbSchItm->currentText().trimmed().isEmpty()) {
-        ui::MsgBox(tr("Please Select Schedule Master from the list to Copy From..."), ui::Ok,
-                   tr("Schedule Master"));
-        CmbSchItm->setFocus();
+    std::optional<tw::Refusal> refused;
+    try {
+        refused = saveStaged(con, CmbSchItm->currentText(), dest_contract, staged_);
+    } catch (...) {
+        idle();
+        throw;
+    }
+    if (refused) {
+        // The hourglass stays on after either refusal.
+        ui::refuse(this, *refused);
+        if (staged_.empty())
+            CmdSvSch->setEnabled(false);
         return;
     }
-    if (staged_.empty()) {
-        ui::MsgBox(tr("There are no Schedules to SAVE...!"), ui::Ok, tr("Empty Schedules Grid"));
-        Lst_Schd->setFocus();
-        CmdSvSch->setEnabled(false);
-        return;
-    }
-    struct Idle {
-        ~Idle() { idle(); }
-    } putBack;
-    saveStaged(con, dest_contract, staged_);
+    idle();
 }
 
 void Frm_Schdls::closeEvent(QCloseEvent* e) {

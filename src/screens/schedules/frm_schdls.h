@@ -30,7 +30,8 @@ public:
 
     enum StagedColumn { SchNo, Description, Units, UnitLabel, Rate, Category, TypeOfMeasure };
 
-    void Form_Load();
+    // Lists the projects a destination is picked from, as the screen opens.
+    void loadProjects();
     void cmb_toproj_activated();
     void CmbSchItm_activated();
     void Lst_Schd_itemClicked(QTreeWidgetItem* item);

@@ -150,8 +150,6 @@ void frm_backup::cmd_browse_restore_clicked() {
 void frm_backup::showProgress() {
     prog_save->setVisible(true);
     prog_save->setValue(prog_save->minimum());
-    // Enabled, but with no interval the timer never ticks (a Qt timer of 0 would spin).
-    timerOn_ = true;
 }
 
 void frm_backup::cmd_backup_clicked() {
@@ -188,7 +186,6 @@ void frm_backup::Timer_timeout() {
     prog_save->setValue(qMin(counter_, prog_save->maximum()));
     if (prog_save->value() == prog_save->maximum()) {
         Timer->stop();
-        timerOn_ = false;
         prog_save->hide();
         counter_ = 1;
         prog_save->setValue(prog_save->minimum());

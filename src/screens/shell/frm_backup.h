@@ -33,8 +33,6 @@ public:
 
     // The picker last opened from this screen, while it is open.
     frm_changedir* picker() const;
-    // Whether the bar's timer is enabled; it has no interval, so it never ticks.
-    bool timerOn() const { return timerOn_; }
 
     QLineEdit* txt_destname;
     QPushButton* cmd_browse_backup;
@@ -59,7 +57,6 @@ private:
     QPointer<frm_changedir> picker_;
     QStringList look_;
     int counter_ = 0;
-    bool timerOn_ = false;
 };
 
 // Copies `from` to `to`, replacing `to`. Throws tw::Error with the reason when it fails; `to` is

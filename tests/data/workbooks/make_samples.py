@@ -1,5 +1,6 @@
 #!/usr/bin/python3
-"""Writes the small schedule workbooks the import tests read, each as .xls, .xlsx and .ods.
+"""Writes the small schedule workbooks the import tests read, each as .xls, .xlsx and .ods, and
+slow.xlsx, a small file that takes the reader a second or two.
 
     /usr/bin/python3 tests/data/workbooks/make_samples.py [STEM...]   (the .xls files need
     python3-xlwt; with stems, only those samples are written)
@@ -176,6 +177,30 @@ def write_xls(path, sheets):
     book.save(path)
 
 
+def write_slow(path, cells=1500000):
+    """Sheet1 holds `cells` numbers in column AZ, beyond the columns read: the reader goes through
+    each of them, and the file stays small."""
+    main = "http://schemas.openxmlformats.org/spreadsheetml/2006/main"
+    rel = "http://schemas.openxmlformats.org/officeDocument/2006/relationships"
+    pkg = "http://schemas.openxmlformats.org/package/2006/relationships"
+    with zipfile.ZipFile(path, "w", zipfile.ZIP_DEFLATED, compresslevel=9) as z:
+        z.writestr("[Content_Types].xml", '<Types xmlns="http://schemas.openxmlformats.org/'
+                   'package/2006/content-types"/>')
+        z.writestr("_rels/.rels", '<Relationships xmlns="%s"><Relationship Id="rId1" Type="%s/'
+                   'officeDocument" Target="xl/workbook.xml"/></Relationships>' % (pkg, rel))
+        z.writestr("xl/workbook.xml", '<workbook xmlns="%s" xmlns:r="%s"><sheets><sheet name='
+                   '"Sheet1" sheetId="1" r:id="rId1"/></sheets></workbook>' % (main, rel))
+        z.writestr("xl/_rels/workbook.xml.rels", '<Relationships xmlns="%s"><Relationship Id='
+                   '"rId1" Type="%s/worksheet" Target="worksheets/sheet1.xml"/></Relationships>'
+                   % (pkg, rel))
+        with z.open("xl/worksheets/sheet1.xml", "w") as f:
+            f.write(('<worksheet xmlns="%s"><sheetData><row r="1">' % main).encode())
+            chunk = ('<c r="AZ1"><v>1</v></c>' * 10000).encode()
+            for _ in range(cells // 10000):
+                f.write(chunk)
+            f.write(b"</row></sheetData></worksheet>")
+
+
 if __name__ == "__main__":
     import sys
     wanted = set(sys.argv[1:])
@@ -188,3 +213,5 @@ if __name__ == "__main__":
     for stem, (sheets, options) in OPEN_XML_ONLY.items():
         if not wanted or stem in wanted:
             write_xlsx(os.path.join(HERE, stem + ".xlsx"), sheets, **options)
+    if not wanted or "slow" in wanted:
+        write_slow(os.path.join(HERE, "slow.xlsx"))
