@@ -1,6 +1,7 @@
 #include "store/copystore.h"
 
 #include "store/files.h"
+#include "store/history.h"
 #include "store/schema.h"
 #include "store/sqlitefile.h"
 #include "store/store.h"
@@ -160,6 +161,10 @@ public:
         for (const schema::Table& t : schema::tables())
             prepared(d, schema::createStatement(t.name, t.columns), {});
         prepared(d, QStringLiteral("pragma user_version = %1").arg(schema::currentVersion), {});
+    }
+    void recordChanges() {
+        if (!session_)
+            history::ensureLocal(db());
     }
     void createProjectTable(const schema::Table& t) {
         prepared(db(),
@@ -348,6 +353,8 @@ std::vector<CopiedTable> copyStore(const std::optional<ServerAddress>& from,
         }
         for (const schema::Table& t : all)
             copied.push_back(copyTable(source, target, t));
+        // The triggers come after the rows, so that the copy adds no history of its own.
+        target.recordChanges();
     } catch (...) {
         d.rollback();
         throw;

@@ -1,5 +1,6 @@
 #include "store/schema.h"
 
+#include "store/history.h"
 #include "store/sqlitefile.h"
 #include "store/store.h"
 #include "values/values.h"
@@ -254,6 +255,8 @@ std::vector<Table> makeTables() {
                                  {"tw_bill_label", T}})});
     t.push_back({"diameter", cols({{"tw_diameter", T}})});
     t.push_back({"rnfweights", cols({{"tw_Diameter", T}, {"tw_mt_wt", N}, {"tw_ft_wt", N}})});
+    // Last, so that a copy of the books carries it after every row it tells of.
+    t.push_back({history::table, history::columns()});
     return t;
 }
 
@@ -393,6 +396,7 @@ void create(QSqlDatabase db) {
     for (const auto& table : tables())
         run(db, createStatement(table.name, table.columns));
     seed(db);
+    history::ensureLocal(db);
 }
 
 int scalar(QSqlDatabase db, const QString& sql) {
@@ -500,6 +504,20 @@ bool plainTable(const sqlite::Handle& h, const QString& name) {
 QString foreignObject(const sqlite::Handle& h, const std::vector<QStringList>& objects,
                       int version) {
     std::set<const Table*> found;
+    // The history's triggers stand on the recorded tables, a project's schedule table's on its
+    // columns as the file has them.
+    std::vector<Table> schedules;
+    for (const QStringList& o : objects)
+        if (o[0] == QLatin1String("table") && isProjectTable(o[1]) &&
+            o[1].startsWith(QLatin1String("sch_"), Qt::CaseInsensitive)) {
+            Table t{o[1], {}};
+            for (const QStringList& c :
+                 h.rows(QStringLiteral("select name, type from pragma_table_info(?)"), {o[1]}))
+                t.columns.push_back({c[0], c[1]});
+            schedules.push_back(t);
+        }
+    const auto historyObjects =
+        version >= 3 ? history::localObjects(schedules) : std::map<QString, QString>();
     auto allowedTable = [](const QString& name) {
         return programTable(name) || isProjectTable(name) ||
                name == QLatin1String("sqlite_sequence");
@@ -511,6 +529,11 @@ QString foreignObject(const sqlite::Handle& h, const std::vector<QStringList>& o
             if (sql.isNull() && allowedTable(table))
                 continue;
             return QStringLiteral("it holds an index %1").arg(name);
+        }
+        if (const auto kept = historyObjects.find(name); kept != historyObjects.end()) {
+            if (sql.compare(kept->second, Qt::CaseInsensitive) != 0)
+                return QStringLiteral("its %1 %2 is not as Tallywright makes it").arg(type, name);
+            continue;
         }
         if (type != QLatin1String("table"))
             return QStringLiteral("it holds a %1 %2").arg(type, name);
@@ -531,7 +554,7 @@ QString foreignObject(const sqlite::Handle& h, const std::vector<QStringList>& o
         }
     }
     for (const Table& t : tables())
-        if (!found.count(&t))
+        if (!found.count(&t) && (version >= 3 || t.name != history::table))
             return QStringLiteral("it has no table %1").arg(t.name);
     return {};
 }
@@ -566,8 +589,11 @@ void ensure(QSqlDatabase db) {
     const int version = scalar(db, QStringLiteral("pragma user_version"));
     if (version > currentVersion)
         throw Error(newerVersion(db.databaseName(), version));
-    if (version == currentVersion)
+    if (version == currentVersion) {
+        // A schedule table made by another program gets its triggers now.
+        history::ensureLocal(db);
         return;
+    }
     if (!db.transaction())
         throw Error(db.lastError().text());
     try {
@@ -578,6 +604,8 @@ void ensure(QSqlDatabase db) {
             run(db, QStringLiteral("update diameter set tw_diameter = substr(tw_diameter, 1, "
                                    "length(tw_diameter) - 3) where tw_diameter like '% mm'"));
         }
+        if (version < 3)
+            history::ensureLocal(db);
         run(db, QStringLiteral("pragma user_version = %1").arg(currentVersion));
     } catch (...) {
         db.rollback();

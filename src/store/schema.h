@@ -15,8 +15,8 @@ namespace tw::schema {
 
 // The version this program writes in PRAGMA user_version.
 // 1: the first format; 2: text columns compare without regard to case, and lengths in inches
-// are numbers.
-constexpr int currentVersion = 2;
+// are numbers; 3: the history of changes and its triggers.
+constexpr int currentVersion = 3;
 
 struct Column {
     QString name;

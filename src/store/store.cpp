@@ -1,6 +1,7 @@
 #include "store/store.h"
 
 #include "store/files.h"
+#include "store/history.h"
 #include "store/schema.h"
 #include "store/server.h"
 #include "store/sqlitefile.h"
@@ -500,7 +501,7 @@ std::optional<Row> ConClass::first(const QString& sql, const QVariantList& param
 }
 
 int ConClass::exec(const QString& sql, const QVariantList& params) const {
-    return prepared(db(), sql, params).numRowsAffected();
+    return int(named([&] { return prepared(db(), sql, params).numRowsAffected(); }));
 }
 
 qint64 ConClass::insert(const QString& table, const Values& values) const {
@@ -575,7 +576,20 @@ void ConClass::makeTemporaryCopy(const QString& table) const {
     }
 }
 
+qint64 ConClass::named(const std::function<qint64()>& step) const {
+    // A write outside an action's transaction gets one of its own, so that the history names
+    // its writer as well.
+    if (depth_ > 0 || onServer())
+        return step();
+    Transaction t(*this);
+    const qint64 result = step();
+    t.commit();
+    return result;
+}
+
 qint64 ConClass::write(const QString& sql, const QVariantList& params) const {
+    if (depth_ == 0 && !onServer())
+        return named([&] { return write(sql, params); });
     auto known = writes_.find(sql);
     if (known == writes_.end())
         known = writes_.emplace(sql, Statement(*this, sql)).first;
@@ -605,6 +619,20 @@ void mark(const QSqlDatabase& db, const QString& sql) {
 }
 } // namespace
 
+namespace {
+// What a transaction has changed so far: rows written (the writer's own row among them) and the
+// schemas of the file and of the connection's temporary tables.
+QStringList footprint(const QSqlDatabase& db) {
+    QStringList out;
+    for (const char* sql :
+         {"select total_changes()", "pragma schema_version", "pragma temp.schema_version"}) {
+        QSqlQuery q = prepared(db, QString::fromLatin1(sql), {});
+        out << (q.next() ? q.value(0).toString() : QString());
+    }
+    return out;
+}
+} // namespace
+
 Transaction::Transaction(const ConClass& con) : con_(con) {
     QSqlDatabase db = con.db();
     if (!db.isOpen())
@@ -613,6 +641,15 @@ Transaction::Transaction(const ConClass& con) : con_(con) {
     if (level_ == 1) {
         if (!db.transaction())
             throw Error(db.lastError().text());
+        if (!con.onServer()) {
+            try {
+                history::nameWriter(db);
+                begun_ = footprint(db);
+            } catch (const Error&) {
+                db.rollback();
+                throw;
+            }
+        }
     } else {
         mark(db, QStringLiteral("savepoint tw%1").arg(level_));
     }
@@ -645,8 +682,30 @@ void Transaction::end(bool commit) {
         mark(db, QStringLiteral("release tw%1").arg(level_));
         return;
     }
-    const bool ok = commit ? db.commit() : db.rollback();
-    const QString failure = db.lastError().text();
+    bool ok = true;
+    QString failure;
+    if (commit && !con_.onServer()) {
+        try {
+            history::clearWriter(db);
+            // An action that only read gives back the writer's row unwritten: the file stays
+            // byte for byte as it was.
+            const QStringList now = footprint(db);
+            if (now.mid(1) == begun_.mid(1) && now[0].toLongLong() == begun_[0].toLongLong() + 1)
+                commit = false;
+            // A project's schedule table made by the action is recorded from its first row on.
+            if (now[1] != begun_[1])
+                history::ensureLocal(db);
+        } catch (const Error& e) {
+            ok = false;
+            failure = e.text();
+        }
+    }
+    if (ok) {
+        ok = commit ? db.commit() : db.rollback();
+        failure = db.lastError().text();
+    } else {
+        db.rollback();
+    }
     if (con_.closeWhenDone_) {
         con_.closeWhenDone_ = false;
         con_.closeConnection();

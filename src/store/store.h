@@ -198,6 +198,8 @@ private:
     // thousands of rows prepares its update once, not once a row. Gives the rowid an insert
     // made.
     qint64 write(const QString& sql, const QVariantList& params) const;
+    // Runs `step` in a transaction of its own when no action holds one on the local file.
+    qint64 named(const std::function<qint64()>& step) const;
     QString name_;
     mutable std::unordered_map<QString, Statement> writes_;
     Messenger* out_;
@@ -221,6 +223,7 @@ private:
     void end(bool commit);
     const ConClass& con_;
     int level_ = 0; // 1 for the outermost guard
+    QStringList begun_;
     bool open_ = false;
 };
 

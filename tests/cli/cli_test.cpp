@@ -1,5 +1,6 @@
 #include "cli.h"
 #include "store/backup.h"
+#include "store/history.h"
 #include "support/core_fixtures.h"
 
 #include <QDir>
@@ -362,6 +363,17 @@ TEST(Cli, PaymentAddChecksAsTheScreenAndListTotals) {
                      "Bill RA-2\tBill Amount\t5\n"
                      "Sl. NO\tPayment Ref\tDate\tAmount\tTDS\tOther Recoveries\n"
                      "Total Payment / Receipt\t\n");
+    // Only the two payments taken are in the history, each added by the one who ran the command.
+    tw::ConClass con(twtest::scripted());
+    con.conopen();
+    const auto h = tw::history::read(con, {"P1", {}, "payment_rec", {}, {}});
+    ASSERT_EQ(h.size(), 2U);
+    for (const auto& e : h)
+        EXPECT_EQ(std::tuple(e.action, e.bill, e.who, e.before),
+                  std::tuple(QString("added"), QString("RA-1"), tw::history::user(), QString()));
+    EXPECT_TRUE(h[1].after.startsWith("[\"P1\",\"RA-1\",\"R1\",\"05-03-2024\",100.5,0.0,2.0,"))
+        << h[1].after.toStdString();
+    EXPECT_TRUE(h[0].after.contains("\"R2\",\"05-03-2024\",1.2,")) << h[0].after.toStdString();
 }
 
 // schedule export writes its workbook whole and only then says so; never onto the books or

@@ -7,6 +7,7 @@
 #include "core/schedules/workbook.h"
 #include "measurements/screen_texts.h"
 #include "screens/measurements/frm_dims.h"
+#include "store/history.h"
 
 #include <QFile>
 
@@ -141,6 +142,14 @@ TEST_F(MeasurementsImport, StoresWhatTheScreenStores) {
             EXPECT_TRUE(r.out.startsWith("Row 1 holds column names and was skipped.\n"))
                 << r.out.toStdString();
             EXPECT_EQ(stored(number, bill), stored(number, "S")) << bill;
+            // Each line imported is in the history, added, with its figures.
+            const auto h = tw::history::read(db(), {number, bill, "BillMaster", {}, {}});
+            EXPECT_EQ(h.size(), size_t(stored(number, bill).size())) << bill;
+            for (const auto& e : h)
+                EXPECT_TRUE(
+                    e.action == "added" && e.who == tw::history::user() &&
+                    e.after.startsWith(QString("[%1,\"%2\",\"%3\",").arg(e.row).arg(number, bill)))
+                    << e.after.toStdString();
         }
     }
 }

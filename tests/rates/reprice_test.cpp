@@ -1,4 +1,5 @@
 #include "core/rates/reprice.h"
+#include "store/history.h"
 
 #include "support/core_fixtures.h"
 
@@ -90,6 +91,19 @@ TEST_F(RepriceTest, UnitRateIsTheSinglePrecisionSumOfTheSlotsThatCount) {
     }
     // The material itself is found by its description, not added twice.
     EXPECT_EQ(db().keyed("Materials").size(), 1u);
+    // The last saving is in the history: the material's price and the category it re-priced,
+    // each with the figures before and after, and who saved them.
+    for (const auto& [table, before, after] :
+         {std::tuple{"Materials", "[\"Cement\",100.0,\"Bag\"]", "[\"Cement\",0.1,\"Bag\"]"},
+          std::tuple{"CategoryList_Meter", "[\"Item\",null,null,null,null,999.0,",
+                     "[\"Item\",null,null,null,null,0.100000001490116,"}}) {
+        const auto h = tw::history::read(db(), {{}, {}, table, {}, {}});
+        ASSERT_FALSE(h.empty());
+        EXPECT_EQ(h[0].action, "changed");
+        EXPECT_EQ(h[0].who, tw::history::user());
+        EXPECT_TRUE(h[0].before.startsWith(before)) << h[0].before.toStdString();
+        EXPECT_TRUE(h[0].after.startsWith(after)) << h[0].after.toStdString();
+    }
 }
 
 TEST_F(RepriceTest, EighthSlotStopsThePassKeepingWhatWasWrittenBeforeIt) {

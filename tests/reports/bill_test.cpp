@@ -1,6 +1,7 @@
 #include "cli.h"
 #include "core/reports/running_bill.h"
 #include "render/render.h"
+#include "store/history.h"
 #include "support/core_fixtures.h"
 
 #include <functional>
@@ -211,10 +212,29 @@ TEST_F(Bill, FrozenBillIsReprintedAndItsRowKept) {
     FreezeBill(run, db());
     FreezeBill(run, db()); // a second freeze copies nothing more
     EXPECT_EQ(db().keyed("abstractbills").size(), 3U);
+    // The freeze is in the history: the bill's row turned frozen, its lines copied.
+    const auto changes = [&](const char* table) {
+        return tw::history::read(db(), {"P1", "RA-1", table, {}, {}});
+    };
+    ASSERT_FALSE(changes("billsraised").empty());
+    EXPECT_EQ(changes("billsraised")[0].action, "changed");
+    EXPECT_TRUE(changes("billsraised")[0].before.endsWith(",null]"))
+        << changes("billsraised")[0].before.toStdString();
+    EXPECT_TRUE(changes("billsraised")[0].after.endsWith(",1]"));
+    EXPECT_EQ(changes("abstractbills").size(), 3U);
+    for (const auto& e : changes("abstractbills"))
+        EXPECT_EQ(std::pair(e.action, e.who), std::pair(QString("added"), tw::history::user()));
     db().exec("update billsraised set tw_bill_dt='02-04-2026'");
 
     line("RA-1", "1.1", 5);                               // measured after freezing
     SaveDeductions(run, db(), {{"Water", 9, "Nos", 40}}); // and a deduction changed
+    // Those two are recorded as changes to a frozen bill; the lines before the freeze are not.
+    for (const char* table : {"BillMaster", "absbl_dedns"}) {
+        const auto h = changes(table);
+        ASSERT_GE(h.size(), 2U) << table;
+        EXPECT_TRUE(h.front().frozen) << table;
+        EXPECT_FALSE(h.back().frozen) << table;
+    }
     ReportRun again = runOn("RA-1");
     EXPECT_TRUE(again.frozen_flag);
     ASSERT_TRUE(generate(again));

@@ -122,11 +122,11 @@ full_inside() {
 
 full() {
     mkdir -p "$work/full"
-    if [ "$(id -u)" -eq 0 ] && mount -t tmpfs -o size=1m,mode=755 tmpfs "$work/full" 2>/dev/null
+    if [ "$(id -u)" -eq 0 ] && mount -t tmpfs -o size=2m,mode=755 tmpfs "$work/full" 2>/dev/null
     then
         full_inside "$work/full/books"
     elif unshare -Urm true 2>/dev/null; then
-        unshare -Urm bash -c 'mount -t tmpfs -o size=1m tmpfs "$1" && "$2" "$3" full-inside "$1/books"' \
+        unshare -Urm bash -c 'mount -t tmpfs -o size=2m tmpfs "$1" && "$2" "$3" full-inside "$1/books"' \
             _ "$work/full" "$here/probe-files.sh" "$cli" | tee "$work/full.out" |
             grep -v '^probe-files:'
         local counts=($(grep '^probe-files:' "$work/full.out" | tr -dc '0-9 '))

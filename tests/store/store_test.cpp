@@ -1,5 +1,6 @@
 #include "store/backup.h"
 #include "store/files.h"
+#include "store/history.h"
 #include "store/schema.h"
 #include "store/store.h"
 #include "support/core_fixtures.h"
@@ -8,6 +9,7 @@
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
+#include <QProcess>
 #include <QSqlDatabase>
 #include <QSqlQuery>
 
@@ -147,7 +149,7 @@ TEST_F(StoreTest, FilesWhoseObjectsAreNotExactlyTheProgramsAreRefusedUntouched) 
     ASSERT_TRUE(QFile::rename(dbPath(), fresh));
     const QDir data(QStringLiteral(TW_STORE_DATA));
     const QStringList scripts = data.entryList({QStringLiteral("*.sql")});
-    ASSERT_EQ(scripts.size(), 7);
+    ASSERT_EQ(scripts.size(), 8);
     for (const QString& script : scripts) {
         SCOPED_TRACE(script.toStdString());
         const QString hostile = folder() + u'/' + QFileInfo(script).completeBaseName();
@@ -241,6 +243,8 @@ TEST_F(StoreTest, AFirstFormatFileIsUpgradedKeepingEveryRow) {
     // diameters spelt with their unit.
     QStringList make;
     for (const auto& table : tw::schema::tables()) {
+        if (table.name == tw::history::table)
+            continue;
         QStringList defs;
         for (const auto& c : table.columns)
             defs << QStringLiteral("\"%1\" %2")
@@ -269,6 +273,15 @@ TEST_F(StoreTest, AFirstFormatFileIsUpgradedKeepingEveryRow) {
     const auto r = db().find(QStringLiteral("reinforcementmaster"), QStringLiteral("1=1"));
     EXPECT_EQ(r->value(QStringLiteral("tw_length_inches")).typeId(), QMetaType::Double);
     EXPECT_EQ(db().rows(QStringLiteral("select * from diameter"))[0].text(0), QStringLiteral("8"));
+    // The upgrade adds the history, the project's own schedule table recorded too.
+    db().exec(QStringLiteral("update Sch_7 set tw_item_rate = 13"));
+    db().exec(QStringLiteral("update contractmaster set tw_tax_rate = 5"));
+    const auto changes = tw::history::read(db());
+    ASSERT_EQ(changes.size(), 2u);
+    EXPECT_EQ(changes[1].table, QStringLiteral("Sch_7"));
+    EXPECT_EQ(changes[1].before, QStringLiteral("[\"A-1\",12.5]"));
+    EXPECT_EQ(changes[1].after, QStringLiteral("[\"A-1\",13.0]"));
+    EXPECT_EQ(changes[0].table, QStringLiteral("ContractMaster"));
 }
 
 TEST_F(StoreTest, TextMatchesWithoutRegardToCaseAndQuotesAreKept) {
@@ -448,6 +461,88 @@ TEST_F(StoreTest, TransactionsNestAndAnActionsWritesStandOrFallTogether) {
         action.commit();
     }
     EXPECT_FALSE(db().isOpen());
+}
+
+// The store itself records every change to the tables a bill is made of, whoever writes them,
+// and its record cannot be changed.
+TEST_F(StoreTest, EveryChangeIsRecordedWithItsWriterAndTheRecordStandsAsWritten) {
+    if (onServer())
+        GTEST_SKIP() << "the local file's own";
+    tw::history::setUser(QStringLiteral("clerk1"));
+    const auto shell = [&](const QString& sql) {
+        QProcess p;
+        p.start(QStringLiteral("sqlite3"), {dbPath(), sql});
+        EXPECT_TRUE(p.waitForFinished());
+        return std::pair{p.exitCode(), QString::fromUtf8(p.readAllStandardError())};
+    };
+    const auto latest = [&] { return tw::history::read(db()).front(); };
+    const qint64 id = db().insert(QStringLiteral("payment_rec"),
+                                  {{QStringLiteral("tw_contract_num"), QStringLiteral("P-1")},
+                                   {QStringLiteral("tw_bill_num"), QStringLiteral("1")},
+                                   {QStringLiteral("tw_recpt_num"), QStringLiteral("R\"1\\")},
+                                   {QStringLiteral("tw_netamt"), 1500.25}});
+    auto e = latest();
+    EXPECT_EQ(e.who, QStringLiteral("clerk1"));
+    EXPECT_EQ(e.computer, tw::history::computer());
+    EXPECT_EQ(std::tuple(e.table, e.row, e.action, e.project, e.bill),
+              std::tuple(QStringLiteral("payment_rec"), id, QStringLiteral("added"),
+                         QStringLiteral("P-1"), QStringLiteral("1")));
+    EXPECT_TRUE(e.before.isEmpty());
+    EXPECT_EQ(
+        e.after,
+        QStringLiteral(
+            "[\"P-1\",\"1\",\"R\\\"1\\\\\",null,1500.25,null,null,null,null,null,null,null]"));
+    EXPECT_LE(std::abs(e.when.secsTo(QDateTime::currentDateTimeUtc())), 60);
+    // The sqlite3 shell writes without the program: recorded, with no user, values before and
+    // after; an update that changes nothing is no change, one of case alone is.
+    db().conclose();
+    EXPECT_EQ(shell(QStringLiteral("update payment_rec set tw_netamt = 1499.75")).first, 0);
+    EXPECT_EQ(shell(QStringLiteral("update payment_rec set tw_netamt = 1499.75")).first, 0);
+    EXPECT_EQ(shell(QStringLiteral("update payment_rec set tw_contract_num = 'p-1'")).first, 0);
+    EXPECT_EQ(
+        shell(QStringLiteral("insert into dummy_estimation (tw_bill_num) values ('1')")).first, 0);
+    db().conopen();
+    const auto all = tw::history::read(db());
+    ASSERT_EQ(all.size(), 3u);
+    EXPECT_TRUE(all[1].who.isEmpty());
+    EXPECT_EQ(all[1].action, QStringLiteral("changed"));
+    EXPECT_TRUE(all[1].before.contains(QStringLiteral(",1500.25,")));
+    EXPECT_TRUE(all[1].after.contains(QStringLiteral(",1499.75,")));
+    EXPECT_TRUE(all[0].after.startsWith(QStringLiteral("[\"p-1\"")));
+    // Nobody changes or removes what was recorded: not the shell, not the program.
+    db().conclose();
+    for (const char* sql : {"delete from history", "update history set tw_who = 'x'"}) {
+        const auto [code, said] = shell(QString::fromLatin1(sql));
+        EXPECT_NE(code, 0) << sql;
+        EXPECT_TRUE(said.contains(QStringLiteral("kept as written"))) << said.toStdString();
+    }
+    // A project's schedule table made by another program is recorded from the next opening.
+    EXPECT_EQ(shell(QStringLiteral("insert into contractmaster (tw_contract_num) values ('P-9'); "
+                                   "create table Sch_1 (tw_sch_num TEXT, tw_item_rate REAL)"))
+                  .first,
+              0);
+    db().conopen();
+    EXPECT_THROW(db().exec(QStringLiteral("delete from history")), tw::Error);
+    db().insert(QStringLiteral("Sch_1"), {{QStringLiteral("tw_sch_num"), QStringLiteral("A\n1")}});
+    e = latest();
+    EXPECT_EQ(std::tuple(e.table, e.project, e.after),
+              std::tuple(QStringLiteral("Sch_1"), QStringLiteral("P-9"),
+                         QStringLiteral("[\"A\\n1\",null]")));
+    // Days are UTC days, both ends included.
+    const QDate today = QDateTime::currentDateTimeUtc().date();
+    for (const auto& [since, until, count] : {std::tuple{today, today, 3u},
+                                              {today.addDays(1), QDate(), 0u},
+                                              {QDate(), today.addDays(-1), 0u},
+                                              {today.addDays(-1), QDate(), 3u}})
+        EXPECT_EQ(tw::history::read(db(), {QStringLiteral("p-1"),
+                                           {},
+                                           {},
+                                           since.toString(Qt::ISODate),
+                                           until.toString(Qt::ISODate)})
+                      .size(),
+                  count)
+            << since.toString(Qt::ISODate).toStdString()
+            << until.toString(Qt::ISODate).toStdString();
 }
 
 TEST_F(StoreTest, MissingProjectTableIsMadeOnlyForTheThreeFamilies) {

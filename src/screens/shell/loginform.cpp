@@ -1,6 +1,7 @@
 #include "screens/shell/loginform.h"
 
 #include "store/backup.h"
+#include "store/history.h"
 #include "store/store.h"
 #include "ui/kit.h"
 
@@ -121,6 +122,7 @@ void LoginForm::cmdLogin_clicked() {
         ui::refuse(txtpass, tr("Invalid PassWord "), ui::Information);
         return;
     }
+    tw::history::setUser(userid.trimmed());
     // A file from before the hash gave its password in clear this once; it keeps the hash now.
     // A file that cannot take it is told, and the user, who gave the right password, goes on.
     if (tw::isClearPassword(password))
@@ -145,6 +147,7 @@ void LoginForm::serverLogin(const tw::ServerAddress& server) {
         seat.user = txtuserid->text().trimmed().toLower();
         seat.password = txtpass->text().trimmed();
         tw::Store::use(seat);
+        tw::history::setUser(seat.user);
         emit loggedIn();
         return;
     }

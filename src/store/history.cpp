@@ -1,0 +1,309 @@
+#include "store/history.h"
+
+#include "store/store.h"
+
+#include <QDate>
+#include <QDateTime>
+#include <QRegularExpression>
+#include <QSqlQuery>
+#include <QSysInfo>
+#include <QTimeZone>
+
+#include <set>
+
+#include <pwd.h>
+#include <unistd.h>
+
+namespace tw::history {
+namespace {
+
+const QString actorTable = QStringLiteral("history_actor");
+
+// Where a recorded table keeps its project and its bill; a measurement line or a deduction is
+// also marked when its bill was frozen at the time of the change.
+struct Recorded {
+    const char* name;
+    const char* project;
+    const char* bill;
+    bool watched;
+};
+const Recorded recorded[] = {
+    {"ContractMaster", "tw_contract_num", nullptr, false},
+    {"Sch_master", "tw_contract_num", nullptr, false},
+    {"BillMaster", "tw_contract_num", "tw_bill_num", true},
+    {"Reinforcementmaster", "tw_contract_num", "tw_bill_num", false},
+    {"Materials", nullptr, nullptr, false},
+    {"CategoryList_Feet", nullptr, nullptr, false},
+    {"CategoryList_Meter", nullptr, nullptr, false},
+    {"absbl_dedns", "tw_cont_num", "tw_bill_num", true},
+    {"billsraised", "tw_contract_num", "tw_bill_num", false},
+    {"abstractbills", "tw_contract_num", "tw_bill_num", false},
+    {"payment_rec", "tw_contract_num", "tw_bill_num", false},
+};
+
+const Recorded* recordOf(const QString& name) {
+    for (const Recorded& r : recorded)
+        if (name.compare(QLatin1String(r.name), Qt::CaseInsensitive) == 0)
+            return &r;
+    return nullptr;
+}
+
+bool isSchedule(const QString& name) {
+    static const QRegularExpression re(QStringLiteral("^sch_[0-9]+$"),
+                                       QRegularExpression::CaseInsensitiveOption);
+    return re.match(name).hasMatch();
+}
+
+QString quoted(const QString& name) {
+    return u'"' + QString(name).replace(u'"', QStringLiteral("\"\"")) + u'"';
+}
+
+QString& userName() {
+    static QString name;
+    return name;
+}
+
+// A value as JSON text, built from SQLite's own innocuous functions: the connections of the
+// program trust no function in a file's code that could harm, and the JSON functions are not
+// marked harmless, so a trigger calling them would refuse every write of the program. A number
+// is written as SQLite prints it; a text has its quotes, backslashes and line ends escaped. What
+// a column of its type does not hold as such (a text in a number column, a blob, a text with
+// another control character) is kept whole as {"hex": its bytes}: the statements stay short,
+// and every connection parses them on opening the file.
+QString jsonValue(const QString& v, const QString& type) {
+    const QString plain =
+        QStringLiteral("typeof(%1) IN ('integer', 'real', 'null'), ifnull(%1, 'null')").arg(v);
+    const QString hex = QStringLiteral("'{\"hex\":\"' || hex(%1) || '\"}'").arg(v);
+    static const QRegularExpression numeric(QStringLiteral("INT|REAL|FLOA|DOUB|NUM"),
+                                            QRegularExpression::CaseInsensitiveOption);
+    if (numeric.match(type).hasMatch())
+        return QStringLiteral("iif(%1, %2)").arg(plain, hex);
+    // Control characters 1 to 8, 11, 12 and 14 to 31, as GLOB ranges.
+    return QStringLiteral("iif(%1, iif(typeof(%2) = 'blob' OR %2 GLOB char(42, 91, 1, 45, 8, 11, "
+                          "12, 14, 45, 31, 93, 42), %3, '\"' || replace(replace(replace(replace("
+                          "replace(%2, '\\', '\\\\'), '\"', '\\\"'), char(10), '\\n'), "
+                          "char(13), '\\r'), char(9), '\\t') || '\"'))")
+        .arg(plain, v, hex);
+}
+
+// The three triggers of one recorded table. Values are kept as JSON arrays in the table's column
+// order, not objects with names: the history of a large file is then about its measurements'
+// size again, not twice it. A change that leaves every value as it was (case included) is no
+// change.
+std::map<QString, QString> tableTriggers(const QString& name,
+                                         const std::vector<schema::Column>& columns) {
+    const Recorded* r = recordOf(name);
+    const QString spelled = r ? QString::fromLatin1(r->name) : name;
+    auto project = [&](const QString& row) {
+        if (r)
+            return r->project ? row + u'.' + quoted(QLatin1String(r->project))
+                              : QStringLiteral("null");
+        // A project's own schedule has no project column: its name carries the project's key.
+        return QStringLiteral("(select tw_contract_num from ContractMaster where tw_pkey = %1)")
+            .arg(name.mid(4));
+    };
+    auto bill = [&](const QString& row) {
+        return r && r->bill ? row + u'.' + quoted(QLatin1String(r->bill)) : QStringLiteral("null");
+    };
+    auto frozen = [&](const QString& row) {
+        return r && r->watched
+                   ? QStringLiteral("exists (select 1 from billsraised where tw_contract_num = %1 "
+                                    "and tw_bill_num = %2 and tw_froze <> 0)")
+                         .arg(project(row), bill(row))
+                   : QStringLiteral("null");
+    };
+    auto values = [&](const QString& row) {
+        QStringList v;
+        for (const schema::Column& c : columns)
+            v << jsonValue(row + u'.' + quoted(c.name), c.type);
+        return QStringLiteral("'[' || %1 || ']'").arg(v.join(QStringLiteral(" || ',' || ")));
+    };
+    QStringList differs;
+    for (const schema::Column& c : columns)
+        differs << QStringLiteral("old.%1 is not new.%1 collate binary").arg(quoted(c.name));
+    auto trigger = [&](const QString& action, const QString& event, const QString& when,
+                       const QString& row, const QString& before, const QString& after) {
+        const QString triggerName = QStringLiteral("history_%1_%2").arg(spelled, action);
+        return std::pair{
+            triggerName,
+            QStringLiteral(
+                "CREATE TRIGGER %1 AFTER %2 ON %3%4 BEGIN INSERT INTO history (tw_when, tw_who, "
+                "tw_computer, tw_table, tw_row, tw_action, tw_project, tw_bill, tw_frozen, "
+                "tw_before, tw_after) VALUES (CAST(strftime('%s', 'now') AS INTEGER), (SELECT "
+                "tw_who FROM history_actor), (SELECT tw_computer FROM history_actor), '%5', "
+                "%6.rowid, '%7', %8, %9, %10, %11, %12); END")
+                .arg(quoted(triggerName), event, quoted(spelled), when, spelled, row, action,
+                     project(row), bill(row), frozen(row), before, after)};
+    };
+    std::map<QString, QString> out;
+    out.insert(trigger(QStringLiteral("added"), QStringLiteral("INSERT"), QString(),
+                       QStringLiteral("new"), QStringLiteral("null"),
+                       values(QStringLiteral("new"))));
+    out.insert(trigger(QStringLiteral("changed"), QStringLiteral("UPDATE"),
+                       QStringLiteral(" WHEN ") + differs.join(QStringLiteral(" OR ")),
+                       QStringLiteral("new"), values(QStringLiteral("old")),
+                       values(QStringLiteral("new"))));
+    out.insert(trigger(QStringLiteral("removed"), QStringLiteral("DELETE"), QString(),
+                       QStringLiteral("old"), values(QStringLiteral("old")),
+                       QStringLiteral("null")));
+    return out;
+}
+
+void run(const QSqlDatabase& db, const QString& sql, const QVariantList& params = {}) {
+    prepared(db, sql, params);
+}
+
+} // namespace
+
+std::vector<schema::Column> columns() {
+    const QString T = QStringLiteral("TEXT"), I = QStringLiteral("INTEGER");
+    // The time as seconds since 1970 UTC: a number takes a third of the room of its text.
+    return {{QStringLiteral("tw_when"), I},     {QStringLiteral("tw_who"), T},
+            {QStringLiteral("tw_computer"), T}, {QStringLiteral("tw_table"), T},
+            {QStringLiteral("tw_row"), I},      {QStringLiteral("tw_action"), T},
+            {QStringLiteral("tw_project"), T},  {QStringLiteral("tw_bill"), T},
+            {QStringLiteral("tw_frozen"), I},   {QStringLiteral("tw_before"), T},
+            {QStringLiteral("tw_after"), T}};
+}
+
+const QStringList& recordedTables() {
+    static const QStringList names = [] {
+        QStringList n;
+        for (const Recorded& r : recorded)
+            n << QString::fromLatin1(r.name);
+        return n;
+    }();
+    return names;
+}
+
+bool isRecorded(const QString& name) {
+    return recordOf(name) || isSchedule(name);
+}
+
+void setUser(const QString& user) {
+    userName() = user;
+}
+
+QString user() {
+    if (!userName().isEmpty())
+        return userName();
+    if (const passwd* pw = ::getpwuid(::getuid()))
+        return QString::fromLocal8Bit(pw->pw_name);
+    return qEnvironmentVariable("USER");
+}
+
+QString computer() {
+    return QSysInfo::machineHostName();
+}
+
+std::map<QString, QString> localObjects(const std::vector<schema::Table>& schedules) {
+    std::map<QString, QString> out;
+    out.emplace(actorTable,
+                schema::createStatement(actorTable,
+                                        {{QStringLiteral("tw_who"), QStringLiteral("TEXT")},
+                                         {QStringLiteral("tw_computer"), QStringLiteral("TEXT")}}));
+    for (const QString& action : {QStringLiteral("changed"), QStringLiteral("removed")}) {
+        const QString name = QStringLiteral("history_kept_%1").arg(action);
+        out.emplace(name, QStringLiteral("CREATE TRIGGER %1 BEFORE %2 ON history BEGIN SELECT "
+                                         "RAISE(ABORT, 'The history of changes is kept as "
+                                         "written: its rows cannot be changed or removed.'); END")
+                              .arg(quoted(name), action == QLatin1String("changed")
+                                                     ? QStringLiteral("UPDATE")
+                                                     : QStringLiteral("DELETE")));
+    }
+    for (const QString& name : recordedTables())
+        out.merge(tableTriggers(name, schema::programTable(name)->columns));
+    for (const schema::Table& t : schedules)
+        out.merge(tableTriggers(t.name, t.columns));
+    return out;
+}
+
+QString ownerOf(const QString& object) {
+    if (object == actorTable)
+        return object;
+    static const QRegularExpression re(QStringLiteral("^history_(.+)_(added|changed|removed)$"));
+    const auto m = re.match(object);
+    return !m.hasMatch()                            ? QString()
+           : m.captured(1) == QLatin1String("kept") ? table
+                                                    : m.captured(1);
+}
+
+void ensureLocal(QSqlDatabase db) {
+    std::set<QString> present;
+    std::vector<schema::Table> schedules;
+    QSqlQuery objects = prepared(db, QStringLiteral("select type, name from sqlite_master"), {});
+    std::vector<QString> scheduleNames;
+    while (objects.next()) {
+        const QString name = objects.value(1).toString();
+        present.insert(name.toLower());
+        if (objects.value(0).toString() == QLatin1String("table") && isSchedule(name))
+            scheduleNames.push_back(name);
+    }
+    for (const QString& name : scheduleNames) {
+        schema::Table t{name, {}};
+        QSqlQuery cols =
+            prepared(db, QStringLiteral("select name, type from pragma_table_info(?)"), {name});
+        while (cols.next())
+            t.columns.push_back({cols.value(0).toString(), cols.value(1).toString()});
+        schedules.push_back(t);
+    }
+    if (!present.count(table))
+        run(db, schema::createStatement(table, columns()));
+    for (const auto& [name, sql] : localObjects(schedules))
+        if (!present.count(name.toLower()))
+            run(db, sql);
+}
+
+std::vector<Entry> read(const ConClass& con, const Filter& filter) {
+    QStringList where;
+    QVariantList params;
+    auto add = [&](const QString& condition, const QString& value) {
+        if (value.isEmpty())
+            return;
+        where << condition;
+        params << value;
+    };
+    add(QStringLiteral("tw_project = ?"), filter.project);
+    add(QStringLiteral("tw_bill = ?"), filter.bill);
+    add(QStringLiteral("tw_table = ?"), filter.table);
+    const auto seconds = [](const QString& day, int after) {
+        return day.isEmpty() ? QString()
+                             : QString::number(QDate::fromString(day, Qt::ISODate)
+                                                   .addDays(after)
+                                                   .startOfDay(QTimeZone::utc())
+                                                   .toSecsSinceEpoch());
+    };
+    add(QStringLiteral("tw_when >= ?"), seconds(filter.since, 0));
+    add(QStringLiteral("tw_when < ?"), seconds(filter.until, 1));
+    std::vector<Entry> out;
+    for (const Row& r : con.keyed(table, where.join(QStringLiteral(" and ")), params)) {
+        Entry e;
+        e.id = r.id();
+        e.when = QDateTime::fromSecsSinceEpoch(r.value(QStringLiteral("tw_when")).toLongLong(),
+                                               QTimeZone::utc());
+        e.who = r.text(QStringLiteral("tw_who"));
+        e.computer = r.text(QStringLiteral("tw_computer"));
+        e.table = r.text(QStringLiteral("tw_table"));
+        e.row = r.value(QStringLiteral("tw_row")).toLongLong();
+        e.action = r.text(QStringLiteral("tw_action"));
+        e.project = r.text(QStringLiteral("tw_project"));
+        e.bill = r.text(QStringLiteral("tw_bill"));
+        e.frozen = r.value(QStringLiteral("tw_frozen")).toInt() != 0;
+        e.before = r.text(QStringLiteral("tw_before"));
+        e.after = r.text(QStringLiteral("tw_after"));
+        out.push_back(std::move(e));
+    }
+    std::sort(out.begin(), out.end(), [](const Entry& a, const Entry& b) { return a.id > b.id; });
+    return out;
+}
+
+void nameWriter(const QSqlDatabase& db) {
+    run(db, QStringLiteral("insert into history_actor (tw_who, tw_computer) values (?, ?)"),
+        {user(), computer()});
+}
+
+void clearWriter(const QSqlDatabase& db) {
+    run(db, QStringLiteral("delete from history_actor"));
+}
+
+} // namespace tw::history

@@ -1,0 +1,76 @@
+#pragma once
+// The history of changes: one row for every row added, changed or removed in the tables a bill's
+// figures come from, written by triggers of the store itself, so that no screen, command or
+// outside tool that writes those tables can skip it. Nothing updates or deletes a history row.
+
+#include "store/schema.h"
+
+#include <QDateTime>
+#include <QSqlDatabase>
+#include <QString>
+#include <QStringList>
+
+#include <map>
+
+namespace tw {
+class ConClass;
+}
+
+namespace tw::history {
+
+// The table that holds the history, and its columns in order.
+inline const QString table = QStringLiteral("history");
+std::vector<schema::Column> columns();
+
+// The program's tables whose rows are recorded; the per-project schedule tables (Sch_<n>) are
+// recorded too.
+const QStringList& recordedTables();
+// Whether changes to `name` (a table of the file) are recorded.
+bool isRecorded(const QString& name);
+
+// Who writes: the user id of the login, or the system's account name when nobody logged in (the
+// command line on the local file). On a server the server's role is recorded instead.
+void setUser(const QString& user);
+QString user();
+// The computer's name, as the history records it.
+QString computer();
+
+// One recorded change.
+struct Entry {
+    qint64 id = 0;  // in the order the changes were made
+    QDateTime when; // UTC
+    QString who;    // empty: written by another program
+    QString computer, table;
+    qint64 row = 0;
+    QString action; // added, changed, removed
+    QString project, bill;
+    bool frozen = false;   // a bill's line changed while the bill stood frozen
+    QString before, after; // JSON arrays of the row's values in the table's column order
+};
+struct Filter {
+    QString project, bill, table;
+    QString since, until; // YYYY-MM-DD, both days included; empty: no bound
+};
+// The changes `filter` lets through, newest first.
+std::vector<Entry> read(const ConClass& con, const Filter& filter = {});
+
+// ---- the local file ----
+
+// Every object of the history in a file whose per-project schedule tables are `schedules`
+// (name and columns), by name: the statement that makes it, as the file keeps it.
+std::map<QString, QString> localObjects(const std::vector<schema::Table>& schedules);
+// The name of the table an object of localObjects() stands on, for the check of a file.
+QString ownerOf(const QString& object);
+// Makes whatever of the history the file open on `db` lacks: the table, the one-row table that
+// names the writer, the triggers that keep the history as written and those of every recorded
+// table (a schedule table an outside tool made gets its triggers the next time the program
+// opens the file).
+void ensureLocal(QSqlDatabase db);
+// Names the program's user and computer as the writer of the transaction that has begun on
+// `db`, and clears the name again before it commits: triggers cannot call into the program,
+// and writes are serialised, so the row names the one writer of the moment. A write by another
+// program finds it empty and is recorded with no user.
+void nameWriter(const QSqlDatabase& db);
+void clearWriter(const QSqlDatabase& db);
+
+} // namespace tw::history
