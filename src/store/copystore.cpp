@@ -163,7 +163,9 @@ public:
         prepared(d, QStringLiteral("pragma user_version = %1").arg(schema::currentVersion), {});
     }
     void recordChanges() {
-        if (!session_)
+        if (session_)
+            history::ensureServer(db());
+        else
             history::ensureLocal(db());
     }
     void createProjectTable(const schema::Table& t) {

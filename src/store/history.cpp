@@ -297,6 +297,138 @@ std::vector<Entry> read(const ConClass& con, const Filter& filter) {
     return out;
 }
 
+namespace {
+
+// Records one row of the table it is called for. Its arguments: the table's project and bill
+// columns ('' when it has none, '#' for a project's schedule table, whose name holds the
+// project's key), 'watched' for a bill's lines, and the table's name as the program spells it.
+// Values are JSON arrays in column order, without the identity that stands in for the file's
+// rowid; an update that changes no value (case included) is no change.
+const QString recordBody = QStringLiteral(R"(
+declare
+  r json;
+  project text;
+  bill text;
+  frozen bigint;
+  before text;
+  after text;
+begin
+  if tg_op = 'UPDATE' and row_to_json(new)::text = row_to_json(old)::text then
+    return null;
+  end if;
+  if tg_op <> 'INSERT' then
+    r := row_to_json(old);
+    before := (select json_agg(e.value order by e.n)::text
+                 from json_each(r) with ordinality as e(key, value, n) where e.key <> 'tw_row_id');
+  end if;
+  if tg_op <> 'DELETE' then
+    r := row_to_json(new);
+    after := (select json_agg(e.value order by e.n)::text
+                from json_each(r) with ordinality as e(key, value, n) where e.key <> 'tw_row_id');
+  end if;
+  if tg_argv[0] = '#' then
+    project := (select tw_contract_num from contractmaster
+                 where tw_pkey = substr(tg_table_name, 5)::bigint limit 1);
+  elsif tg_argv[0] <> '' then
+    project := r->>tg_argv[0];
+  end if;
+  if tg_argv[1] <> '' then
+    bill := r->>tg_argv[1];
+  end if;
+  if tg_argv[2] = 'watched' then
+    frozen := case when exists (select 1 from billsraised where tw_contract_num = project
+                                  and tw_bill_num = bill and tw_froze <> 0) then 1 else 0 end;
+  end if;
+  insert into history (tw_when, tw_who, tw_computer, tw_table, tw_row, tw_action, tw_project,
+                       tw_bill, tw_frozen, tw_before, tw_after)
+  values (extract(epoch from statement_timestamp())::bigint, session_user,
+          current_setting('application_name'), tg_argv[3],
+          coalesce(r->>'tw_row_id', r->>'tw_pkey', r->>'tw_recordkey')::bigint,
+          case tg_op when 'INSERT' then 'added' when 'UPDATE' then 'changed' else 'removed' end,
+          project, bill, frozen, before, after);
+  return null;
+end
+)");
+
+const QString keptBody = QStringLiteral(R"(
+begin
+  raise exception 'The history of changes is kept as written: its rows cannot be changed or removed.';
+end
+)");
+
+// The trigger of a recorded table as the server prints it back, without its schema.
+QString serverTrigger(const QString& table) {
+    const Recorded* r = recordOf(table);
+    const QString spelled = r ? QString::fromLatin1(r->name) : u'S' + table.mid(1);
+    return QStringLiteral("CREATE TRIGGER history_%1 AFTER INSERT OR DELETE OR UPDATE ON %1 FOR "
+                          "EACH ROW EXECUTE FUNCTION history_record('%2', '%3', '%4', '%5')")
+        .arg(table.toLower(),
+             r ? QString::fromLatin1(r->project ? r->project : "") : QStringLiteral("#"),
+             QString::fromLatin1(r && r->bill ? r->bill : ""),
+             r && r->watched ? QStringLiteral("watched") : QString(), spelled);
+}
+
+const QString keptRows = QStringLiteral(
+    "CREATE TRIGGER history_kept BEFORE DELETE OR UPDATE ON history FOR EACH ROW EXECUTE FUNCTION "
+    "history_kept()");
+const QString keptTable = QStringLiteral(
+    "CREATE TRIGGER history_kept_whole BEFORE TRUNCATE ON history FOR EACH STATEMENT EXECUTE "
+    "FUNCTION history_kept()");
+
+} // namespace
+
+void ensureServer(const QSqlDatabase& db) {
+    QSqlQuery schema = prepared(db, QStringLiteral("select quote_ident(current_schema())"), {});
+    schema.next();
+    const QString where = schema.value(0).toString();
+    for (const auto& [name, body] : {std::pair{QStringLiteral("history_record"), recordBody},
+                                     std::pair{QStringLiteral("history_kept"), keptBody}})
+        run(db, QStringLiteral("create or replace function %1() returns trigger language plpgsql "
+                               "security definer set search_path = %2 as $tw$%3$tw$")
+                    .arg(name, where, body));
+    // Nobody calls them but the triggers.
+    run(db, QStringLiteral("revoke all on function history_record(), history_kept() from public"));
+    QStringList tables;
+    for (const QString& t : recordedTables())
+        tables << t.toLower();
+    QSqlQuery schedules = prepared(db,
+                                   QStringLiteral("select relname from pg_class where relkind = "
+                                                  "'r' and relnamespace = "
+                                                  "current_schema()::regnamespace and relname ~ "
+                                                  "'^sch_[0-9]+$'"),
+                                   {});
+    while (schedules.next())
+        tables << schedules.value(0).toString();
+    for (const QString& t : tables) {
+        run(db, QStringLiteral("drop trigger if exists history_%1 on %1").arg(t));
+        run(db, serverTrigger(t));
+    }
+    run(db, QStringLiteral("drop trigger if exists history_kept on history"));
+    run(db, keptRows);
+    run(db, QStringLiteral("drop trigger if exists history_kept_whole on history"));
+    run(db, keptTable);
+}
+
+bool isServerObject(const QString& kind, const QString& name) {
+    if (kind == QLatin1String("function"))
+        return name == QLatin1String("history_record") || name == QLatin1String("history_kept");
+    return kind == QLatin1String("trigger") && name.startsWith(QLatin1String("history_"));
+}
+
+QString serverObjectDiffers(const QString& kind, const QString& name, const QString& table,
+                            const QString& definition) {
+    QString expected;
+    if (kind == QLatin1String("function"))
+        expected = name == QLatin1String("history_record") ? recordBody : keptBody;
+    else if (table == QLatin1String("history"))
+        expected = name == QLatin1String("history_kept") ? keptRows : keptTable;
+    else if (isRecorded(table) && name == QLatin1String("history_") + table)
+        expected = serverTrigger(table);
+    if (definition == expected && !expected.isEmpty())
+        return {};
+    return QStringLiteral("its %1 %2 is not as Tallywright makes it").arg(kind, name);
+}
+
 void nameWriter(const QSqlDatabase& db) {
     run(db, QStringLiteral("insert into history_actor (tw_who, tw_computer) values (?, ?)"),
         {user(), computer()});

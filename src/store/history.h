@@ -73,4 +73,19 @@ void ensureLocal(QSqlDatabase db);
 void nameWriter(const QSqlDatabase& db);
 void clearWriter(const QSqlDatabase& db);
 
+// ---- the server ----
+
+// Makes the functions and triggers of the history in the server database open on `db` (its
+// tables made, in the running transaction): one function records a row of any recorded table,
+// with the session's role as who and its application name as the computer, and runs with its
+// owner's rights, so that a role that may not write the history is recorded all the same;
+// another refuses every change to the history, whoever asks.
+void ensureServer(const QSqlDatabase& db);
+// Why the server object `kind` `name` on `table` is not the history's as the program makes it;
+// empty when it is. `definition` is the trigger's definition or the function's source.
+QString serverObjectDiffers(const QString& kind, const QString& name, const QString& table,
+                            const QString& definition);
+// Whether `name` is an object the history makes on the server.
+bool isServerObject(const QString& kind, const QString& name);
+
 } // namespace tw::history

@@ -1,5 +1,6 @@
 #include "store/server.h"
 
+#include "store/history.h"
 #include "store/schema.h"
 #include "store/store.h"
 
@@ -190,6 +191,11 @@ void open(QSqlDatabase& db, const ServerAddress& address) {
     db.setPassword(address.password);
     // A server that does not answer is told within seconds, not after the system's long wait.
     QString options = QStringLiteral("connect_timeout=10");
+    // The history names the computer a change came from by the session's application name.
+    QString computer = history::computer();
+    computer.replace(QRegularExpression(QStringLiteral("[^A-Za-z0-9._-]")), QStringLiteral("_"));
+    if (!computer.isEmpty())
+        options += QStringLiteral(";application_name=") + computer;
     if (!address.options.isEmpty())
         options += u';' + address.options;
     db.setConnectOptions(options);

@@ -1,6 +1,7 @@
 // The tables of the program on a server database: the same tables, columns in the same order and
 // seed rows as the local file, with the server's types.
 
+#include "store/history.h"
 #include "store/schema.h"
 #include "store/server.h"
 #include "store/store.h"
@@ -192,6 +193,25 @@ ServerState inspectServer(const QSqlDatabase& db) {
         if ((kind == QLatin1String("index") || kind == QLatin1String("sequence")) &&
             !owner.isEmpty() && tablesSeen.count(owner))
             continue;
+        if (history::isServerObject(kind, name)) {
+            const auto definition = query(
+                db,
+                kind == QLatin1String("function")
+                    ? QStringLiteral("select prosrc from pg_proc where proname = ? and "
+                                     "pronamespace = current_schema()::regnamespace and "
+                                     "prosecdef")
+                    : QStringLiteral("select replace(pg_get_triggerdef(t.oid), "
+                                     "quote_ident(current_schema()) || '.', '') from pg_trigger t "
+                                     "join pg_class c on c.oid = t.tgrelid where t.tgname = ? and "
+                                     "c.relname = ? and c.relnamespace = "
+                                     "current_schema()::regnamespace"),
+                kind == QLatin1String("function") ? QVariantList{name} : QVariantList{name, owner});
+            const QString why = history::serverObjectDiffers(
+                kind, name, owner, definition.empty() ? QString() : definition.front().front());
+            if (!why.isEmpty())
+                throw Error(notOurs(db, why));
+            continue;
+        }
         if (kind != QLatin1String("table") || o[3] != QLatin1String("r"))
             throw Error(notOurs(db, QStringLiteral("it holds %1 %2").arg(withArticle(kind), name)));
         QStringList columns;
@@ -214,9 +234,6 @@ ServerState inspectServer(const QSqlDatabase& db) {
             throw Error(notOurs(db, QStringLiteral("it holds a table %1").arg(name)));
         }
     }
-    for (const Table& t : tables())
-        if (!found.count(&t))
-            throw Error(notOurs(db, QStringLiteral("it has no table %1").arg(t.name)));
     const auto mark = query(db, QStringLiteral("select obj_description((quote_ident("
                                                "current_schema()) || '.contractmaster')::regclass, "
                                                "'pg_class')"));
@@ -227,6 +244,9 @@ ServerState inspectServer(const QSqlDatabase& db) {
     state.version = m.captured(1).toInt();
     if (state.version > currentVersion)
         throw Error(newerVersion(db.databaseName(), state.version));
+    for (const Table& t : tables())
+        if (!found.count(&t) && (state.version >= 3 || t.name != history::table))
+            throw Error(notOurs(db, QStringLiteral("it has no table %1").arg(t.name)));
     std::sort(state.projectTables.begin(), state.projectTables.end());
     return state;
 }
@@ -255,6 +275,9 @@ void createServerTables(QSqlDatabase db, bool withSeed) {
         run(db, serverCreateStatement(t.name, t.columns));
     if (withSeed)
         seed(db);
+    // A copy of the books gets the history's triggers after its rows: copy-store makes them.
+    if (withSeed)
+        history::ensureServer(db);
     run(db, QStringLiteral("comment on table contractmaster is '%1'")
                 .arg(versionMark.arg(currentVersion)));
 }
@@ -280,6 +303,25 @@ void ensureServer(QSqlDatabase db) {
         if (!db.commit())
             throw Error(server::lastError(db));
         inspectServer(db);
+    } else if (inspectServer(db).version < currentVersion) {
+        // Books of an older format get the history.
+        if (!db.transaction())
+            throw Error(server::lastError(db));
+        try {
+            if (query(db, QStringLiteral("select to_regclass('history')"))
+                    .front()
+                    .front()
+                    .isEmpty())
+                run(db, serverCreateStatement(history::table, history::columns()));
+            history::ensureServer(db);
+            run(db, QStringLiteral("comment on table contractmaster is '%1'")
+                        .arg(versionMark.arg(currentVersion)));
+        } catch (...) {
+            db.rollback();
+            throw;
+        }
+        if (!db.commit())
+            throw Error(server::lastError(db));
     }
     checked.insert(key);
 }

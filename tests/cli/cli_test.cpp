@@ -230,6 +230,8 @@ TEST_F(CliServer, BooksMoveToAServerAndBackUnchanged) {
         r.out.contains(QRegularExpression("\nBillMaster +299 rows  checksum [0-9a-f]{16}\n")))
         << r.out.toStdString();
     EXPECT_TRUE(r.out.contains(QRegularExpression("\nSch_1 +2 rows")));
+    // The outside edits above are in the history it carries: the project added and removed.
+    EXPECT_TRUE(r.out.contains(QRegularExpression("\nhistory +[0-9]+ rows")));
     EXPECT_TRUE(r.out.endsWith(QStringLiteral("to %1\n").arg(server.shown())));
     r = run({"--folder", two.path(), "copy-store", "--from", urlOf(server), "--to", "local"});
     ASSERT_EQ(r.code, 0) << r.err.toStdString();
@@ -243,8 +245,15 @@ TEST_F(CliServer, BooksMoveToAServerAndBackUnchanged) {
         tw::ConClass con(twtest::scripted());
         con.conopen();
         ASSERT_TRUE(con.isOpen());
+        const size_t copied = tw::history::read(con).size();
         EXPECT_EQ(con.insert("ContractMaster", {{"tw_contract_num", "Y"}}), 4);
         con.remove("ContractMaster", 4);
+        // The history came whole, with no row of the copy's own; the server records from then on.
+        const auto h = tw::history::read(con);
+        ASSERT_EQ(h.size(), copied + 2);
+        EXPECT_EQ(std::pair(h[0].action, h[1].action),
+                  std::pair(QString("removed"), QString("added")));
+        EXPECT_EQ(h[0].who, server.user);
     }
     for (const auto& [folder, from, to, says] :
          {std::tuple{one.path(), QStringLiteral("local"), urlOf(server), server.shown()},

@@ -1,8 +1,11 @@
 // The server store: its address, its logins, and the databases it refuses.
 
+#include "store/history.h"
 #include "store/schema.h"
 #include "store/store.h"
 #include "support/core_fixtures.h"
+
+#include <QProcess>
 
 #include <unistd.h>
 
@@ -120,6 +123,64 @@ TEST_F(ServerTest, LoginsAreTheServersRoles) {
         twtest::asSuperuser(QStringLiteral("drop role %1").arg(role));
 }
 
+// Every change to the books is recorded with the server's role and the computer, by the
+// program and by psql alike, even for a role that may not touch the history; nobody changes the
+// record, its owner included.
+TEST_F(ServerTest, EveryChangeIsRecordedWithTheRoleAndTheRecordStandsAsWritten) {
+    const tw::ServerAddress books = *tw::Store::server();
+    db().insert(QStringLiteral("payment_rec"),
+                {{QStringLiteral("tw_contract_num"), QStringLiteral("P-1")},
+                 {QStringLiteral("tw_bill_num"), QStringLiteral("1")},
+                 {QStringLiteral("tw_netamt"), 1500.25}});
+    auto h = tw::history::read(db());
+    ASSERT_EQ(h.size(), 1U);
+    EXPECT_EQ(std::tuple(h[0].who, h[0].computer, h[0].action, h[0].project, h[0].bill),
+              std::tuple(books.user, tw::history::computer(), QStringLiteral("added"),
+                         QStringLiteral("P-1"), QStringLiteral("1")));
+    EXPECT_TRUE(h[0].after.startsWith(QStringLiteral("[\"P-1\", \"1\", null, null, 1500.25,")))
+        << h[0].after.toStdString();
+    const QString plain = QStringLiteral("tw_plain_%1").arg(::getpid());
+    twtest::asSuperuser(QStringLiteral("create role %1 login password 'p'").arg(plain));
+    twtest::asSuperuser(QStringLiteral("grant select, update on payment_rec to %1; grant select, "
+                                       "insert on history to %1")
+                            .arg(plain),
+                        books.database);
+    const auto psql = [&](const QString& user, const QString& sql) {
+        QProcess p;
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert(QStringLiteral("PGPASSWORD"),
+                   user == plain ? QStringLiteral("p") : books.password);
+        p.setProcessEnvironment(env);
+        p.start(QStringLiteral("psql"),
+                {QStringLiteral("-X"), QStringLiteral("-v"), QStringLiteral("ON_ERROR_STOP=1"),
+                 QStringLiteral("-h"), books.host, QStringLiteral("-p"),
+                 QString::number(books.port), QStringLiteral("-U"), user, QStringLiteral("-d"),
+                 books.database, QStringLiteral("-c"), sql});
+        EXPECT_TRUE(p.waitForFinished());
+        return std::pair{p.exitCode(), QString::fromUtf8(p.readAllStandardError())};
+    };
+    EXPECT_EQ(psql(plain, QStringLiteral("update payment_rec set tw_netamt = 1499.75")).first, 0);
+    h = tw::history::read(db());
+    ASSERT_EQ(h.size(), 2U);
+    EXPECT_EQ(std::tuple(h[0].who, h[0].computer, h[0].action),
+              std::tuple(plain, QStringLiteral("psql"), QStringLiteral("changed")));
+    EXPECT_TRUE(h[0].before.contains(QStringLiteral(", 1500.25,")));
+    EXPECT_TRUE(h[0].after.contains(QStringLiteral(", 1499.75,")));
+    for (const QString& user : {plain, books.user})
+        for (const char* sql :
+             {"delete from history", "update history set tw_who = 'x'", "truncate history"}) {
+            const auto [code, said] = psql(user, QString::fromLatin1(sql));
+            EXPECT_NE(code, 0) << sql;
+            EXPECT_TRUE(said.contains(QStringLiteral("kept as written")) ||
+                        (user == plain && said.contains(QStringLiteral("permission denied"))))
+                << said.toStdString();
+        }
+    EXPECT_EQ(tw::history::read(db()).size(), 2U);
+    db().conclose();
+    twtest::dropDatabase(books);
+    twtest::asSuperuser(QStringLiteral("drop role %1").arg(plain));
+}
+
 // A database from elsewhere is taken only when its objects are exactly the program's.
 TEST_F(ServerTest, DatabasesWhoseObjectsAreNotExactlyTheProgramsAreRefused) {
     const struct {
@@ -131,6 +192,12 @@ TEST_F(ServerTest, DatabasesWhoseObjectsAreNotExactlyTheProgramsAreRefused) {
         {"create index on billmaster (tw_bill_num)",
          "it holds an index billmaster_tw_bill_num_idx"},
         {"create function f() returns int language sql as 'select 1'", "it holds a function f"},
+        {"create or replace function history_kept() returns trigger language plpgsql security "
+         "definer as 'begin return null; end'",
+         "its function history_kept is not as Tallywright makes it"},
+        {"create trigger history_units after insert on units for each row execute function "
+         "history_record('', '', '', 'units')",
+         "its trigger history_units is not as Tallywright makes it"},
         {"alter table units add column extra text", "its table units is not as Tallywright"},
         {"alter table payment_rec alter tw_netamt set default 0", "its table payment_rec is not"},
         {"drop table costitems", "it has no table costitems"},
