@@ -2,6 +2,7 @@
 
 #include "core/reports/fill_support.h"
 #include "render/figures.h"
+#include "store/history.h"
 #include "values/values.h"
 
 #include <QCoreApplication>
@@ -394,6 +395,18 @@ void addAbstractBill(mu::data& ctx, const Rows& rows, const Columns& c, const Re
     putMoney(bill, "net", gross - deducted - tax);
     ctx["figures"] = std::move(bill);
     ctx["frozen"] = mu::data(run.frozen_flag);
+    // The frozen copy stays as it was; its first page tells what changed beneath it since.
+    if (run.frozen_flag) {
+        const auto changed = history::frozenChanges(con, run.contract_num, run.bill);
+        ctx["frozen_changes"] =
+            val(changed.lines == 0
+                    ? QStringLiteral("No line of this bill has changed since it was frozen.")
+                    : QStringLiteral("%1 of this bill changed since it was frozen; the last change "
+                                     "was made on %2 UTC.")
+                          .arg(changed.lines == 1 ? QStringLiteral("1 line")
+                                                  : QStringLiteral("%1 lines").arg(changed.lines),
+                               changed.last.toString(QStringLiteral("dd-MM-yyyy HH:mm"))));
+    }
 }
 
 // What a bill stands at: billed, less its deductions and tax, is the net payable the abstract

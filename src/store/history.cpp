@@ -297,6 +297,20 @@ std::vector<Entry> read(const ConClass& con, const Filter& filter) {
     return out;
 }
 
+FrozenChanges frozenChanges(const ConClass& con, const QString& project, const QString& bill) {
+    // A line is one row of its table, however often it changed.
+    const auto r = con.first(
+        QStringLiteral("select count(*), max(latest) from (select max(tw_when) as latest from "
+                       "history where tw_project = ? and tw_bill = ? and tw_frozen = 1 group by "
+                       "tw_table, tw_row) as changed"),
+        {project, bill});
+    FrozenChanges out;
+    out.lines = r ? r->value(0).toInt() : 0;
+    if (out.lines > 0)
+        out.last = QDateTime::fromSecsSinceEpoch(r->value(1).toLongLong(), QTimeZone::utc());
+    return out;
+}
+
 namespace {
 
 // Records one row of the table it is called for. Its arguments: the table's project and bill

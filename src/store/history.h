@@ -54,6 +54,14 @@ struct Filter {
 // The changes `filter` lets through, newest first.
 std::vector<Entry> read(const ConClass& con, const Filter& filter = {});
 
+// The lines of a frozen bill (measurements and deductions) changed since it was frozen, and
+// when the last of those changes was made.
+struct FrozenChanges {
+    int lines = 0;
+    QDateTime last; // UTC; invalid when no line changed
+};
+FrozenChanges frozenChanges(const ConClass& con, const QString& project, const QString& bill);
+
 // ---- the local file ----
 
 // Every object of the history in a file whose per-project schedule tables are `schedules`

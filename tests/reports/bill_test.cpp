@@ -210,6 +210,10 @@ TEST_F(Bill, FrozenBillIsReprintedAndItsRowKept) {
     ASSERT_TRUE(generate(run));
     const QStringList frozen = lines();
     FreezeBill(run, db());
+    // Lines written before the freeze, and in it, are no changes to the frozen bill.
+    EXPECT_EQ(tw::history::frozenChanges(db(), "P1", "RA-1").lines, 0);
+    EXPECT_TRUE(renderHtml(*findByCaption("Abstract Bill"), runOn("RA-1"), db())
+                    .contains("No line of this bill has changed since it was frozen."));
     FreezeBill(run, db()); // a second freeze copies nothing more
     EXPECT_EQ(db().keyed("abstractbills").size(), 3U);
     // The freeze is in the history: the bill's row turned frozen, its lines copied.
@@ -242,7 +246,16 @@ TEST_F(Bill, FrozenBillIsReprintedAndItsRowKept) {
     EXPECT_EQ(billRow("RA-1"), "250 | 40 | 5 | 02-04-2026");
     const QString reprint = renderHtml(*findByCaption("Abstract Bill"), again, db());
     EXPECT_TRUE(reprint.contains(">02-04-2026<"));
-    EXPECT_FALSE(reprint.contains(today));
+    // Its first page tells the lines changed beneath it, the measurement added and the
+    // deduction changed, and when the last was.
+    const auto changed = tw::history::frozenChanges(db(), "P1", "RA-1");
+    EXPECT_EQ(changed.lines, 2);
+    EXPECT_LE(std::abs(changed.last.secsTo(QDateTime::currentDateTimeUtc())), 60);
+    EXPECT_TRUE(reprint.contains(
+        "2 lines of this bill changed since it was frozen; the last change was made on " +
+        changed.last.toString("dd-MM-yyyy HH:mm") + " UTC."))
+        << reprint.toStdString();
+    EXPECT_FALSE(reprint.contains(">" + today + "<")); // the day of the note is no bill date
 
     // A later open bill counts the frozen one and leaves its row alone.
     line("RA-2", "1.1", 2);
