@@ -22,6 +22,7 @@ std::vector<std::unique_ptr<Command>> commands() {
     all.push_back(makeCopyStore());
     all.push_back(makePayment());
     all.push_back(makeMeasurements());
+    all.push_back(makeHistory());
     return all;
 }
 

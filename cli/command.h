@@ -51,5 +51,6 @@ std::unique_ptr<Command> makeSchedule();
 std::unique_ptr<Command> makeCopyStore();
 std::unique_ptr<Command> makePayment();
 std::unique_ptr<Command> makeMeasurements();
+std::unique_ptr<Command> makeHistory();
 
 } // namespace cli

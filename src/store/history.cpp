@@ -4,6 +4,9 @@
 
 #include <QDate>
 #include <QDateTime>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QRegularExpression>
 #include <QSqlQuery>
 #include <QSysInfo>
@@ -295,6 +298,48 @@ std::vector<Entry> read(const ConClass& con, const Filter& filter) {
     }
     std::sort(out.begin(), out.end(), [](const Entry& a, const Entry& b) { return a.id > b.id; });
     return out;
+}
+
+namespace {
+
+// One value of a JSON array of the history as text: a number as written, a text as it was, a
+// value kept by its bytes decoded again.
+QString valueText(const QJsonValue& v) {
+    if (v.isNull() || v.isUndefined())
+        return {};
+    if (v.isObject())
+        return QString::fromUtf8(
+            QByteArray::fromHex(v.toObject().value(u"hex").toString().toLatin1()));
+    if (v.isDouble())
+        return QString::number(v.toDouble(), 'g', 15);
+    return v.toString();
+}
+
+} // namespace
+
+QString figures(const ConClass& con, const Entry& e) {
+    const QJsonArray before = QJsonDocument::fromJson(e.before.toUtf8()).array();
+    const QJsonArray after = QJsonDocument::fromJson(e.after.toUtf8()).array();
+    const schema::Table* known = schema::programTable(e.table);
+    QStringList names;
+    if (known)
+        for (const schema::Column& c : known->columns)
+            names << c.name;
+    else
+        names = con.columns(e.table);
+    QStringList out;
+    const qsizetype n = std::max(before.size(), after.size());
+    for (qsizetype i = 0; i < n; ++i) {
+        const QString name = i < names.size() ? names[i] : QString::number(i + 1);
+        const QString was = valueText(before.at(i)), is = valueText(after.at(i));
+        if (e.action == QLatin1String("changed")) {
+            if (before.at(i) != after.at(i))
+                out << QStringLiteral("%1: %2 -> %3").arg(name, was, is);
+        } else if (!(e.action == QLatin1String("added") ? is : was).isEmpty()) {
+            out << QStringLiteral("%1=%2").arg(name, e.action == QLatin1String("added") ? is : was);
+        }
+    }
+    return out.join(QStringLiteral("; "));
 }
 
 FrozenChanges frozenChanges(const ConClass& con, const QString& project, const QString& bill) {

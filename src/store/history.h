@@ -54,6 +54,11 @@ struct Filter {
 // The changes `filter` lets through, newest first.
 std::vector<Entry> read(const ConClass& con, const Filter& filter = {});
 
+// The figures of a change in words, with the names of the columns of its table: for a change,
+// each value that changed ("tw_netamt: 1500.25 -> 1499.75"); for a row added or removed, each
+// value it held that was not empty ("tw_recpt_num=R1"). Texts stand as they were typed.
+QString figures(const ConClass& con, const Entry& e);
+
 // The lines of a frozen bill (measurements and deductions) changed since it was frozen, and
 // when the last of those changes was made.
 struct FrozenChanges {

@@ -383,6 +383,32 @@ TEST(Cli, PaymentAddChecksAsTheScreenAndListTotals) {
     EXPECT_TRUE(h[1].after.startsWith("[\"P1\",\"RA-1\",\"R1\",\"05-03-2024\",100.5,0.0,2.0,"))
         << h[1].after.toStdString();
     EXPECT_TRUE(h[0].after.contains("\"R2\",\"05-03-2024\",1.2,")) << h[0].after.toStdString();
+    // history lists them newest first, with who, the action and the figures; the days bound it.
+    const QStringList history =
+        folder + QStringList{"history", "--project", "p1", "--table", "payment_rec"};
+    const auto listed = run(history);
+    ASSERT_EQ(listed.code, 0) << listed.err.toStdString();
+    const QStringList rows = listed.out.split('\n', Qt::SkipEmptyParts);
+    ASSERT_EQ(rows.size(), 3);
+    EXPECT_EQ(rows[0],
+              "When (UTC)\tWho\tComputer\tTable\tRow\tAction\tProject\tBill\tFrozen\tFigures");
+    for (int i : {1, 2}) {
+        const QStringList f = rows[i].split('\t');
+        ASSERT_EQ(f.size(), 10) << rows[i].toStdString();
+        EXPECT_EQ(f.mid(1, 1) + f.mid(3, 6),
+                  QStringList({tw::history::user(), "payment_rec", QString::number(h[i - 1].row),
+                               "added", "P1", "RA-1", ""}));
+        EXPECT_TRUE(
+            f[9].startsWith(QString("tw_contract_num=P1; tw_bill_num=RA-1; tw_recpt_num=R%1; "
+                                    "tw_recpt_date=05-03-2024; tw_netamt=%2;")
+                                .arg(3 - i)
+                                .arg(i == 1 ? "1.2" : "100.5")))
+            << f[9].toStdString();
+    }
+    const QString tomorrow = tw::dateText(QDate::currentDate().addDays(2));
+    EXPECT_EQ(run(history + QStringList{"--since", tomorrow, "--csv"}).out,
+              "When (UTC),Who,Computer,Table,Row,Action,Project,Bill,Frozen,Figures\r\n");
+    EXPECT_EQ(run(history + QStringList{"--until", "31-02-2024"}).code, 2);
 }
 
 // schedule export writes its workbook whole and only then says so; never onto the books or

@@ -9,6 +9,12 @@
 
 namespace tw::reports {
 
+QString csvField(QString text) {
+    if (text.contains(u',') || text.contains(u'"') || text.contains(u'\n') || text.contains(u'\r'))
+        text = u'"' + text.replace(u'"', QStringLiteral("\"\"")) + u'"';
+    return text;
+}
+
 namespace {
 // A value as the store holds it: a text as it stands, a number printed with no format.
 QVariant cell(const QVariant& v) {
@@ -17,13 +23,10 @@ QVariant cell(const QVariant& v) {
     return v.isNull() ? QVariant() : number ? QVariant(d) : QVariant(v.toString());
 }
 
-QByteArray csvField(const QVariant& v) {
+QByteArray csvCell(const QVariant& v) {
     const QVariant c = cell(v);
-    QByteArray text =
-        (c.typeId() == QMetaType::Double ? doubleText(c.toDouble()) : c.toString()).toUtf8();
-    if (text.contains(',') || text.contains('"') || text.contains('\n') || text.contains('\r'))
-        text = '"' + text.replace('"', "\"\"") + '"';
-    return text;
+    return csvField(c.typeId() == QMetaType::Double ? doubleText(c.toDouble()) : c.toString())
+        .toUtf8();
 }
 
 void writeCsv(const LayoutRows& rows, const QString& path) {
@@ -31,7 +34,7 @@ void writeCsv(const LayoutRows& rows, const QString& path) {
     const auto line = [&](const QVariantList& values) {
         QByteArray text;
         for (qsizetype i = 0; i < values.size(); ++i)
-            text += (i ? "," : "") + csvField(values[i]);
+            text += (i ? "," : "") + csvCell(values[i]);
         file.write(text + "\r\n");
     };
     line(QVariantList(rows.columns.begin(), rows.columns.end()));

@@ -15,4 +15,7 @@ namespace tw::reports {
 // target and takes its name only when complete. Throws tw::Error naming the file.
 void writeRows(const LayoutRows& rows, const QString& path);
 
+// A field of a CSV line as writeRows writes it.
+QString csvField(QString text);
+
 } // namespace tw::reports
