@@ -1,5 +1,6 @@
 #include "store/backup.h"
 #include "store/files.h"
+#include "store/rowwriter.h"
 #include "store/schema.h"
 #include "store/store.h"
 #include "support/core_fixtures.h"
@@ -448,6 +449,55 @@ TEST_F(StoreTest, TransactionsNestAndAnActionsWritesStandOrFallTogether) {
         action.commit();
     }
     EXPECT_FALSE(db().isOpen());
+}
+
+// Rows written in bulk hold what a statement of the same values holds, type and all, and a row
+// the store refuses names the store's reason.
+TEST_F(StoreTest, RowsWrittenInBulkAreStoredAsAStatementStoresThem) {
+    if (onServer())
+        GTEST_SKIP() << "the server's columns are typed: its rows go through a statement";
+    const QVariantList values{QVariant(),
+                              QString(),
+                              QStringLiteral(""),
+                              QStringLiteral("12.50"),
+                              7,
+                              true,
+                              QVariant::fromValue(qint16(3)),
+                              2.5,
+                              QVariant::fromValue(1.5F),
+                              QVariant::fromValue(qlonglong(1) << 40),
+                              QVariant::fromValue(qulonglong(9)),
+                              QByteArray("ab"),
+                              QDate(2026, 4, 1),
+                              QDate()};
+    db().exec(QStringLiteral("create temp table bulk_one (v)"));
+    db().exec(QStringLiteral("create temp table bulk_all (v not null)"));
+    tw::RowWriter writer(db(), QStringLiteral("bulk_all"), {QStringLiteral("v")});
+    QStringList expected;
+    for (const QVariant& v : values) {
+        db().exec(QStringLiteral("insert into bulk_one (v) values (?)"), {v});
+        const auto stored = db().first(
+            QStringLiteral("select typeof(v) || ' ' || quote(v) from bulk_one where rowid = "
+                           "last_insert_rowid()"));
+        expected << stored->text(0);
+        if (stored->text(0) == QLatin1String("null NULL")) {
+            try {
+                writer.add({v});
+                ADD_FAILURE() << "a Null was taken: " << v.typeName();
+            } catch (const tw::Error& e) {
+                EXPECT_EQ(tw::failureKind(e.text()), tw::StoreFailure::NotNull) << e.what();
+            }
+        } else {
+            writer.add({v});
+        }
+    }
+    QStringList written;
+    for (const tw::Row& r :
+         db().rows(QStringLiteral("select typeof(v) || ' ' || quote(v) from bulk_all")))
+        written << r.text(0);
+    expected.removeAll(QStringLiteral("null NULL"));
+    EXPECT_EQ(written, expected);
+    EXPECT_EQ(written.size(), values.size() - 3);
 }
 
 TEST_F(StoreTest, MissingProjectTableIsMadeOnlyForTheThreeFamilies) {
