@@ -483,6 +483,21 @@ Rows ConClass::keyedColumns(const QString& table, const QStringList& columns,
     return keyedRows(db(), table, columns.join(QStringLiteral(", ")), condition, params, 0);
 }
 
+QStringList ConClass::distinctInOrder(const QString& table, const QString& column,
+                                      const QString& condition, const QVariantList& params) const {
+    const QString id = identityOf(db(), table);
+    // The bare column beside min() is taken from the row of the smallest identity.
+    QSqlQuery q = prepared(db(),
+                           QStringLiteral("select %1, min(%2) from %3 where %4 group by %1 order "
+                                          "by min(%2)")
+                               .arg(column, id, quoted(table), condition),
+                           params);
+    QStringList values;
+    while (q.next())
+        values << q.value(0).toString();
+    return values;
+}
+
 std::optional<Row> ConClass::find(const QString& table, const QString& condition,
                                   const QVariantList& params) const {
     Rows r = keyed(table, condition, params, 1);

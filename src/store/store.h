@@ -160,6 +160,11 @@ public:
     // rows reads just what it needs.
     Rows keyedColumns(const QString& table, const QStringList& columns, const QString& condition,
                       const QVariantList& params) const;
+    // The distinct values of `column` in the rows of `table` that meet `condition`, each as it
+    // was first written, in the order they were first written: an index over the column does
+    // not turn the order of a list into the order of the index.
+    QStringList distinctInOrder(const QString& table, const QString& column,
+                                const QString& condition, const QVariantList& params) const;
     // The first of those rows, or nullopt.
     std::optional<Row> find(const QString& table, const QString& condition,
                             const QVariantList& params = {}) const;

@@ -1,3 +1,6 @@
+#include "core/measurements/measurements.h"
+#include "core/measurements/steel.h"
+#include "core/reports/report_run.h"
 #include "store/backup.h"
 #include "store/files.h"
 #include "store/rowwriter.h"
@@ -148,7 +151,7 @@ TEST_F(StoreTest, FilesWhoseObjectsAreNotExactlyTheProgramsAreRefusedUntouched) 
     ASSERT_TRUE(QFile::rename(dbPath(), fresh));
     const QDir data(QStringLiteral(TW_STORE_DATA));
     const QStringList scripts = data.entryList({QStringLiteral("*.sql")});
-    ASSERT_EQ(scripts.size(), 7);
+    ASSERT_EQ(scripts.size(), 8);
     for (const QString& script : scripts) {
         SCOPED_TRACE(script.toStdString());
         const QString hostile = folder() + u'/' + QFileInfo(script).completeBaseName();
@@ -498,6 +501,52 @@ TEST_F(StoreTest, RowsWrittenInBulkAreStoredAsAStatementStoresThem) {
     expected.removeAll(QStringLiteral("null NULL"));
     EXPECT_EQ(written, expected);
     EXPECT_EQ(written.size(), values.size() - 3);
+}
+
+// A file made before the program kept its indexes gets them when it is opened, and its lists
+// keep the order the rows were written in.
+TEST_F(StoreTest, AFileWithoutTheIndexesGetsThemAndListsKeepTheirOrder) {
+    if (onServer())
+        GTEST_SKIP() << "the local file's own";
+    const auto indexNames = [&] {
+        QStringList names;
+        for (const tw::Row& r : db().rows(QStringLiteral(
+                 "select name from sqlite_master where type='index' and sql is not null "
+                 "order by name")))
+            names << r.text(0);
+        return names;
+    };
+    const QStringList made = indexNames();
+    ASSERT_EQ(made.size(), qsizetype(tw::schema::indexes().size()));
+    db().insert(QStringLiteral("ContractMaster"),
+                {{QStringLiteral("tw_contract_num"), QStringLiteral("P1")},
+                 {QStringLiteral("tw_contract_name"), QStringLiteral("School")}});
+    for (const QString table : {"BillMaster", "Reinforcementmaster"})
+        for (const char* bill : {"RA-2", "ra-1", "RA-1", "A-3"})
+            db().insert(table, {{QStringLiteral("tw_contract_num"), QStringLiteral("P1")},
+                                {QStringLiteral("tw_bill_num"), QString::fromLatin1(bill)}});
+    db().conclose();
+    {
+        sqlite3* h = nullptr;
+        ASSERT_EQ(sqlite3_open(QFile::encodeName(dbPath()).constData(), &h), SQLITE_OK);
+        for (const QString& name : made)
+            EXPECT_EQ(sqlite3_exec(h, ("drop index " + name.toStdString()).c_str(), nullptr,
+                                   nullptr, nullptr),
+                      SQLITE_OK);
+        sqlite3_close(h);
+    }
+    tw::schema::inspect(dbPath()); // a file of the program, indexes or not
+    db().conopen();
+    EXPECT_EQ(indexNames(), made);
+    tw::schema::inspect(dbPath());
+    // The bill lists of the measurement, steel and report screens, in the order of entry.
+    const QStringList entered{"RA-2", "ra-1", "A-3"};
+    EXPECT_EQ(tw::measurements::billNumbers(db(), QStringLiteral("P1")), entered);
+    EXPECT_EQ(tw::steel::billNumbers(db(), QStringLiteral("P1")), entered);
+    tw::reports::ReportRun run;
+    EXPECT_EQ(tw::reports::BillNumbers(run, db(), QStringLiteral("School"),
+                                       QStringLiteral("reinforcementmaster")),
+              entered);
 }
 
 TEST_F(StoreTest, MissingProjectTableIsMadeOnlyForTheThreeFamilies) {

@@ -51,12 +51,8 @@ std::optional<Project> projectByNumber(const ConClass& con, const QString& numbe
 }
 
 QStringList billNumbers(const ConClass& con, const QString& contract) {
-    QStringList bills;
-    for (const auto& r : con.rows(QStringLiteral("select distinct(tw_bill_num) from billmaster "
-                                                 "where tw_contract_num=?"),
-                                  {contract}))
-        bills << r.text(0);
-    return bills;
+    return con.distinctInOrder(QStringLiteral("billmaster"), QStringLiteral("tw_bill_num"),
+                               QStringLiteral("tw_contract_num=?"), {contract});
 }
 
 std::vector<std::pair<QString, QString>> scheduleItems(const ConClass& con,

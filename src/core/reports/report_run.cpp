@@ -13,13 +13,8 @@ QStringList BillNumbers(ReportRun& run, const ConClass& con, const QString& proj
                         const QString& table) {
     if (const auto p = projects::findByName(con, projectName))
         run.contract_num = p->text(QStringLiteral("tw_contract_num"));
-    QStringList bills;
-    for (const Row& b :
-         con.rows(QStringLiteral("select distinct(tw_bill_num) from %1 where tw_contract_num=?")
-                      .arg(table),
-                  {run.contract_num}))
-        bills << b.text(0);
-    return bills;
+    return con.distinctInOrder(table, QStringLiteral("tw_bill_num"),
+                               QStringLiteral("tw_contract_num=?"), {run.contract_num});
 }
 
 void readProject(ReportRun& run, const ConClass& con) {
