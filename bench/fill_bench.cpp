@@ -69,7 +69,9 @@ QString estimateFloor(const QString& lines, const QString& order, bool label, bo
                "case when g.tw_deduction+0<>0 then null else g.grp end, "
                "case when g.tw_deduction+0<>0 then g.tw_item_narration end, "
                "case when g.tw_deduction+0<>0 then g.grp end, %5, %6 "
-               "from g left join bench_items i on g.tw_sch_num=i.tw_sch_num %7 order by g.n")
+               "from g left join bench_items i on g.tw_sch_num=i.tw_sch_num collate nocase %7 "
+               "order by "
+               "g.n")
         .arg(QLatin1String(estimateColumns), lines, order,
              label ? QStringLiteral("h.tw_bill_label") : QStringLiteral("null"),
              net ? net_ : QStringLiteral("null"),
@@ -89,20 +91,21 @@ QString abstractBillFloor() {
         "insert into bench_floor (tw_schno, tw_sch_desc, tw_unit, tw_unit_desc, tw_rate, "
         "tw_prev_qty, tw_now_qty, tw_tot_qty, tw_prev_amt, tw_now_amt, tw_tot_amt, tw_dedn, "
         "tw_dedn_desc) "
-        "with m as (select bill, item, q from (select b.tw_bill_num bill, b.tw_sch_num item, "
+        "with m as materialized (select bill, item, q from (select b.tw_bill_num bill, "
+        "b.tw_sch_num item, "
         "bench_single_sum(b.tw_cal_Area) over (partition by b.tw_bill_num, b.tw_sch_num order by "
         "b.tw_recordkey rows unbounded preceding) q, row_number() over (partition by "
         "b.tw_bill_num, b.tw_sch_num order by b.tw_recordkey desc) back from billmaster b where "
         "b.tw_contract_num=?2) where back=1), "
-        "bills as (select ?4 bill, 0 place union all select tw_bill_num, row_number() over "
-        "(order by rowid) from billsraised where tw_contract_num=?2 and tw_bill_num<>?4), "
-        "it as (select row_number() over (order by rowid) pos, * from sch_master where "
-        "tw_contract_num=?2), "
-        "mq as (select it.pos, bills.place, m.q from m join bills on m.bill=bills.bill join it on "
-        "m.item=it.tw_sch_num where m.q>0), "
+        "mq as materialized (select it.pos, bills.place, m.q from m join bench_bills bills on "
+        "m.bill="
+        "bills.bill collate nocase join bench_items it on m.item=it.tw_sch_num collate nocase "
+        "where "
+        "m.q>0), "
         "agg as (select pos, min(place) first, max(case when place=0 then q end) now, max(place) "
         "lastplace from mq group by pos), "
-        "l as (select it.*, agg.first, agg.now, p.q prev from agg join it on it.pos=agg.pos left "
+        "l as (select it.*, agg.first, agg.now, p.q prev from agg join bench_items it on "
+        "it.pos=agg.pos left "
         "join mq p on p.pos=agg.pos and p.place=agg.lastplace and agg.lastplace>0), "
         "a as (select l.*, prev*tw_item_rate/tw_unit pamt, now*tw_item_rate/tw_unit namt from l), "
         "r as (select tw_sch_num, tw_item_desc, tw_unit, tw_unit_lable, tw_item_rate, prev, now, "
@@ -139,6 +142,19 @@ void addSingleSum(const ConClass& con) {
                                    singleValue, singleValue, singleInverse, nullptr);
 }
 
+// The project's items in store order and the bills it sums, this one first, then those raised,
+// each with its place, indexed by item number and bill as the store compares texts.
+QStringList abstractBillBefore() {
+    return {QStringLiteral("create temp table bench_items as select row_number() over (order by "
+                           "rowid) pos, * from sch_master where tw_contract_num=?2"),
+            QStringLiteral("create index bench_items_number on bench_items (tw_sch_num collate "
+                           "nocase)"),
+            QStringLiteral("create temp table bench_bills as select ?4 bill, 0 place union all "
+                           "select tw_bill_num, row_number() over (order by rowid) from "
+                           "billsraised where tw_contract_num=?2 and tw_bill_num<>?4"),
+            QStringLiteral("create index bench_bills_number on bench_bills (bill collate nocase)")};
+}
+
 // The first schedule row of each item number, of the project or of any project, with an index on
 // the number as the store compares texts.
 QStringList itemsFirst(bool ownItems) {
@@ -165,7 +181,7 @@ std::optional<Floor> floorOf(const ReportType& type) {
                      QStringLiteral("tw_schno,tw_sch_desc,tw_unit,tw_unit_desc,tw_rate,"
                                     "tw_prev_qty,tw_now_qty,tw_tot_qty,tw_prev_amt,tw_now_amt,"
                                     "tw_tot_amt,tw_dedn,tw_dedn_desc"),
-                     {}};
+                     abstractBillBefore()};
     if (type.command == QLatin1String("final-bill"))
         return Floor{estimateFloor(QStringLiteral("b.tw_contract_num=?2"),
                                    QStringLiteral("b.tw_recordkey"), false, true),
@@ -216,6 +232,7 @@ double floorMs(const ConClass& con, const ReportType& type, const Floor& floor,
         const auto [sql, bound] = plain(floor.sql, params);
         con.exec(sql, bound);
         con.exec(QStringLiteral("drop table if exists bench_items"));
+        con.exec(QStringLiteral("drop table if exists bench_bills"));
         tx.commit();
     }
     const double ms = double(timer.nsecsElapsed()) / 1e6;
