@@ -461,7 +461,11 @@ const std::vector<Table>& tables() {
 }
 
 const std::vector<Index>& indexes() {
+    // A project's lines in the order they were entered, without sorting them; a bill's lines.
     static const std::vector<Index> all{
+        {QStringLiteral("tw_billmaster_project"),
+         QStringLiteral("BillMaster"),
+         {QStringLiteral("tw_contract_num")}},
         {QStringLiteral("tw_billmaster_bill"),
          QStringLiteral("BillMaster"),
          {QStringLiteral("tw_contract_num"), QStringLiteral("tw_bill_num")}},
