@@ -183,11 +183,15 @@ TEST_F(Bill, ABadLineStopsOnlyItsOwnBill) {
     school();
     line("RA-1", "1.1", 10);
     line("RA-2", "2.1", QVariant());
-    line("RA-3", "2.1", "abc");
     line("RA-4", "1.1", 2);
-    for (const auto& [bill, failure] :
-         {std::pair{"RA-1", ""}, std::pair{"RA-2", "Invalid use of Null"},
-          std::pair{"RA-3", "Type mismatch"}, std::pair{"RA-4", ""}}) {
+    std::vector<std::pair<const char*, const char*>> bills{
+        {"RA-1", ""}, {"RA-2", "Invalid use of Null"}, {"RA-4", ""}};
+    // The file keeps a text typed into a number column; a server refuses it as it is written.
+    if (!onServer()) {
+        line("RA-3", "2.1", "abc");
+        bills.emplace_back("RA-3", "Type mismatch");
+    }
+    for (const auto& [bill, failure] : bills) {
         twtest::messages().clear();
         ReportRun run = runOn(bill);
         EXPECT_EQ(generate(run), !*failure) << bill;
@@ -353,7 +357,7 @@ TEST_F(Bill, CommandLineReprintsAndNeverFreezes) {
         ASSERT_EQ(cli::run(args, o, e), 0) << err.toStdString();
     }
     EXPECT_EQ(db().keyed("abstractbills").size(), 2U);
-    EXPECT_EQ(db().rows("select 1 from billsraised where tw_froze").size(), 1U);
+    EXPECT_EQ(db().rows("select 1 from billsraised where tw_froze=1").size(), 1U);
     EXPECT_EQ(lines().front(), "1.1 | Brick work |  | 10 |  |  | 250 | ");
 }
 

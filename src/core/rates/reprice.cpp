@@ -37,11 +37,6 @@ private:
     std::unordered_map<double, double> read_;
 };
 
-// A text column compared exactly, where the store compares text without regard to case.
-QString sameAs(const QString& column) {
-    return column + QStringLiteral(" = ? collate binary");
-}
-
 QString tr(const char* text) {
     return QCoreApplication::translate("RepriceCategoryLists", text);
 }
@@ -56,7 +51,7 @@ bool repriceTable(const ConClass& con, const QString& table, const QString& mate
     QStringList rateColumns;
     QVariantList params;
     for (int n = 1; n <= catslot::count; ++n) {
-        columns << sameAs(QStringLiteral("tw_matl%1").arg(n))
+        columns << con.sameText(QStringLiteral("tw_matl%1").arg(n))
                 << QStringLiteral("tw_matl%1_qty").arg(n)
                 << QStringLiteral("tw_matl%1_rate").arg(n);
         rateColumns << QStringLiteral("tw_matl%1_rate").arg(n);
@@ -113,8 +108,8 @@ bool repriceTable(const ConClass& con, const QString& table, const QString& mate
 
 } // namespace
 
-QString MaterialKey() {
-    return sameAs(QStringLiteral("tw_mat_desc"));
+QString MaterialKey(const ConClass& con) {
+    return con.sameText(QStringLiteral("tw_mat_desc"));
 }
 
 RepriceResult RepriceCategoryLists(const ConClass& con, const QString& material,
@@ -133,7 +128,7 @@ bool SaveMaterial(const ConClass& con, Messenger& out, const QString& material, 
     Transaction action(con);
     const Values values{{QStringLiteral("tw_rate"), rate},
                         {QStringLiteral("tw_unitlbl"), unitLabel}};
-    if (const auto row = con.find(table, MaterialKey(), {material})) {
+    if (const auto row = con.find(table, MaterialKey(con), {material})) {
         con.update(table, row->id(), values);
     } else {
         Values added{{QStringLiteral("tw_mat_desc"), material}};

@@ -116,12 +116,8 @@ LayoutRows layoutRows(const QString& workingTable, const QVariantList& parameter
         out.table = workingTable;
         out.rows = con.keyed(out.table);
     }
-    // The names come from the statement, so a table without rows still has them.
-    const QSqlRecord columns =
-        prepared(con.db(), QStringLiteral("select * from \"%1\" where 0").arg(out.table), {})
-            .record();
-    for (int i = 0; i < columns.count(); ++i)
-        out.columns << columns.fieldName(i);
+    // The names come from the table, so a table without rows still has them.
+    out.columns = con.columns(out.table);
     return out;
 }
 
