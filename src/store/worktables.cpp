@@ -36,4 +36,20 @@ void writeFirst(const ConClass& con) {
                             "where 0"));
 }
 
+void holdFor(const ConClass& con, const QStringList& what) {
+    if (!con.onServer()) {
+        writeFirst(con);
+        return;
+    }
+    // The server's locks of an action are keyed by one 64-bit number: the start of a digest of
+    // the key stands for it, and two keys sharing one only wait for each other.
+    const QByteArray digest = QCryptographicHash::hash(what.join(QChar(0)).toCaseFolded().toUtf8(),
+                                                       QCryptographicHash::Sha256);
+    qint64 key = 0;
+    for (int i = 0; i < 8; ++i)
+        key = static_cast<qint64>((static_cast<quint64>(key) << 8) |
+                                  static_cast<unsigned char>(digest[i]));
+    con.first(QStringLiteral("select pg_advisory_xact_lock(?)"), {key});
+}
+
 } // namespace tw

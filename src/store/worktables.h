@@ -20,4 +20,28 @@ void makeWorkingTables(const ConClass& con, const QStringList& tables);
 // read first. Call it first thing after the action's Transaction is made.
 void writeFirst(const ConClass& con);
 
+// Makes the action just begun on `con` the one at work on `what` (a kind and its key: a
+// project's bill, a material's description) until it ends: a second action on the same waits
+// for it and then reads what it wrote, so a check followed by a write gives what one seat would.
+// The key is compared without regard to case. On the file every writer waits for another (see
+// writeFirst); on a server only those on the same thing do. Call it first thing after the
+// action's Transaction is made.
+void holdFor(const ConClass& con, const QStringList& what);
+
+// Runs `action`, one whole action with its own Transaction on `con`, and runs it again from its
+// start when the server gave it up for another seat's (StoreFailure::Conflict), a few times; an
+// action inside another one's Transaction is left to the outer one to run again.
+template <class Action> auto asOneAction(const ConClass& con, Action&& action) {
+    constexpr int attempts = 5;
+    for (int attempt = 1;; ++attempt) {
+        try {
+            return action();
+        } catch (const Error& e) {
+            if (attempt == attempts || con.inAction() ||
+                failureKind(e.text()) != StoreFailure::Conflict)
+                throw;
+        }
+    }
+}
+
 } // namespace tw

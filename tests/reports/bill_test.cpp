@@ -1,9 +1,14 @@
 #include "cli.h"
+#include "core/payments/payments.h"
+#include "core/rates/reprice.h"
 #include "core/reports/running_bill.h"
 #include "render/render.h"
 #include "support/core_fixtures.h"
 
+#include <atomic>
 #include <functional>
+#include <latch>
+#include <thread>
 
 using namespace tw;
 using namespace tw::reports;
@@ -336,6 +341,98 @@ TEST_F(Bill, PrintedFigures) {
             << period;
         EXPECT_TRUE(raised.contains("Balance in all: Rupees Ninety Only"));
         EXPECT_TRUE(raised.contains("TDS and recoveries on payments are not taken off again"));
+    }
+}
+
+// Two seats doing one thing at the same moment, each on a connection of its own, leave what one
+// seat alone leaves: one payment of a receipt, one material of a description, one row of the
+// bill in billsraised, one frozen copy of its lines.
+TEST_F(Bill, TwoSeatsAtOnceLeaveWhatOneWould) {
+    school();
+    // One seat's action on a connection of its own, begun when `go` lets it; false when it
+    // failed.
+    using Seat = std::function<bool(std::latch & go)>;
+    const auto runBill = [](std::latch& go, bool freeze) {
+        ConsoleMessenger out;
+        const ReportType& type = *findByCaption("Abstract Bill");
+        RunTables tables(type, out);
+        ReportRun run;
+        run.projectName = "School";
+        run.bill = "RA-1";
+        readProject(run, tables.con());
+        LoadDeductions(run, tables.con());
+        if (!freeze)
+            go.arrive_and_wait();
+        const bool filled = fill(type, run, tables.con(), out);
+        if (freeze) {
+            go.arrive_and_wait();
+            if (filled)
+                FreezeBill(run, tables.con());
+        }
+        return filled;
+    };
+    using Action = std::function<bool(const ConClass&, Messenger&)>;
+    const auto onItsOwn = [](const Action& action) -> Seat {
+        return [action](std::latch& go) {
+            ConsoleMessenger out;
+            ConClass con(out);
+            con.conopen();
+            go.arrive_and_wait();
+            return action(con, out);
+        };
+    };
+    struct Case {
+        const char* what;
+        Seat seat;
+        const char* table; // where the seats leave their rows
+    };
+    const std::vector<Case> cases{
+        {"a receipt on a bill", onItsOwn([](const ConClass& con, Messenger&) {
+             // The second seat's refusal is what one seat saving twice would meet.
+             payments::save(con, {"P1", "RA-1", "V-7", "01-04-2026", "100", "0", "0", "Cheque",
+                                  "17", "01-04-2026", "Bank", "Branch"});
+             return true;
+         }),
+         "payment_rec"},
+        {"a material by its description", onItsOwn([](const ConClass& con, Messenger& out) {
+             return SaveMaterial(con, out, "Cement", "300", "Bag");
+         }),
+         "materials"},
+        {"a bill's row", [&](std::latch& go) { return runBill(go, false); }, "billsraised"},
+        {"a bill frozen", [&](std::latch& go) { return runBill(go, true); }, "abstractbills"},
+    };
+    const auto afresh = [&] {
+        for (const char* table : {"payment_rec", "materials", "billsraised", "abstractbills"})
+            db().exec(QStringLiteral("delete from %1").arg(table));
+    };
+    line("RA-1", "1.1", 10);
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        afresh();
+        std::latch alone(1);
+        ASSERT_TRUE(c.seat(alone));
+        const qint64 rows = qint64(db().keyed(c.table).size());
+        ASSERT_GT(rows, 0);
+        for (int round = 0; round < 20; ++round) {
+            afresh();
+            std::latch start(2);
+            std::atomic<int> failed{0};
+            std::vector<std::thread> seats;
+            for (int s = 0; s < 2; ++s)
+                seats.emplace_back([&] {
+                    try {
+                        if (!c.seat(start))
+                            ++failed;
+                    } catch (const Error& e) {
+                        ADD_FAILURE() << e.text().toStdString();
+                        ++failed;
+                    }
+                });
+            for (std::thread& t : seats)
+                t.join();
+            EXPECT_EQ(failed, 0) << "round " << round;
+            ASSERT_EQ(qint64(db().keyed(c.table).size()), rows) << "round " << round;
+        }
     }
 }
 

@@ -1,6 +1,7 @@
 #include "core/rates/reprice.h"
 
 #include "core/rates/slots.h"
+#include "store/worktables.h"
 #include "values/values.h"
 
 #include <QCoreApplication>
@@ -125,18 +126,23 @@ RepriceResult RepriceCategoryLists(const ConClass& con, const QString& material,
 bool SaveMaterial(const ConClass& con, Messenger& out, const QString& material, const QString& rate,
                   const QString& unitLabel) {
     const QString table = QStringLiteral("Materials");
-    Transaction action(con);
-    const Values values{{QStringLiteral("tw_rate"), rate},
-                        {QStringLiteral("tw_unitlbl"), unitLabel}};
-    if (const auto row = con.find(table, MaterialKey(con), {material})) {
-        con.update(table, row->id(), values);
-    } else {
-        Values added{{QStringLiteral("tw_mat_desc"), material}};
-        added.insert(added.end(), values.begin(), values.end());
-        con.insert(table, added);
-    }
-    const RepriceResult result = RepriceCategoryLists(con, material, rate);
-    action.commit();
+    const RepriceResult result = asOneAction(con, [&] {
+        Transaction action(con);
+        // Two seats saving one material at once: the second finds the first's row.
+        holdFor(con, {table, material});
+        const Values values{{QStringLiteral("tw_rate"), rate},
+                            {QStringLiteral("tw_unitlbl"), unitLabel}};
+        if (const auto row = con.find(table, MaterialKey(con), {material})) {
+            con.update(table, row->id(), values);
+        } else {
+            Values added{{QStringLiteral("tw_mat_desc"), material}};
+            added.insert(added.end(), values.begin(), values.end());
+            con.insert(table, added);
+        }
+        RepriceResult done = RepriceCategoryLists(con, material, rate);
+        action.commit();
+        return done;
+    });
     if (result.failure) {
         out.say(*result.failure, Critical);
         return false;

@@ -31,6 +31,10 @@ void readProject(ReportRun& run, const ConClass& con) {
     run.tax_rate = project.number(QStringLiteral("tw_tax_rate"));
 }
 
+QStringList billKey(const ReportRun& run) {
+    return {QStringLiteral("bill"), run.contract_num, run.bill};
+}
+
 void readReportOrgName(ReportRun& run) {
     QFile file(AppFolder::file(QStringLiteral("Tallywright.cfg")));
     if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
@@ -85,8 +89,10 @@ bool fill(const ReportType& type, ReportRun& run, const ConClass& con, Messenger
     try {
         Transaction tx(con);
         try {
+            // Two seats running one bill at once: the second finds the bill's row the first
+            // wrote, and waits for a freeze of it to end.
             if (type.writesFile)
-                writeFirst(con);
+                holdFor(con, billKey(run));
             for (FillStep step : type.formOf(run).steps)
                 step(run, con, held);
         } catch (const Error&) {
