@@ -1,4 +1,5 @@
 #include "cli.h"
+#include "core/measurements/import.h"
 #include "core/payments/payments.h"
 #include "core/rates/reprice.h"
 #include "core/reports/running_bill.h"
@@ -345,8 +346,8 @@ TEST_F(Bill, PrintedFigures) {
 }
 
 // Two seats doing one thing at the same moment, each on a connection of its own, leave what one
-// seat alone leaves: one payment of a receipt, one material of a description, one row of the
-// bill in billsraised, one frozen copy of its lines.
+// seat alone leaves: one payment of a receipt, one material of a description, one measurement
+// line of an item and narration, one row of the bill in billsraised, one frozen copy of its lines.
 TEST_F(Bill, TwoSeatsAtOnceLeaveWhatOneWould) {
     school();
     // One seat's action on a connection of its own, begun when `go` lets it; false when it
@@ -398,12 +399,22 @@ TEST_F(Bill, TwoSeatsAtOnceLeaveWhatOneWould) {
              return SaveMaterial(con, out, "Cement", "300", "Bag");
          }),
          "materials"},
+        {"a measurement line by its item and narration",
+         onItsOwn([](const ConClass& con, Messenger&) {
+             measurements::importLines(con, {"P1", "Metre"}, "RA-9",
+                                       {{1,
+                                         {"1.1", "wall", "rectangle_area", "2", "5", "3", "25", "",
+                                          "", "", "", "1", "0"}}});
+             return true;
+         }),
+         "billmaster"},
         {"a bill's row", [&](std::latch& go) { return runBill(go, false); }, "billsraised"},
         {"a bill frozen", [&](std::latch& go) { return runBill(go, true); }, "abstractbills"},
     };
     const auto afresh = [&] {
         for (const char* table : {"payment_rec", "materials", "billsraised", "abstractbills"})
             db().exec(QStringLiteral("delete from %1").arg(table));
+        db().exec("delete from billmaster where tw_bill_num='RA-9'");
     };
     line("RA-1", "1.1", 10);
     for (const Case& c : cases) {
