@@ -26,19 +26,12 @@ void makeWorkingTables(const ConClass& con, const QStringList& tables) {
     }
 }
 
-void writeFirst(const ConClass& con) {
-    // The server locks the rows an action writes, so its writers never fail for having read
-    // first; the file has one write lock, taken here by a write that touches no row, waiting
-    // for another writer as a first statement may.
-    if (con.onServer())
-        return;
-    con.exec(QStringLiteral("update main.ContractMaster set tw_contract_num=tw_contract_num "
-                            "where 0"));
-}
-
 void holdFor(const ConClass& con, const QStringList& what) {
     if (!con.onServer()) {
-        writeFirst(con);
+        // A write that touches no row takes the file's one write lock, waiting for another
+        // writer as a first statement may.
+        con.exec(QStringLiteral("update main.ContractMaster set tw_contract_num=tw_contract_num "
+                                "where 0"));
         return;
     }
     // The server's locks of an action are keyed by one 64-bit number: the start of a digest of

@@ -163,7 +163,7 @@ Imported importLines(const ConClass& con, const Project& project, const QString&
     Transaction all(con);
     // Before anything is read: a second seat importing into the bill waits for this one, and the
     // file's write lock is not asked for by two readers at once.
-    holdFor(con, {QStringLiteral("bill"), project.number, bill});
+    holdFor(con, billHold(project.number, bill));
     for (const FileRow& row : rows) {
         const QStringList& c = row.cells;
         const auto shape = findShape(con, c[2]);

@@ -166,7 +166,7 @@ std::optional<Refusal> saveLine(const ConClass& con, Line& line) {
     Transaction tx(con);
     // A line is found by its item and narration before it is written: two seats saving the
     // same line at once make one line, the second seat's figures over the first's.
-    holdFor(con, {QStringLiteral("bill"), line.contract, line.bill});
+    holdFor(con, billHold(line.contract, line.bill));
     const auto category = con.first(
         QStringLiteral("select * from Sch_master where tw_contract_num=? and tw_sch_num=?"),
         {line.contract, line.sch});

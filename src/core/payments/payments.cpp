@@ -53,7 +53,7 @@ std::optional<Refusal> save(const ConClass& con, const Payment& p) {
     return asOneAction(con, [&]() -> std::optional<Refusal> {
         Transaction tx(con);
         // Two seats adding the same receipt at once: the second finds the first's row.
-        holdFor(con, {QStringLiteral("bill"), p.contractNum, p.bill});
+        holdFor(con, billHold(p.contractNum, p.bill));
         // A receipt number is unique within its bill only: the same voucher may pay two bills.
         if (con.find(Payments, OneReceipt, {p.contractNum, p.bill, p.receipt}))
             return refusal(

@@ -32,7 +32,7 @@ void readProject(ReportRun& run, const ConClass& con) {
 }
 
 QStringList billKey(const ReportRun& run) {
-    return {QStringLiteral("bill"), run.contract_num, run.bill};
+    return billHold(run.contract_num, run.bill);
 }
 
 void readReportOrgName(ReportRun& run) {
