@@ -9,6 +9,8 @@
 #include "ui/kit.h"
 
 #include <QApplication>
+#include <QPointer>
+#include <QThread>
 #include <QTimer>
 
 #include <memory>
@@ -40,30 +42,37 @@ int main(int argc, char** argv) {
     login->setAttribute(Qt::WA_DeleteOnClose);
     auto loggedIn = std::make_shared<bool>(false);
     auto frameUp = std::make_shared<bool>(false);
+    auto dayBackup = std::make_shared<QPointer<QThread>>();
     QObject::connect(login, &LoginForm::cancelled, &app, &QApplication::quit);
     QObject::connect(login, &QObject::destroyed, &app, [loggedIn] {
         if (!*loggedIn) // closed by its close box
             QApplication::quit();
     });
-    QObject::connect(login, &LoginForm::loggedIn, login, [login, loggedIn, frameUp] {
+    QObject::connect(login, &LoginForm::loggedIn, login, [login, loggedIn, frameUp, dayBackup] {
         *loggedIn = true;
         auto* splash = new frmSplash;
         splash->setAttribute(Qt::WA_DeleteOnClose);
         QObject::connect(splash, &frmSplash::cancelled, qApp, &QApplication::quit);
-        QObject::connect(splash, &frmSplash::finished, splash, [frameUp] {
+        QObject::connect(splash, &frmSplash::finished, splash, [frameUp, dayBackup] {
             auto* frame = new TallyFrame;
             frame->setAttribute(Qt::WA_DeleteOnClose);
             QObject::connect(frame, &QObject::destroyed, qApp, &QApplication::quit);
             frame->show();
             *frameUp = true;
-            // The day's first backup, once the frame stands to carry a message about it.
-            QTimer::singleShot(0, frame, [] { dailyBackup(ui::boxes()); });
+            // The day's first backup, once the frame stands to carry a message about it; the
+            // frame answers meanwhile.
+            QTimer::singleShot(0, frame, [frame, dayBackup] {
+                *dayBackup = startDailyBackup(frame, ui::boxes());
+            });
         });
         splash->show();
         login->close();
     });
     login->show();
     const int code = app.exec();
+    // The day's first backup ends before the last one begins.
+    if (*dayBackup)
+        (*dayBackup)->wait();
     // The day's work goes into a backup as the session ends, by the last window or by a logout.
     if (*frameUp)
         closingBackup(ui::boxes());

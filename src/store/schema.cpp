@@ -399,6 +399,20 @@ void create(QSqlDatabase db) {
     history::ensureLocal(db);
 }
 
+// The program's indexes the file lacks.
+std::vector<const Index*> missingIndexes(QSqlDatabase db) {
+    std::vector<const Index*> missing;
+    for (const Index& i : indexes()) {
+        QSqlQuery q = prepared(db,
+                               QStringLiteral("select 1 from sqlite_master where type='index' and "
+                                              "name=? collate nocase"),
+                               {i.name});
+        if (!q.next())
+            missing.push_back(&i);
+    }
+    return missing;
+}
+
 int scalar(QSqlDatabase db, const QString& sql) {
     QSqlQuery q = prepared(db, sql, {});
     return q.next() ? q.value(0).toInt() : 0;
@@ -448,6 +462,33 @@ void foldTextColumns(QSqlDatabase db) {
 const std::vector<Table>& tables() {
     static const std::vector<Table> all = makeTables();
     return all;
+}
+
+const std::vector<Index>& indexes() {
+    // A project's lines in the order they were entered, without sorting them; a bill's lines.
+    static const std::vector<Index> all{
+        {QStringLiteral("tw_billmaster_project"),
+         QStringLiteral("BillMaster"),
+         {QStringLiteral("tw_contract_num")}},
+        {QStringLiteral("tw_billmaster_bill"),
+         QStringLiteral("BillMaster"),
+         {QStringLiteral("tw_contract_num"), QStringLiteral("tw_bill_num")}},
+        {QStringLiteral("tw_sch_master_item"),
+         QStringLiteral("Sch_master"),
+         {QStringLiteral("tw_contract_num"), QStringLiteral("tw_sch_num")}},
+        {QStringLiteral("tw_reinforcementmaster_bill"),
+         QStringLiteral("Reinforcementmaster"),
+         {QStringLiteral("tw_contract_num"), QStringLiteral("tw_bill_num")}},
+    };
+    return all;
+}
+
+QString indexStatement(const Index& index) {
+    QStringList columns;
+    for (const QString& c : index.columns)
+        columns << u'"' + c + u'"';
+    return QStringLiteral("CREATE INDEX \"%1\" ON \"%2\" (%3)")
+        .arg(index.name, index.table, columns.join(QStringLiteral(", ")));
 }
 
 const Table* programTable(const QString& name) {
@@ -528,6 +569,12 @@ QString foreignObject(const sqlite::Handle& h, const std::vector<QStringList>& o
             // An index SQLite made for a table's key or unique column has no statement.
             if (sql.isNull() && allowedTable(table))
                 continue;
+            const auto ours = std::find_if(indexes().begin(), indexes().end(), [&](const Index& i) {
+                return i.name.compare(name, Qt::CaseInsensitive) == 0 &&
+                       sql.compare(indexStatement(i), Qt::CaseInsensitive) == 0;
+            });
+            if (ours != indexes().end())
+                continue;
             return QStringLiteral("it holds an index %1").arg(name);
         }
         if (const auto kept = historyObjects.find(name); kept != historyObjects.end()) {
@@ -589,7 +636,7 @@ void ensure(QSqlDatabase db) {
     const int version = scalar(db, QStringLiteral("pragma user_version"));
     if (version > currentVersion)
         throw Error(newerVersion(db.databaseName(), version));
-    if (version == currentVersion) {
+    if (version == currentVersion && missingIndexes(db).empty()) {
         // A schedule table made by another program gets its triggers now.
         history::ensureLocal(db);
         return;
@@ -604,9 +651,12 @@ void ensure(QSqlDatabase db) {
             run(db, QStringLiteral("update diameter set tw_diameter = substr(tw_diameter, 1, "
                                    "length(tw_diameter) - 3) where tw_diameter like '% mm'"));
         }
-        if (version < 3)
-            history::ensureLocal(db);
-        run(db, QStringLiteral("pragma user_version = %1").arg(currentVersion));
+        history::ensureLocal(db);
+        // A file made before the program kept these indexes gets them.
+        for (const Index* i : missingIndexes(db))
+            run(db, indexStatement(*i));
+        if (version != currentVersion)
+            run(db, QStringLiteral("pragma user_version = %1").arg(currentVersion));
     } catch (...) {
         db.rollback();
         throw;

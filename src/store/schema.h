@@ -36,6 +36,17 @@ const Table* programTable(const QString& name);
 bool isProjectTable(const QString& name);
 // The refusal of a database written by a newer version, naming it.
 QString newerVersion(const QString& database, int version);
+// An index the reads of bills and schedules need: a bill's lines are read by project and bill
+// from every screen and report, and a whole file would otherwise be scanned for each.
+struct Index {
+    QString name;
+    QString table;
+    QStringList columns;
+};
+const std::vector<Index>& indexes();
+// The statement that makes an index, as the file keeps it.
+QString indexStatement(const Index& index);
+
 // The statement that makes a table with `columns` in the local file.
 QString createStatement(const QString& name, const std::vector<Column>& columns,
                         bool temporary = false);
@@ -43,7 +54,8 @@ QString createStatement(const QString& name, const std::vector<Column>& columns,
 // Refuses a file this program does not take, throwing tw::Error naming the file: one written by a
 // newer version, an SQLite file of another program, or one whose objects are not exactly those
 // the program makes. Those are its tables with their columns, the per-project tables (Sch_<n>,
-// Bl_<n>, Rnf_<n> and the bare key <n>) and the indexes SQLite makes for them; a trigger, a view,
+// Bl_<n>, Rnf_<n> and the bare key <n>), the program's indexes and the indexes SQLite makes for
+// them; a trigger, a view,
 // another table or index is refused, since a file from outside could hide a project or rewrite a
 // bill with one. The file is opened read-only and immutable, so it stays byte for byte as it
 // was. An empty file is refused too unless `emptyIsNew` (the application folder's database,
@@ -52,8 +64,9 @@ void inspect(const QString& path, bool emptyIsNew = false);
 // The same on a file open on `h` (one looked at, or a copy just made).
 void inspect(const sqlite::Handle& h, bool emptyIsNew = false);
 
-// Brings an open database to the current version: creates every table and the seed rows in a
-// new file, upgrades an older one step by step. Throws tw::Error for a newer file.
+// Brings an open database to the current version: creates every table, index and the seed rows
+// in a new file, upgrades an older one step by step, and makes an index a file lacks. Throws
+// tw::Error for a newer file.
 void ensure(QSqlDatabase db);
 
 // The seed rows, into tables just made.

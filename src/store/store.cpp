@@ -214,6 +214,10 @@ StoreFailure failureKind(const QString& text) {
             return text.contains(QLatin1String(w), Qt::CaseInsensitive);
         });
     };
+    // The server gives up one of two actions that wait on each other, or one whose reads
+    // another's writes made stale; run again from its start, it does what it would have done.
+    if (says({"deadlock detected", "could not serialize access"}))
+        return StoreFailure::Conflict;
     if (says({"NOT NULL constraint", "violates not-null constraint"}))
         return StoreFailure::NotNull;
     if (says({"datatype mismatch", "cannot store", "invalid input syntax for type",
@@ -482,6 +486,21 @@ Rows ConClass::keyed(const QString& table, const QString& condition, const QVari
 Rows ConClass::keyedColumns(const QString& table, const QStringList& columns,
                             const QString& condition, const QVariantList& params) const {
     return keyedRows(db(), table, columns.join(QStringLiteral(", ")), condition, params, 0);
+}
+
+QStringList ConClass::distinctInOrder(const QString& table, const QString& column,
+                                      const QString& condition, const QVariantList& params) const {
+    const QString id = identityOf(db(), table);
+    // The bare column beside min() is taken from the row of the smallest identity.
+    QSqlQuery q = prepared(db(),
+                           QStringLiteral("select %1, min(%2) from %3 where %4 group by %1 order "
+                                          "by min(%2)")
+                               .arg(column, id, quoted(table), condition),
+                           params);
+    QStringList values;
+    while (q.next())
+        values << q.value(0).toString();
+    return values;
 }
 
 std::optional<Row> ConClass::find(const QString& table, const QString& condition,

@@ -160,6 +160,11 @@ public:
     // rows reads just what it needs.
     Rows keyedColumns(const QString& table, const QStringList& columns, const QString& condition,
                       const QVariantList& params) const;
+    // The distinct values of `column` in the rows of `table` that meet `condition`, each as it
+    // was first written, in the order they were first written: an index over the column does
+    // not turn the order of a list into the order of the index.
+    QStringList distinctInOrder(const QString& table, const QString& column,
+                                const QString& condition, const QVariantList& params) const;
     // The first of those rows, or nullopt.
     std::optional<Row> find(const QString& table, const QString& condition,
                             const QVariantList& params = {}) const;
@@ -186,6 +191,8 @@ public:
     void makeTemporaryCopy(const QString& table) const;
     // True when this connection is open on a server database.
     bool onServer() const;
+    // True while an action holds a Transaction on this connection.
+    bool inAction() const { return depth_ > 0; }
 
     QSqlDatabase db() const;
     const QString& connectionName() const { return name_; }
@@ -232,6 +239,7 @@ enum class StoreFailure {
     NotNull,      // a column that takes no Null was given one
     WrongType,    // a value the column's type does not take
     MissingTable, // the statement names a table that does not exist
+    Conflict,     // the server gave the action up for another one at work at the same time
     Other,
 };
 StoreFailure failureKind(const QString& text);

@@ -9,9 +9,15 @@
 #include "ui/lookfile.h"
 
 #include <QAction>
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QTest>
+#include <QTimer>
+
+#include <optional>
+
+#include <sqlite3.h>
 
 using twtest::messages;
 using Texts = std::vector<QString>;
@@ -325,6 +331,35 @@ TEST_F(BackupTest, ThePickerGivesTheShortNameAndItsCancelEmptiesTheBackupField) 
 }
 
 class AutoBackupTest : public twtest::AppFolderTest {};
+
+// The day's backup is made while the window goes on answering: with another program writing the
+// file, the copy waits for it, and an event posted meanwhile is answered before the copy ends.
+TEST_F(AutoBackupTest, TheDaysBackupLeavesTheWindowAnswering) {
+    const QDateTime morning(QDate(2026, 3, 2), QTime(9, 0));
+    sqlite3* writer = nullptr;
+    ASSERT_EQ(sqlite3_open(QFile::encodeName(tw::AppFolder::databasePath()).constData(), &writer),
+              SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(writer, "begin exclusive", nullptr, nullptr, nullptr), SQLITE_OK);
+    QObject window;
+    std::optional<QString> made;
+    ASSERT_TRUE(startDailyBackup(
+        &window, twtest::scripted(), [&](const QString& file) { made = file; }, morning));
+    bool answered = false;
+    QTimer::singleShot(0, &window, [&] { answered = true; });
+    // A guard against a hang, not a measure of time.
+    const QDeadlineTimer guard(60000);
+    while (!answered && !guard.hasExpired())
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 100);
+    EXPECT_TRUE(answered);
+    EXPECT_FALSE(made); // the copy still waits for the writer
+    sqlite3_exec(writer, "rollback", nullptr, nullptr, nullptr);
+    sqlite3_close(writer);
+    while (!made && !guard.hasExpired())
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 100);
+    ASSERT_TRUE(made);
+    EXPECT_EQ(tw::backup::check(*made), QStringLiteral("ok"));
+    EXPECT_TRUE(messages().shown.empty());
+}
 
 TEST_F(AutoBackupTest, OneADayAtStartEveryEndAndAFailureToldOnceWithoutStopping) {
     const QDateTime morning(QDate(2026, 3, 2), QTime(9, 0));

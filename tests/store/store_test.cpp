@@ -1,6 +1,10 @@
+#include "core/measurements/measurements.h"
+#include "core/measurements/steel.h"
+#include "core/reports/report_run.h"
 #include "store/backup.h"
 #include "store/files.h"
 #include "store/history.h"
+#include "store/rowwriter.h"
 #include "store/schema.h"
 #include "store/store.h"
 #include "support/core_fixtures.h"
@@ -149,7 +153,7 @@ TEST_F(StoreTest, FilesWhoseObjectsAreNotExactlyTheProgramsAreRefusedUntouched) 
     ASSERT_TRUE(QFile::rename(dbPath(), fresh));
     const QDir data(QStringLiteral(TW_STORE_DATA));
     const QStringList scripts = data.entryList({QStringLiteral("*.sql")});
-    ASSERT_EQ(scripts.size(), 8);
+    ASSERT_EQ(scripts.size(), 9);
     for (const QString& script : scripts) {
         SCOPED_TRACE(script.toStdString());
         const QString hostile = folder() + u'/' + QFileInfo(script).completeBaseName();
@@ -543,6 +547,101 @@ TEST_F(StoreTest, EveryChangeIsRecordedWithItsWriterAndTheRecordStandsAsWritten)
                   count)
             << since.toString(Qt::ISODate).toStdString()
             << until.toString(Qt::ISODate).toStdString();
+}
+
+// Rows written in bulk hold what a statement of the same values holds, type and all, and a row
+// the store refuses names the store's reason.
+TEST_F(StoreTest, RowsWrittenInBulkAreStoredAsAStatementStoresThem) {
+    if (onServer())
+        GTEST_SKIP() << "the server's columns are typed: its rows go through a statement";
+    const QVariantList values{QVariant(),
+                              QString(),
+                              QStringLiteral(""),
+                              QStringLiteral("12.50"),
+                              7,
+                              true,
+                              QVariant::fromValue(qint16(3)),
+                              2.5,
+                              QVariant::fromValue(1.5F),
+                              QVariant::fromValue(qlonglong(1) << 40),
+                              QVariant::fromValue(qulonglong(9)),
+                              QByteArray("ab"),
+                              QDate(2026, 4, 1),
+                              QDate()};
+    db().exec(QStringLiteral("create temp table bulk_one (v)"));
+    db().exec(QStringLiteral("create temp table bulk_all (v not null)"));
+    tw::RowWriter writer(db(), QStringLiteral("bulk_all"), {QStringLiteral("v")});
+    QStringList expected;
+    for (const QVariant& v : values) {
+        db().exec(QStringLiteral("insert into bulk_one (v) values (?)"), {v});
+        const auto stored = db().first(
+            QStringLiteral("select typeof(v) || ' ' || quote(v) from bulk_one where rowid = "
+                           "last_insert_rowid()"));
+        expected << stored->text(0);
+        if (stored->text(0) == QLatin1String("null NULL")) {
+            try {
+                writer.add({v});
+                ADD_FAILURE() << "a Null was taken: " << v.typeName();
+            } catch (const tw::Error& e) {
+                EXPECT_EQ(tw::failureKind(e.text()), tw::StoreFailure::NotNull) << e.what();
+            }
+        } else {
+            writer.add({v});
+        }
+    }
+    QStringList written;
+    for (const tw::Row& r :
+         db().rows(QStringLiteral("select typeof(v) || ' ' || quote(v) from bulk_all")))
+        written << r.text(0);
+    expected.removeAll(QStringLiteral("null NULL"));
+    EXPECT_EQ(written, expected);
+    EXPECT_EQ(written.size(), values.size() - 3);
+}
+
+// A file made before the program kept its indexes gets them when it is opened, and its lists
+// keep the order the rows were written in.
+TEST_F(StoreTest, AFileWithoutTheIndexesGetsThemAndListsKeepTheirOrder) {
+    if (onServer())
+        GTEST_SKIP() << "the local file's own";
+    const auto indexNames = [&] {
+        QStringList names;
+        for (const tw::Row& r : db().rows(QStringLiteral(
+                 "select name from sqlite_master where type='index' and sql is not null "
+                 "order by name")))
+            names << r.text(0);
+        return names;
+    };
+    const QStringList made = indexNames();
+    ASSERT_EQ(made.size(), qsizetype(tw::schema::indexes().size()));
+    db().insert(QStringLiteral("ContractMaster"),
+                {{QStringLiteral("tw_contract_num"), QStringLiteral("P1")},
+                 {QStringLiteral("tw_contract_name"), QStringLiteral("School")}});
+    for (const QString table : {"BillMaster", "Reinforcementmaster"})
+        for (const char* bill : {"RA-2", "ra-1", "RA-1", "A-3"})
+            db().insert(table, {{QStringLiteral("tw_contract_num"), QStringLiteral("P1")},
+                                {QStringLiteral("tw_bill_num"), QString::fromLatin1(bill)}});
+    db().conclose();
+    {
+        sqlite3* h = nullptr;
+        ASSERT_EQ(sqlite3_open(QFile::encodeName(dbPath()).constData(), &h), SQLITE_OK);
+        for (const QString& name : made)
+            EXPECT_EQ(sqlite3_exec(h, ("drop index " + name.toStdString()).c_str(), nullptr,
+                                   nullptr, nullptr),
+                      SQLITE_OK);
+        sqlite3_close(h);
+    }
+    tw::schema::inspect(dbPath()); // a file of the program, indexes or not
+    db().conopen();
+    EXPECT_EQ(indexNames(), made);
+    tw::schema::inspect(dbPath());
+    // The bill lists of the measurement, steel and report screens, in the order of entry.
+    const QStringList entered{"RA-2", "ra-1", "A-3"};
+    EXPECT_EQ(tw::measurements::billNumbers(db(), QStringLiteral("P1")), entered);
+    EXPECT_EQ(tw::steel::billNumbers(db(), QStringLiteral("P1")), entered);
+    tw::reports::ReportRun run;
+    EXPECT_EQ(tw::reports::BillNumbers(run, db(), QStringLiteral("School"),
+                                       QStringLiteral("reinforcementmaster")),
+              entered);
 }
 
 TEST_F(StoreTest, MissingProjectTableIsMadeOnlyForTheThreeFamilies) {

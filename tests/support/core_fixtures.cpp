@@ -1,6 +1,8 @@
 #include "core_fixtures.h"
 
+#include "store/history.h"
 #include "store/schema.h"
+#include "store/server.h"
 
 #include <QFile>
 #include <QSqlDatabase>
@@ -137,6 +139,10 @@ void finishServer() {
     for (const QString& name : QStringList(m.databases))
         dropDatabase(tw::ServerAddress{QString(), 0, name, {}, {}, {}});
     QSqlDatabase::removeDatabase(QStringLiteral("tw-test-superuser"));
+}
+
+QString AppFolderTest::writer() {
+    return onServer() ? tw::Store::server()->user : tw::history::user();
 }
 
 void AppFolderTest::SetUp() {

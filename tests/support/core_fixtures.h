@@ -61,6 +61,8 @@ protected:
     QString folder() const { return dir_.path(); }
     // Whether this test runs on the test server.
     static bool onServer() { return testServer().has_value(); }
+    // Who the history names for this test's own writes: the server's role, or the login.
+    static QString writer();
     tw::ConClass& db() { return con_; }
     // Writes twk.cfg in the folder.
     void writeConfig(const QString& user, const QString& password);

@@ -2,6 +2,7 @@
 
 #include "core/measurements/cal_values.h"
 #include "core/projects/projects.h"
+#include "store/worktables.h"
 #include "values/values.h"
 
 #include <QCoreApplication>
@@ -51,12 +52,8 @@ std::optional<Project> projectByNumber(const ConClass& con, const QString& numbe
 }
 
 QStringList billNumbers(const ConClass& con, const QString& contract) {
-    QStringList bills;
-    for (const auto& r : con.rows(QStringLiteral("select distinct(tw_bill_num) from billmaster "
-                                                 "where tw_contract_num=?"),
-                                  {contract}))
-        bills << r.text(0);
-    return bills;
+    return con.distinctInOrder(QStringLiteral("billmaster"), QStringLiteral("tw_bill_num"),
+                               QStringLiteral("tw_contract_num=?"), {contract});
 }
 
 std::vector<std::pair<QString, QString>> scheduleItems(const ConClass& con,
@@ -163,6 +160,9 @@ std::optional<Refusal> saveLine(const ConClass& con, Line& line) {
     const double area = lineTotal(result, line.qty);
 
     Transaction tx(con);
+    // A line is found by its item and narration before it is written: two seats saving the
+    // same line at once make one line, the second seat's figures over the first's.
+    holdFor(con, billHold(line.contract, line.bill));
     const auto category = con.first(
         QStringLiteral("select * from Sch_master where tw_contract_num=? and tw_sch_num=?"),
         {line.contract, line.sch});
@@ -203,20 +203,24 @@ void deleteLine(const ConClass& con, const QString& contract, const QString& bil
 
 std::vector<QStringList> Show_Measurements(const ConClass& con, const QString& contract,
                                            const QString& bill) {
+    // Only the columns the list shows, read by position: a bill runs to thousands of lines.
+    QStringList columns{QStringLiteral("tw_sch_num"), QStringLiteral("tw_item_narration"),
+                        QStringLiteral("tw_Shape")};
+    for (int i = 1; i <= 4; ++i)
+        columns << QStringLiteral("tw_dim%1").arg(i) << QStringLiteral("tw_dim%1_inches").arg(i);
+    columns << QStringLiteral("tw_quantity") << QStringLiteral("tw_deduction");
     std::vector<QStringList> rows;
-    const auto lines = con.rows(
-        QStringLiteral("select * from billmaster where (tw_contract_num=?) and (tw_bill_num=?)"),
-        {contract, bill});
+    const auto lines = con.rows(QStringLiteral("select %1 from billmaster where "
+                                               "(tw_contract_num=?) and (tw_bill_num=?)")
+                                    .arg(columns.join(u',')),
+                                {contract, bill});
+    rows.reserve(lines.size());
     for (const auto& r : lines) {
-        QStringList cells{r.text(QStringLiteral("tw_sch_num")),
-                          r.text(QStringLiteral("tw_item_narration")),
-                          r.text(QStringLiteral("tw_Shape"))};
-        for (int i = 1; i <= 4; ++i)
-            cells << numberText(r.value(QStringLiteral("tw_dim%1").arg(i))) + u'-' +
-                         numberText(r.value(QStringLiteral("tw_dim%1_inches").arg(i)));
-        cells << numberText(r.value(QStringLiteral("tw_quantity")));
-        cells << (r.value(QStringLiteral("tw_deduction")).toBool() ? QStringLiteral("YES")
-                                                                   : QStringLiteral("NO"));
+        QStringList cells{r.text(0), r.text(1), r.text(2)};
+        for (int i = 0; i < 4; ++i)
+            cells << numberText(r.value(3 + 2 * i)) + u'-' + numberText(r.value(4 + 2 * i));
+        cells << numberText(r.value(11));
+        cells << (r.value(12).toBool() ? QStringLiteral("YES") : QStringLiteral("NO"));
         rows.push_back(cells);
     }
     return rows;

@@ -30,12 +30,8 @@ Refusal refusal(const char* field, const QString& text, const QString& title = {
 } // namespace
 
 QStringList billNumbers(const ConClass& con, const QString& contract) {
-    QStringList bills;
-    for (const auto& r : con.rows(QStringLiteral("select distinct(tw_bill_num) from "
-                                                 "reinforcementmaster where tw_contract_num=?"),
-                                  {contract}))
-        bills << r.text(0);
-    return bills;
+    return con.distinctInOrder(QStringLiteral("reinforcementmaster"), QStringLiteral("tw_bill_num"),
+                               QStringLiteral("tw_contract_num=?"), {contract});
 }
 
 QStringList diameters(const ConClass& con) {

@@ -61,41 +61,50 @@ struct Line {
 // The measured quantity of each bill and item of a project: the lines' areas added in store
 // order in single precision, rounded after every addition, deduction lines added as they stand
 // (they are positive), so a bill's figure is the same to the last bit however it is read.
-// Bills and items are found as the store compares texts. Only the lines of the bills and items
-// given are read: a line that is no number stops the bill it belongs to, not every bill of the
-// project.
+// Bills and items are found as the store compares texts, each by its place among the keys given.
+// Only the lines of the bills and items given are read: a line that is no number stops the bill
+// it belongs to, not every bill of the project.
 class Measured {
 public:
-    using Items = QHash<QString, float>;
+    using Items = QHash<int, float>; // by the place of the item's key
 
-    Measured(const ConClass& con, const QString& project, const QSet<QString>& billKeys,
-             const QSet<QString>& itemKeys) {
+    Measured(const ConClass& con, const QString& project, const QHash<QString, int>& billKeys,
+             const QHash<QString, int>& itemKeys)
+        : bills_(size_t(billKeys.size())) {
         QSqlQuery q = prepared(con.db(),
                                QStringLiteral("select tw_bill_num, tw_sch_num, tw_cal_Area from "
                                               "billmaster where tw_contract_num=? order by "
                                               "tw_recordkey"),
                                {project});
+        // Lines come in runs of one bill and item: a text like the last one read is not looked
+        // up again.
+        QString billText, itemText;
+        int bill = -1, item = -1;
+        const auto placeOf = [](const QHash<QString, int>& keys, const QVariant& v, QString& last,
+                                int& place) {
+            const QString text = v.toString();
+            if (text.isNull() != last.isNull() || text != last) {
+                last = text;
+                place = keys.value(nocaseKey(text), -1);
+            }
+            return place;
+        };
         while (q.next()) {
-            const QString bill = nocaseKey(q.value(0).toString());
-            const QString item = nocaseKey(q.value(1).toString());
-            if (!billKeys.contains(bill) || !itemKeys.contains(item))
+            if (placeOf(billKeys, q.value(0), billText, bill) < 0 ||
+                placeOf(itemKeys, q.value(1), itemText, item) < 0)
                 continue;
             const Nullable area = storedNumber(q.value(2));
             if (area.isNull())
                 throw Error(QStringLiteral("Invalid use of Null"));
-            float& qty = bills_[bill][item];
+            float& qty = bills_[size_t(bill)][item];
             qty = static_cast<float>(static_cast<double>(qty) + area.value());
         }
     }
-    // The items of a bill by their key; empty when the bill has no lines.
-    const Items& of(const QString& bill) const {
-        static const Items none;
-        const auto it = bills_.constFind(nocaseKey(bill));
-        return it == bills_.cend() ? none : it.value();
-    }
+    // The items of the bill at that place among the keys; empty when it has no lines.
+    const Items& of(int bill) const { return bills_[size_t(bill)]; }
 
 private:
-    QHash<QString, Items> bills_;
+    std::vector<Items> bills_;
 };
 
 Line itemLine(const Row& item) {
@@ -123,52 +132,78 @@ std::optional<Row> billRow(const ReportRun& run, const ConClass& con) {
                     {run.contract_num, run.bill});
 }
 
+// The place of a text among the keys met so far, as the store compares texts; a new key takes
+// the next place.
+int placeOf(QHash<QString, int>& keys, const QString& text) {
+    const QString key = nocaseKey(text);
+    const auto found = keys.constFind(key);
+    if (found != keys.cend())
+        return found.value();
+    const int place = int(keys.size());
+    keys.insert(key, place);
+    return place;
+}
+
 void computeAbstractBill(ReportRun& run, const ConClass& con) {
     emptyTable(con, workTable);
     const Rows items = con.keyed(QStringLiteral("Sch_master"), QStringLiteral("tw_contract_num=?"),
                                  {run.contract_num});
-    QStringList itemKeys;
-    for (const Row& item : items)
-        itemKeys << nocaseKey(item.text(QStringLiteral("tw_sch_num")));
+    // Each item's key by its place, and the items of each key in store order: two items may
+    // share a number as the store compares texts.
+    QHash<QString, int> itemKeys;
+    std::vector<int> keyOfItem;
+    std::vector<std::vector<size_t>> itemsOfKey;
+    for (size_t i = 0; i < items.size(); ++i) {
+        const int key = placeOf(itemKeys, items[i].text(QStringLiteral("tw_sch_num")));
+        if (size_t(key) == itemsOfKey.size())
+            itemsOfKey.emplace_back();
+        keyOfItem.push_back(key);
+        itemsOfKey[size_t(key)].push_back(i);
+    }
     // The bills summed: this one and those raised before or after it.
     const Rows others = otherBills(run, con);
-    QSet<QString> billKeys{nocaseKey(run.bill)};
+    QHash<QString, int> billKeys;
+    placeOf(billKeys, run.bill);
+    std::vector<int> billOfOther;
     for (const Row& other : others)
-        billKeys.insert(nocaseKey(other.text(QStringLiteral("tw_bill_num"))));
-    const Measured measured(con, run.contract_num, billKeys,
-                            QSet<QString>(itemKeys.begin(), itemKeys.end()));
+        billOfOther.push_back(placeOf(billKeys, other.text(QStringLiteral("tw_bill_num"))));
+    const Measured measured(con, run.contract_num, billKeys, itemKeys);
     std::vector<Line> lines;
 
-    // The first line of each item number, as a look-up by number finds it.
-    QHash<QString, size_t> lineOf;
-    const auto addLine = [&](const Row& item, const QString& key) {
-        lineOf.insert(key, lineOf.value(key, lines.size())); // keeps the first
-        lines.push_back(itemLine(item));
+    // The first line of each item's key, as a look-up by number finds it.
+    std::vector<std::optional<size_t>> lineOf(itemsOfKey.size());
+    const auto addLine = [&](size_t item) {
+        auto& first = lineOf[size_t(keyOfItem[item])];
+        if (!first)
+            first = lines.size();
+        lines.push_back(itemLine(items[item]));
         return &lines.back();
     };
 
     // This bill's quantities: an item with nothing above 0 measured gets no line.
-    const Measured::Items& thisBill = measured.of(run.bill);
-    for (qsizetype i = 0; i < itemKeys.size(); ++i) {
-        const float qty = thisBill.value(itemKeys[i], 0.0F);
+    const Measured::Items& thisBill = measured.of(0);
+    for (size_t i = 0; i < items.size(); ++i) {
+        const float qty = thisBill.value(keyOfItem[i], 0.0F);
         if (qty > 0)
-            addLine(items[size_t(i)], itemKeys[i])->nowQty = static_cast<double>(qty);
+            addLine(i)->nowQty = static_cast<double>(qty);
     }
 
     // The other bills: each one that measured an item puts its own quantity on the item's line,
-    // so the last of them in store order is the one that shows.
-    for (const Row& other : others) {
-        const Measured::Items& bill = measured.of(other.text(QStringLiteral("tw_bill_num")));
-        if (bill.isEmpty())
-            continue;
-        for (qsizetype i = 0; i < itemKeys.size(); ++i) {
-            const float qty = bill.value(itemKeys[i], 0.0F);
-            if (!(qty > 0))
-                continue;
-            const auto found = lineOf.constFind(itemKeys[i]);
-            Line* line = found == lineOf.cend() ? addLine(items[size_t(i)], itemKeys[i])
-                                                : &lines[found.value()];
-            line->prevQty = static_cast<double>(qty);
+    // so the last of them in store order is the one that shows. Only the items a bill measured
+    // are visited, in store order.
+    std::vector<size_t> measuredItems;
+    for (const int bill : billOfOther) {
+        measuredItems.clear();
+        const Measured::Items& quantities = measured.of(bill);
+        for (auto it = quantities.cbegin(); it != quantities.cend(); ++it)
+            if (it.value() > 0)
+                for (const size_t item : itemsOfKey[size_t(it.key())])
+                    measuredItems.push_back(item);
+        std::sort(measuredItems.begin(), measuredItems.end());
+        for (const size_t item : measuredItems) {
+            const auto& first = lineOf[size_t(keyOfItem[item])];
+            Line* line = first ? &lines[*first] : addLine(item);
+            line->prevQty = static_cast<double>(quantities.value(keyOfItem[item]));
         }
     }
 
@@ -437,11 +472,12 @@ void ForgetDeduction(const ReportRun& run, const ConClass& con, const QString& d
     tx.commit();
 }
 
-void FreezeBill(ReportRun& run, const ConClass& con) {
+namespace {
+void freezeOnce(ReportRun& run, const ConClass& con) {
     Transaction tx(con);
-    // Freezing reads the bill's row and then writes: it takes the write lock first, so another
-    // writer's commit meanwhile makes it wait instead of failing.
-    writeFirst(con);
+    // Freezing reads the bill's row and then writes: a second freeze or a run of the bill at
+    // the same moment waits for it, and then finds it frozen.
+    holdFor(con, billKey(run));
     const auto bill = billRow(run, con);
     if (!bill || isYes(bill->value(QStringLiteral("tw_froze"))))
         return;
@@ -457,6 +493,11 @@ void FreezeBill(ReportRun& run, const ConClass& con) {
     }
     tx.commit();
     run.frozen_flag = true;
+}
+} // namespace
+
+void FreezeBill(ReportRun& run, const ConClass& con) {
+    asOneAction(con, [&] { freezeOnce(run, con); });
 }
 
 void BuildBillsRaisedForProject(ReportRun& run, const ConClass& con, Messenger&) {

@@ -18,6 +18,7 @@
 #include <QVBoxLayout>
 
 #include <cstdio>
+#include <memory>
 
 namespace {
 QString shortFile() {
@@ -211,21 +212,55 @@ bool frm_backup::eventFilter(QObject* watched, QEvent* event) {
     return ui::Screen::eventFilter(watched, event);
 }
 
+namespace {
+// The day's backup unless one of the day exists: the new file, or the text of a failure.
+struct DayBackup {
+    QString made, failure;
+};
+DayBackup makeDailyBackup(const QDateTime& now) {
+    try {
+        if (!tw::backup::madeOn(now.date()))
+            return {tw::backup::makeNow(now), {}};
+    } catch (const std::exception& e) {
+        return {{}, QString::fromUtf8(e.what())};
+    }
+    return {};
+}
+
+void tellFailure(tw::Messenger& messenger, const DayBackup& result) {
+    if (!result.failure.isEmpty())
+        messenger.say(QObject::tr("The automatic backup of today could not be made: %1\n"
+                                  "Your data is as it was; make a copy of it soon.")
+                          .arg(result.failure),
+                      tw::Exclamation);
+}
+} // namespace
+
 QString dailyBackup(tw::Messenger& messenger, const QDateTime& now) {
     // A server's books are backed up where the server is; the desktop's are the local file's.
     if (tw::Store::server())
         return {};
-    try {
-        if (tw::backup::madeOn(now.date()))
-            return {};
-        return tw::backup::makeNow(now);
-    } catch (const std::exception& e) {
-        messenger.say(QObject::tr("The automatic backup of today could not be made: %1\n"
-                                  "Your data is as it was; make a copy of it soon.")
-                          .arg(QString::fromUtf8(e.what())),
-                      tw::Exclamation);
-    }
-    return {};
+    const DayBackup result = makeDailyBackup(now);
+    tellFailure(messenger, result);
+    return result.made;
+}
+
+QThread* startDailyBackup(QObject* context, tw::Messenger& messenger,
+                          std::function<void(const QString&)> done, const QDateTime& now) {
+    if (tw::Store::server())
+        return nullptr;
+    // The copy works on a handle of its own to the file, never on a connection of the window.
+    auto result = std::make_shared<DayBackup>();
+    QThread* thread = QThread::create([result, now] { *result = makeDailyBackup(now); });
+    QObject::connect(thread, &QThread::finished, context,
+                     [result, &messenger, done = std::move(done)] {
+                         tellFailure(messenger, *result);
+                         if (done)
+                             done(result->made);
+                     });
+    QObject::connect(thread, &QThread::finished, thread, &QObject::deleteLater);
+    thread->start();
+    return thread;
 }
 
 QString closingBackup(tw::Messenger& messenger, const QDateTime& now) {

@@ -12,7 +12,10 @@
 #include <QPointer>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QThread>
 #include <QTimer>
+
+#include <functional>
 
 class frm_changedir;
 
@@ -67,6 +70,13 @@ void copyReplacing(const QString& from, const QString& to);
 // failure is told once through `messenger`; the program goes on. Gives the new file, if any.
 // The automatic backups are the local file's: on a server store neither is made.
 QString dailyBackup(tw::Messenger& messenger, const QDateTime& now = QDateTime::currentDateTime());
+// The same made on a thread of its own, so the window goes on answering while the file is
+// copied (a large file takes a while). Once it ends, on the thread of `context` and only while
+// `context` lives, a failure is told through `messenger` and `done` gets the new file, if any.
+// Gives the thread, which deletes itself when it ends; nullptr on a server store.
+QThread* startDailyBackup(QObject* context, tw::Messenger& messenger,
+                          std::function<void(const QString&)> done = {},
+                          const QDateTime& now = QDateTime::currentDateTime());
 // The automatic backup when the session ends, however it ends (the last window closed, a
 // logout); a failure is told through `messenger` and written to the error output.
 QString closingBackup(tw::Messenger& messenger,

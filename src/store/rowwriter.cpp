@@ -1,0 +1,136 @@
+#include "store/rowwriter.h"
+
+#include "store/server.h"
+
+#include <QDateTime>
+#include <QSqlDriver>
+#include <QUuid>
+
+#include <sqlite3.h>
+
+namespace tw {
+
+namespace {
+
+sqlite3* fileHandle(const QSqlDatabase& db) {
+    const QVariant v = db.driver()->handle();
+    if (!v.isValid() || qstrcmp(v.typeName(), "sqlite3*") != 0)
+        return nullptr;
+    return *static_cast<sqlite3* const*>(v.constData());
+}
+
+// The values a Qt statement stores as Null: besides a Null, a null text or byte array and a date
+// or time that is no date or time.
+bool storedAsNull(const QVariant& v) {
+    if (v.isNull())
+        return true;
+    switch (v.typeId()) {
+    case QMetaType::QString:
+        return static_cast<const QString*>(v.constData())->isNull();
+    case QMetaType::QByteArray:
+        return static_cast<const QByteArray*>(v.constData())->isNull();
+    case QMetaType::QDateTime:
+        return !static_cast<const QDateTime*>(v.constData())->isValid();
+    case QMetaType::QDate:
+        return static_cast<const QDate*>(v.constData())->isNull();
+    case QMetaType::QTime:
+        return !static_cast<const QTime*>(v.constData())->isValid();
+    case QMetaType::QUuid:
+        return static_cast<const QUuid*>(v.constData())->isNull();
+    default:
+        return false;
+    }
+}
+
+int bindText(sqlite3_stmt* stmt, int at, const QString& text) {
+    return sqlite3_bind_text16(stmt, at, text.utf16(), int(text.size() * qsizetype(sizeof(QChar))),
+                               SQLITE_TRANSIENT);
+}
+
+// Binds `v` as a Qt statement on the file binds it, so a row holds the same types and values
+// whichever way it was written: whole numbers of up to 32 bits and yes/no as integers, 64-bit ones
+// as such, doubles as reals, bytes as a blob, a date and time as its ISO text, anything else as
+// its text (a float or a 16-bit number included, which the column's type then converts).
+int bind(sqlite3_stmt* stmt, int at, const QVariant& v) {
+    if (storedAsNull(v))
+        return sqlite3_bind_null(stmt, at);
+    switch (v.typeId()) {
+    case QMetaType::QByteArray: {
+        const auto* bytes = static_cast<const QByteArray*>(v.constData());
+        return sqlite3_bind_blob(stmt, at, bytes->constData(), int(bytes->size()),
+                                 SQLITE_TRANSIENT);
+    }
+    case QMetaType::Int:
+    case QMetaType::Bool:
+        return sqlite3_bind_int(stmt, at, v.toInt());
+    case QMetaType::Double:
+        return sqlite3_bind_double(stmt, at, v.toDouble());
+    case QMetaType::UInt:
+    case QMetaType::LongLong:
+        return sqlite3_bind_int64(stmt, at, v.toLongLong());
+    case QMetaType::QDateTime:
+        return bindText(stmt, at, v.toDateTime().toString(Qt::ISODateWithMs));
+    case QMetaType::QTime:
+        return bindText(stmt, at, v.toTime().toString(QStringLiteral("hh:mm:ss.zzz")));
+    default:
+        return bindText(stmt, at, v.toString());
+    }
+}
+
+// The store's text for a failure, worded as a failed Qt statement words it.
+QString failure(sqlite3* db, const char* doing) {
+    return QString::fromUtf8(sqlite3_errmsg(db)) + u' ' + QLatin1String(doing);
+}
+
+} // namespace
+
+struct RowWriter::File {
+    sqlite3* db = nullptr;
+    sqlite3_stmt* stmt = nullptr;
+    ~File() { sqlite3_finalize(stmt); }
+};
+
+RowWriter::RowWriter(const ConClass& con, const QString& table, const QStringList& columns)
+    : columns_(columns.size()) {
+    if (!con.db().isOpen())
+        throw Error(QStringLiteral("Operation is not allowed when the object is closed."));
+    QStringList marks;
+    for (qsizetype i = 0; i < columns.size(); ++i)
+        marks << QStringLiteral("?");
+    // The names as they are spelled, unquoted: the server folds them as it folds every statement.
+    const QString sql = QStringLiteral("insert into %1 (%2) values (%3)")
+                            .arg(table, columns.join(u','), marks.join(u','));
+    sqlite3* db = server::isServer(con.db()) ? nullptr : fileHandle(con.db());
+    if (!db) {
+        server_.emplace(con, sql);
+        return;
+    }
+    file_ = std::make_unique<File>();
+    file_->db = db;
+    const QByteArray text = sql.toUtf8();
+    if (sqlite3_prepare_v2(db, text.constData(), int(text.size()), &file_->stmt, nullptr) !=
+        SQLITE_OK)
+        throw Error(failure(db, "Unable to execute statement"));
+}
+
+RowWriter::~RowWriter() = default;
+
+void RowWriter::add(const QVariantList& values) {
+    Q_ASSERT(values.size() == columns_);
+    if (server_) {
+        server_->run(values);
+        return;
+    }
+    sqlite3_stmt* stmt = file_->stmt;
+    for (qsizetype i = 0; i < values.size(); ++i)
+        if (bind(stmt, int(i + 1), values[i]) != SQLITE_OK)
+            throw Error(failure(file_->db, "Unable to bind parameters"));
+    if (sqlite3_step(stmt) != SQLITE_DONE) {
+        const QString text = failure(file_->db, "Unable to fetch row");
+        sqlite3_reset(stmt);
+        throw Error(text);
+    }
+    sqlite3_reset(stmt);
+}
+
+} // namespace tw
