@@ -63,8 +63,6 @@ public:
         con.conopen();
         if (!con.isOpen())
             return 1;
-        const QStringList heading{"When (UTC)", "Who",     "Computer", "Table",  "Row",
-                                  "Action",     "Project", "Bill",     "Frozen", "Figures"};
         const auto line = [&](QStringList fields) {
             if (csv)
                 for (QString& f : fields)
@@ -74,12 +72,9 @@ public:
                     f.replace(u'\t', u' ').replace(u'\n', u' ');
             ctx.out << fields.join(csv ? u',' : u'\t') << (csv ? "\r\n" : "\n");
         };
-        line(heading);
+        line(tw::history::shownColumns);
         for (const tw::history::Entry& e : tw::history::read(con, filter))
-            line({e.when.toString(QStringLiteral("dd-MM-yyyy HH:mm:ss")),
-                  e.who.isEmpty() ? QStringLiteral("(another program)") : e.who, e.computer,
-                  e.table, QString::number(e.row), e.action, e.project, e.bill,
-                  e.frozen ? QStringLiteral("yes") : QString(), tw::history::figures(con, e)});
+            line(tw::history::shown(con, e));
         ctx.out.flush();
         return 0;
     }

@@ -169,6 +169,19 @@ std::vector<schema::Column> columns() {
             {QStringLiteral("tw_after"), T}};
 }
 
+std::vector<schema::Column> reportColumns() {
+    std::vector<schema::Column> out;
+    for (const char* name : {"tw_when", "tw_who", "tw_computer", "tw_table", "tw_row", "tw_action",
+                             "tw_project", "tw_bill", "tw_frozen", "tw_figures"})
+        out.push_back({QString::fromLatin1(name), QStringLiteral("TEXT")});
+    return out;
+}
+
+bool cameWithHistory(const QString& name) {
+    return name.compare(table, Qt::CaseInsensitive) == 0 ||
+           name.compare(reportTable, Qt::CaseInsensitive) == 0;
+}
+
 const QStringList& recordedTables() {
     static const QStringList names = [] {
         QStringList n;
@@ -250,8 +263,9 @@ void ensureLocal(QSqlDatabase db) {
             t.columns.push_back({cols.value(0).toString(), cols.value(1).toString()});
         schedules.push_back(t);
     }
-    if (!present.count(table))
-        run(db, schema::createStatement(table, columns()));
+    for (const auto& [name, made] : {std::pair{table, columns()}, {reportTable, reportColumns()}})
+        if (!present.count(name))
+            run(db, schema::createStatement(name, made));
     for (const auto& [name, sql] : localObjects(schedules))
         if (!present.count(name.toLower()))
             run(db, sql);
@@ -340,6 +354,19 @@ QString figures(const ConClass& con, const Entry& e) {
         }
     }
     return out.join(QStringLiteral("; "));
+}
+
+QStringList shown(const ConClass& con, const Entry& e) {
+    return {e.when.toString(QStringLiteral("dd-MM-yyyy HH:mm:ss")),
+            e.who.isEmpty() ? QStringLiteral("(another program)") : e.who,
+            e.computer,
+            e.table,
+            QString::number(e.row),
+            e.action,
+            e.project,
+            e.bill,
+            e.frozen ? QStringLiteral("yes") : QString(),
+            figures(con, e)};
 }
 
 FrozenChanges frozenChanges(const ConClass& con, const QString& project, const QString& bill) {

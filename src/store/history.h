@@ -21,6 +21,12 @@ namespace tw::history {
 // The table that holds the history, and its columns in order.
 inline const QString table = QStringLiteral("history");
 std::vector<schema::Column> columns();
+// The working table of the history's report, one line a change as shown() gives it.
+inline const QString reportTable = QStringLiteral("history_report");
+std::vector<schema::Column> reportColumns();
+// Whether `name` is one of the tables the history brought: books of an older format lack them
+// until they are upgraded.
+bool cameWithHistory(const QString& name);
 
 // The program's tables whose rows are recorded; the per-project schedule tables (Sch_<n>) are
 // recorded too.
@@ -58,6 +64,12 @@ std::vector<Entry> read(const ConClass& con, const Filter& filter = {});
 // each value that changed ("tw_netamt: 1500.25 -> 1499.75"); for a row added or removed, each
 // value it held that was not empty ("tw_recpt_num=R1"). Texts stand as they were typed.
 QString figures(const ConClass& con, const Entry& e);
+// A change as the history's listings show it, in the order of `shownColumns`: the time as
+// DD-MM-YYYY HH:MM:SS, who ("(another program)" for none), "yes" for a change to a frozen bill,
+// and the figures in words.
+inline const QStringList shownColumns{"When (UTC)", "Who",     "Computer", "Table",  "Row",
+                                      "Action",     "Project", "Bill",     "Frozen", "Figures"};
+QStringList shown(const ConClass& con, const Entry& e);
 
 // The lines of a frozen bill (measurements and deductions) changed since it was frozen, and
 // when the last of those changes was made.

@@ -255,6 +255,7 @@ std::vector<Table> makeTables() {
                                  {"tw_bill_label", T}})});
     t.push_back({"diameter", cols({{"tw_diameter", T}})});
     t.push_back({"rnfweights", cols({{"tw_Diameter", T}, {"tw_mt_wt", N}, {"tw_ft_wt", N}})});
+    t.push_back({history::reportTable, history::reportColumns()});
     // Last, so that a copy of the books carries it after every row it tells of.
     t.push_back({history::table, history::columns()});
     return t;
@@ -601,7 +602,7 @@ QString foreignObject(const sqlite::Handle& h, const std::vector<QStringList>& o
         }
     }
     for (const Table& t : tables())
-        if (!found.count(&t) && (version >= 3 || t.name != history::table))
+        if (!found.count(&t) && (version >= 3 || !history::cameWithHistory(t.name)))
             return QStringLiteral("it has no table %1").arg(t.name);
     return {};
 }

@@ -245,7 +245,7 @@ ServerState inspectServer(const QSqlDatabase& db) {
     if (state.version > currentVersion)
         throw Error(newerVersion(db.databaseName(), state.version));
     for (const Table& t : tables())
-        if (!found.count(&t) && (state.version >= 3 || t.name != history::table))
+        if (!found.count(&t) && (state.version >= 3 || !history::cameWithHistory(t.name)))
             throw Error(notOurs(db, QStringLiteral("it has no table %1").arg(t.name)));
     std::sort(state.projectTables.begin(), state.projectTables.end());
     return state;
@@ -308,11 +308,13 @@ void ensureServer(QSqlDatabase db) {
         if (!db.transaction())
             throw Error(server::lastError(db));
         try {
-            if (query(db, QStringLiteral("select to_regclass('history')"))
-                    .front()
-                    .front()
-                    .isEmpty())
-                run(db, serverCreateStatement(history::table, history::columns()));
+            for (const auto& [name, columns] : {std::pair{history::table, history::columns()},
+                                                {history::reportTable, history::reportColumns()}})
+                if (query(db, QStringLiteral("select to_regclass(?)"), {name})
+                        .front()
+                        .front()
+                        .isEmpty())
+                    run(db, serverCreateStatement(name, columns));
             history::ensureServer(db);
             run(db, QStringLiteral("comment on table contractmaster is '%1'")
                         .arg(versionMark.arg(currentVersion)));

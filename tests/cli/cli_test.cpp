@@ -409,6 +409,21 @@ TEST(Cli, PaymentAddChecksAsTheScreenAndListTotals) {
     EXPECT_EQ(run(history + QStringList{"--since", tomorrow, "--csv"}).out,
               "When (UTC),Who,Computer,Table,Row,Action,Project,Bill,Frozen,Figures\r\n");
     EXPECT_EQ(run(history + QStringList{"--until", "31-02-2024"}).code, 2);
+    // The history's report: the project's changes, or its bill's, with the command's figures.
+    const QString csv = dir.filePath("history.csv");
+    for (const auto& [bill, count] : {std::pair{"RA-1", 3}, {"", 5}}) {
+        QStringList args =
+            folder + QStringList{"report", "history", "--project", "Tower", "--out", csv};
+        if (*bill)
+            args << "--bill" << bill;
+        ASSERT_EQ(run(args).code, 0) << bill;
+        QFile file(csv);
+        ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+        const QStringList lines =
+            QString::fromUtf8(file.readAll()).split("\r\n", Qt::SkipEmptyParts);
+        ASSERT_EQ(lines.size(), count + 1) << bill;
+        EXPECT_TRUE(lines[1].endsWith(u',' + rows[1].split('\t')[9])) << lines[1].toStdString();
+    }
 }
 
 // schedule export writes its workbook whole and only then says so; never onto the books or

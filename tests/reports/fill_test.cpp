@@ -354,7 +354,7 @@ TEST_F(Fill, DemoSampleOpensEveryReport) {
             }
         }
     }
-    EXPECT_EQ(filled, 2 * 8 * 3);
+    EXPECT_EQ(filled, 2 * 9 * 3);
     EXPECT_TRUE(twtest::messages().shown.empty()) << twtest::messages().texts()[0].toStdString();
     // A database that holds projects is left alone.
     EXPECT_EQ(cli::run(args, o, e), 1);

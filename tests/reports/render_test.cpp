@@ -511,6 +511,14 @@ TEST_F(Screen, SaveAsPdfProposesProjectBillAndType) {
     ASSERT_TRUE(pdf.open(QIODevice::ReadOnly));
     EXPECT_TRUE(pdf.read(5).startsWith("%PDF"));
     EXPECT_EQ(reportFileName("A/B", "", "Contract / Schedule"), "A-B Contract - Schedule.pdf");
+    // A type that takes no bill runs for the whole project, whatever bill was picked before.
+    click("Cmdrepexit");
+    choose("History of Changes", "Hill View");
+    click("Command4");
+    ASSERT_TRUE(shown(screen->RptView));
+    const QString history = screen->RptView->document()->toPlainText();
+    EXPECT_TRUE(history.contains("added ContractMaster")) << history.toStdString();
+    EXPECT_FALSE(history.contains("Bill RA-1")) << history.toStdString();
 }
 
 // The rows a layout reads, for a spreadsheet: the working table's column names, then a line a

@@ -83,6 +83,10 @@ std::vector<ReportType> makeCatalogue() {
                          {BuildBillsRaisedForPeriod},
                          {P::FromDate, P::ToDate, P::Organisation}};
     raised.habits.clearsBill = true;
+
+    all.emplace_back(type("History of Changes", "history", "history_report", Context::Plain,
+                          {"History", {BuildHistoryReport}, {P::ProjectName, P::Organisation}}))
+        .habits.readyAtOnce = true;
     return all;
 }
 } // namespace

@@ -92,7 +92,7 @@ struct ReportType {
     }
 };
 
-// The ten types, in the order the report screen lists them.
+// The types, in the order the report screen lists them.
 const std::vector<ReportType>& catalogue();
 const ReportType* findByCaption(const QString& caption);
 const ReportType* findByCommand(const QString& command);
@@ -156,5 +156,6 @@ void AddServicePercentages(ReportRun& run, const ConClass& con, Messenger& messa
 void BuildFinalBill(ReportRun& run, const ConClass& con, Messenger& messages);
 void BuildReinforcementReport(ReportRun& run, const ConClass& con, Messenger& messages);
 void BuildScheduleReport(ReportRun& run, const ConClass& con, Messenger& messages);
+void BuildHistoryReport(ReportRun& run, const ConClass& con, Messenger& messages);
 
 } // namespace tw::reports

@@ -387,7 +387,9 @@ void Frm_Reports::GenerateReport() {
             f->setText(QStringLiteral("0"));
     Command4->setEnabled(false);
 
-    run.bill = CmbBillnum->currentText();
+    // The bill list keeps the last bill picked while it is hidden; a type that takes no bill
+    // runs for the whole project.
+    run.bill = t && !t->needsBill() ? QString() : CmbBillnum->currentText();
     run.ewp = txtEWP->text();
     run.wws = txtWWS->text();
     run.forPeriod = Option2->isChecked();
