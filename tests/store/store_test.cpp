@@ -483,7 +483,7 @@ TEST_F(StoreTest, EveryChangeIsRecordedWithItsWriterAndTheRecordStandsAsWritten)
     const qint64 id = db().insert(QStringLiteral("payment_rec"),
                                   {{QStringLiteral("tw_contract_num"), QStringLiteral("P-1")},
                                    {QStringLiteral("tw_bill_num"), QStringLiteral("1")},
-                                   {QStringLiteral("tw_recpt_num"), QStringLiteral("R\"1\\")},
+                                   {QStringLiteral("tw_recpt_num"), QStringLiteral("R'1\",\\")},
                                    {QStringLiteral("tw_netamt"), 1500.25}});
     auto e = latest();
     EXPECT_EQ(e.who, QStringLiteral("clerk1"));
@@ -495,7 +495,7 @@ TEST_F(StoreTest, EveryChangeIsRecordedWithItsWriterAndTheRecordStandsAsWritten)
     EXPECT_EQ(
         e.after,
         QStringLiteral(
-            "[\"P-1\",\"1\",\"R\\\"1\\\\\",null,1500.25,null,null,null,null,null,null,null]"));
+            "[\"P-1\",\"1\",\"R'1\\\",\\\\\",null,1500.25,null,null,null,null,null,null,null]"));
     EXPECT_LE(std::abs(e.when.secsTo(QDateTime::currentDateTimeUtc())), 60);
     // The sqlite3 shell writes without the program: recorded, with no user, values before and
     // after; an update that changes nothing is no change, one of case alone is.
@@ -527,11 +527,13 @@ TEST_F(StoreTest, EveryChangeIsRecordedWithItsWriterAndTheRecordStandsAsWritten)
               0);
     db().conopen();
     EXPECT_THROW(db().exec(QStringLiteral("delete from history")), tw::Error);
-    db().insert(QStringLiteral("Sch_1"), {{QStringLiteral("tw_sch_num"), QStringLiteral("A\n1")}});
+    db().insert(QStringLiteral("Sch_1"),
+                {{QStringLiteral("tw_sch_num"), QStringLiteral("A\n1")},
+                 {QStringLiteral("tw_item_rate"), QByteArray("\x00\xff", 2)}});
     e = latest();
     EXPECT_EQ(std::tuple(e.table, e.project, e.after),
               std::tuple(QStringLiteral("Sch_1"), QStringLiteral("P-9"),
-                         QStringLiteral("[\"A\\n1\",null]")));
+                         QStringLiteral("[\"A\\n1\",{\"hex\":\"00FF\"}]")));
     // Days are UTC days, both ends included.
     const QDate today = QDateTime::currentDateTimeUtc().date();
     for (const auto& [since, until, count] : {std::tuple{today, today, 3u},
