@@ -66,14 +66,34 @@ QString& userName() {
     return name;
 }
 
-// The three triggers of one recorded table. A row's values are kept in the table's column order,
-// not with their names, so the history of a large file is about its measurements' size again,
-// not twice it; each as SQL's quote() writes it (NULL, a number that reads back as the same
-// number, 'a text' with its quotes doubled, X'a blob'). The connections of the program trust no
-// function in a file's code that could harm, and the JSON functions are not marked harmless, so a
-// trigger calling them would refuse every write of the program; a JSON text built of SQL
-// expressions makes each write of a measurement line several times slower than quote() does.
-// read() gives them as JSON. A change that leaves every value as it was (case included) is no
+// A value as JSON text, built from SQLite's own innocuous functions: the connections of the
+// program trust no function in a file's code that could harm, and the JSON functions are not
+// marked harmless, so a trigger calling them would refuse every write of the program. A number
+// is written as SQLite prints it; a text has its quotes, backslashes and line ends escaped. What
+// a column of its type does not hold as such (a text in a number column, a blob, a text with
+// another control character) is kept whole as {"hex": its bytes}: the statements stay short,
+// and every connection parses them on opening the file.
+QString jsonValue(const QString& v, const QString& type) {
+    // Of the five types, integer, null and real sort together: a comparison, where a list after
+    // IN would be made into a table for every row the trigger records.
+    const QString plain =
+        QStringLiteral("typeof(%1) BETWEEN 'integer' AND 'real', ifnull(%1, 'null')").arg(v);
+    const QString hex = QStringLiteral("'{\"hex\":\"' || hex(%1) || '\"}'").arg(v);
+    static const QRegularExpression numeric(QStringLiteral("INT|REAL|FLOA|DOUB|NUM"),
+                                            QRegularExpression::CaseInsensitiveOption);
+    if (numeric.match(type).hasMatch())
+        return QStringLiteral("iif(%1, %2)").arg(plain, hex);
+    // Control characters 1 to 8, 11, 12 and 14 to 31, as GLOB ranges.
+    return QStringLiteral("iif(%1, iif(typeof(%2) = 'blob' OR %2 GLOB char(42, 91, 1, 45, 8, 11, "
+                          "12, 14, 45, 31, 93, 42), %3, '\"' || replace(replace(replace(replace("
+                          "replace(%2, '\\', '\\\\'), '\"', '\\\"'), char(10), '\\n'), "
+                          "char(13), '\\r'), char(9), '\\t') || '\"'))")
+        .arg(plain, v, hex);
+}
+
+// The three triggers of one recorded table. Values are kept as JSON arrays in the table's column
+// order, not objects with names: the history of a large file is then about its measurements'
+// size again, not twice it. A change that leaves every value as it was (case included) is no
 // change.
 std::map<QString, QString> tableTriggers(const QString& name,
                                          const std::vector<schema::Column>& columns) {
@@ -100,7 +120,7 @@ std::map<QString, QString> tableTriggers(const QString& name,
     auto values = [&](const QString& row) {
         QStringList v;
         for (const schema::Column& c : columns)
-            v << QStringLiteral("quote(%1)").arg(row + u'.' + quoted(c.name));
+            v << jsonValue(row + u'.' + quoted(c.name), c.type);
         return QStringLiteral("'[' || %1 || ']'").arg(v.join(QStringLiteral(" || ',' || ")));
     };
     QStringList differs;
@@ -253,49 +273,6 @@ void ensureLocal(QSqlDatabase db) {
             run(db, sql);
 }
 
-namespace {
-
-// A text as a JSON string, quotes and all.
-QString jsonString(const QString& text) {
-    const QByteArray one = QJsonDocument(QJsonArray{text}).toJson(QJsonDocument::Compact);
-    return QString::fromUtf8(one.mid(1, one.size() - 2));
-}
-
-// A row's values as the file's triggers keep them (quote()'s literals in brackets) as a JSON
-// array, a blob as {"hex": its bytes}; values a server wrote, or copied from one, are JSON
-// already.
-QString asJson(const QString& kept) {
-    QJsonParseError error;
-    QJsonDocument::fromJson(kept.toUtf8(), &error);
-    if (kept.isEmpty() || error.error == QJsonParseError::NoError)
-        return kept;
-    QStringList out;
-    const qsizetype end = kept.size() - 1; // the closing bracket
-    for (qsizetype i = 1; i < end; ++i) {  // each value, then the comma after it
-        const bool blob = kept[i] == u'X' && i + 1 < end && kept[i + 1] == u'\'';
-        if (blob || kept[i] == u'\'') {
-            QString text;
-            for (i += blob ? 2 : 1; i < end; ++i) {
-                if (kept[i] == u'\'' && !(i + 1 < end && kept[i + 1] == u'\'')) {
-                    ++i;
-                    break;
-                }
-                text += kept[i];
-                i += kept[i] == u'\'' ? 1 : 0;
-            }
-            out << (blob ? QStringLiteral("{\"hex\":\"%1\"}").arg(text) : jsonString(text));
-        } else {
-            const qsizetype comma = kept.indexOf(u',', i);
-            const QString token = kept.mid(i, (comma < 0 ? end : comma) - i);
-            out << (token == QLatin1String("NULL") ? QStringLiteral("null") : token);
-            i += token.size();
-        }
-    }
-    return u'[' + out.join(u',') + u']';
-}
-
-} // namespace
-
 std::vector<Entry> read(const ConClass& con, const Filter& filter) {
     QStringList where;
     QVariantList params;
@@ -331,8 +308,8 @@ std::vector<Entry> read(const ConClass& con, const Filter& filter) {
         e.project = r.text(QStringLiteral("tw_project"));
         e.bill = r.text(QStringLiteral("tw_bill"));
         e.frozen = r.value(QStringLiteral("tw_frozen")).toInt() != 0;
-        e.before = asJson(r.text(QStringLiteral("tw_before")));
-        e.after = asJson(r.text(QStringLiteral("tw_after")));
+        e.before = r.text(QStringLiteral("tw_before"));
+        e.after = r.text(QStringLiteral("tw_after"));
         out.push_back(std::move(e));
     }
     std::sort(out.begin(), out.end(), [](const Entry& a, const Entry& b) { return a.id > b.id; });
