@@ -244,6 +244,11 @@ TEST_F(CliServer, BooksMoveToAServerAndBackUnchanged) {
         ASSERT_TRUE(con.isOpen());
         EXPECT_EQ(con.insert("ContractMaster", {{"tw_contract_num", "Y"}}), 4);
         con.remove("ContractMaster", 4);
+        // The server knows the copied rows when it plans its first reads of them.
+        EXPECT_EQ(con.first("select count(*) from pg_stat_user_tables where relname = "
+                            "'billmaster' and last_analyze is not null")
+                      ->text(0),
+                  QStringLiteral("1"));
     }
     for (const auto& [folder, from, to, says] :
          {std::tuple{one.path(), QStringLiteral("local"), urlOf(server), server.shown()},
