@@ -429,6 +429,10 @@ protected:
             twtest::pick(screen->CmbBillnum, bill);
     }
     bool shown(QWidget* w) const { return w->isVisibleTo(screen.get()); }
+    void generate() {
+        click("Command4");
+        EXPECT_TRUE(twtest::waitUntil([&] { return !screen->running(); }));
+    }
 };
 
 } // namespace
@@ -467,7 +471,7 @@ TEST_F(Screen, EachTypeAsksForWhatItNeeds) {
 // The checks before a report warn and go on: the report is made from what the last choice left.
 TEST_F(Screen, MissingChoicesWarnAndTheReportIsMadeAnyway) {
     choose("Contract / Schedule", "Hill View");
-    click("Command4");
+    generate();
     EXPECT_EQ(twtest::messages().texts(), std::vector<QString>{});
     ASSERT_TRUE(shown(screen->RptView));
     click("Cmdrepexit");
@@ -476,7 +480,7 @@ TEST_F(Screen, MissingChoicesWarnAndTheReportIsMadeAnyway) {
     EXPECT_EQ(screen->TypeofReport->currentIndex(), 0);
 
     choose("Contract / Schedule");
-    click("Command4");
+    generate();
     EXPECT_EQ(twtest::messages().texts(), std::vector<QString>{"Select Contract Name"});
     ASSERT_TRUE(shown(screen->RptView));
     EXPECT_TRUE(screen->RptView->document()->toPlainText().contains("Brick work"));
@@ -486,7 +490,7 @@ TEST_F(Screen, MissingChoicesWarnAndTheReportIsMadeAnyway) {
     choose("Detailed Estimate", "Hill View", "RA-1");
     twtest::pick(screen->CmbdetCnum, "Hill View");
     twtest::messages().clear();
-    click("Command4");
+    generate();
     const auto texts = twtest::messages().texts();
     ASSERT_FALSE(texts.empty());
     EXPECT_EQ(texts.front(), "Select Bill Number");
@@ -496,7 +500,7 @@ TEST_F(Screen, MissingChoicesWarnAndTheReportIsMadeAnyway) {
 
 TEST_F(Screen, SaveAsPdfProposesProjectBillAndType) {
     choose("Detailed Estimate", "Hill View", "RA-1");
-    click("Command4");
+    generate();
     ASSERT_TRUE(shown(screen->RptView));
     const QString file = QDir(folder()).filePath("saved.pdf");
     QString proposed;

@@ -6,6 +6,7 @@
 #include "render/render.h"
 
 #include <QApplication>
+#include <QCoreApplication>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QKeyEvent>
@@ -51,6 +52,8 @@ Frm_Reports::Frm_Reports(QWidget* parent) : ui::Screen(parent) {
     CmbBillnum = named(new QComboBox(Frame5), "CmbBillnum");
     CmbBillnum->setMinimumContentsLength(14);
     Command4 = named(new QPushButton(tr("Generate"), Frame5), "Command4");
+    prgRun = named(new QProgressBar(Frame5), "prgRun");
+    cmdCancel = named(new QPushButton(tr("Cancel"), Frame5), "cmdCancel");
 
     Frame10 = named(new QGroupBox(tr("Percentages of Electrical && Plumbing"), this), "Frame10");
     txtEWP = named(new QLineEdit(Frame10), "txtEWP");
@@ -110,6 +113,10 @@ Frm_Reports::Frm_Reports(QWidget* parent) : ui::Screen(parent) {
     choose->addWidget(Label46, 2, 0);
     choose->addWidget(CmbBillnum, 2, 1);
     choose->addWidget(Command4, 3, 1, Qt::AlignRight);
+    auto* running = new QHBoxLayout;
+    running->addWidget(prgRun, 1);
+    running->addWidget(cmdCancel);
+    choose->addLayout(running, 4, 0, 1, 2);
     choose->setColumnStretch(1, 1);
     auto* frame5 = new QHBoxLayout(Frame5);
     frame5->addWidget(Picture5);
@@ -186,6 +193,7 @@ Frm_Reports::Frm_Reports(QWidget* parent) : ui::Screen(parent) {
     connect(Option2, &QRadioButton::clicked, this, ui::guarded([this] { Option2_clicked(); }));
     connect(Command15, &QPushButton::clicked, this, ui::guarded([this] { Command15_clicked(); }));
     connect(Command4, &QPushButton::clicked, this, ui::guarded([this] { Command4_clicked(); }));
+    connect(cmdCancel, &QPushButton::clicked, this, ui::guarded([this] { cmdCancel_clicked(); }));
     connect(Cmdrepexit, &QPushButton::clicked, this, ui::guarded([this] { Cmdrepexit_clicked(); }));
     connect(Command1, &QPushButton::clicked, this, ui::guarded([this] { Command1_clicked(); }));
     connect(txtdedDec, &QLineEdit::textEdited, this,
@@ -205,6 +213,8 @@ Frm_Reports::Frm_Reports(QWidget* parent) : ui::Screen(parent) {
     Frame14->hide();
     RptView->hide();
     Cmdrepexit->hide();
+    prgRun->hide();
+    cmdCancel->hide();
     Command4->setEnabled(false);
     Option1->setChecked(true);
     Fromdate->setEnabled(false);
@@ -217,6 +227,7 @@ Frm_Reports::Frm_Reports(QWidget* parent) : ui::Screen(parent) {
 }
 
 Frm_Reports::~Frm_Reports() {
+    dropRun();
     restoreCursor();
     con.conclose();
 }
@@ -357,9 +368,17 @@ void Frm_Reports::Command4_clicked() {
     GenerateReport();
 }
 
+void Frm_Reports::cmdCancel_clicked() {
+    // The run stops at its next step; what it wrote is rolled back when it ends.
+    if (thread_ && running_)
+        thread_->cancel();
+    cmdCancel->setEnabled(false);
+}
+
 void Frm_Reports::Command1_clicked() {
-    if (rows_)
-        tw::reports::ComputeNetAmounts(run, rows_->con(), ui::boxes());
+    if (rows_ && !running_)
+        thread_->call(
+            [this] { tw::reports::ComputeNetAmounts(run, rows_->con(), thread_->messages()); });
 }
 
 // Warns of a missing choice and no more: the report is made from what the last choice left.
@@ -373,6 +392,8 @@ void Frm_Reports::CheckSelections(const ReportType& t) {
 }
 
 void Frm_Reports::GenerateReport() {
+    if (running_)
+        return; // one run at a time
     ui::BusyCursor busy;
     if (CmbdetCnum->currentIndex() >= 0) {
         run.projectName = CmbdetCnum->currentText();
@@ -399,35 +420,101 @@ void Frm_Reports::GenerateReport() {
         Command4->setEnabled(true);
         TypeofReport->setFocus();
     } else {
-        // The run's rows are its own until the report is left: the viewer, printing and freezing
-        // read them there, whatever another run fills meanwhile.
-        rows_ = std::make_unique<tw::reports::RunTables>(*t, ui::boxes());
-        if (rows_->isOpen() && tw::reports::fill(*t, run, rows_->con(), ui::boxes())) {
-            if (t->runningBill)
-                Frame11->hide();
-            ReportShow(*t);
-        } else {
-            rows_.reset();
-            Command4->setEnabled(true);
-        }
+        startRun(*t);
     }
     CmbdetCnum->setCurrentIndex(-1);
     restoreCursor();
 }
 
-void Frm_Reports::ReportShow(const ReportType& t) {
-    // A layout that cannot be read leaves the screen choosing, Generate ready for another try.
-    try {
-        auto doc =
-            tw::reports::makeDocument(tw::reports::renderHtml(t, run, rows_->con()), &ui::boxes());
-        RptView->setReport(
-            std::move(doc),
-            reportFileName(run.projectName, t.needsBill() ? run.bill : QString(), t.caption));
-    } catch (...) {
-        rows_.reset();
+// What a run works on, apart from the window: a copy of the screen's members, given back when
+// the run ends, and the document it made.
+struct Frm_Reports::Job {
+    tw::reports::ReportRun run;
+    bool filled = false;
+    std::unique_ptr<QTextDocument> doc;
+};
+
+void Frm_Reports::startRun(const ReportType& t) {
+    dropRun();
+    thread_ = std::make_unique<RunThread>();
+    running_ = true;
+    const int steps = static_cast<int>(t.formOf(run).steps.size());
+    // The fill's steps, keeping its rows, and the document.
+    prgRun->setRange(0, steps + 2);
+    prgRun->setValue(0);
+    prgRun->show();
+    cmdCancel->setEnabled(true);
+    cmdCancel->show();
+
+    auto job = std::make_shared<Job>();
+    job->run = run;
+    RunThread* thread = thread_.get();
+    const auto reached = [this](int value) {
+        QMetaObject::invokeMethod(
+            this, [this, value] { prgRun->setValue(value); }, Qt::QueuedConnection);
+    };
+    thread->post(
+        [this, &t, job, thread, reached, steps] {
+            // The run's rows are its own until the report is left: the viewer, printing and
+            // freezing read them there, whatever another run fills meanwhile.
+            rows_ = std::make_unique<tw::reports::RunTables>(t, thread->messages());
+            if (!rows_->isOpen())
+                return;
+            job->filled =
+                tw::reports::fill(t, job->run, rows_->con(), thread->messages(), [&](int step) {
+                    reached(step);
+                    return !thread->cancelled();
+                });
+            if (!job->filled || thread->cancelled())
+                return;
+            job->doc = tw::reports::makeDocument(tw::reports::renderHtml(t, job->run, rows_->con()),
+                                                 &thread->messages());
+            job->doc->moveToThread(QCoreApplication::instance()->thread());
+            reached(steps + 2);
+        },
+        [this, &t, job](std::exception_ptr failure) {
+            ui::guard([&] { runEnded(t, *job, failure); });
+        });
+}
+
+void Frm_Reports::runEnded(const ReportType& t, Job& job, std::exception_ptr failure) {
+    running_ = false;
+    prgRun->hide();
+    cmdCancel->hide();
+    const bool cancelled = thread_->cancelled();
+    // The members as the fill left them, as when the fill ran on the window's thread.
+    run = job.run;
+    if (failure || cancelled || !job.doc) {
+        // A layout that cannot be read, a fill that failed or a run cancelled leave the screen
+        // choosing, Generate ready for another try.
+        dropRun();
         Command4->setEnabled(true);
-        throw;
+        if (failure)
+            std::rethrow_exception(failure);
+        return;
     }
+    if (t.runningBill)
+        Frame11->hide();
+    ReportShow(t, std::move(job.doc));
+}
+
+void Frm_Reports::dropRun() {
+    if (!thread_)
+        return;
+    // The rows go on the thread that made them, before it ends.
+    std::unique_ptr<RunThread> thread = std::move(thread_);
+    thread->cancel();
+    thread->post([this] { rows_.reset(); }, {});
+    thread.reset();
+    running_ = false;
+    prgRun->hide();
+    cmdCancel->hide();
+}
+
+void Frm_Reports::ReportShow(const ReportType& t, std::unique_ptr<QTextDocument> doc) {
+    RptView->setReport(
+        std::move(doc),
+        reportFileName(run.projectName, t.needsBill() ? run.bill : QString(), t.caption));
     Frame5->hide();
     Picture5->hide();
     RptView->show();
@@ -449,14 +536,16 @@ void Frm_Reports::Cmdrepexit_clicked() {
         ui::MsgBox(tr("Do you wish to freeze this bill? "), ui::YesNo | ui::DefaultButton2) ==
             ui::Answer::Yes) {
         run.bill = CmbBillnum->currentText();
-        tw::reports::FreezeBill(run, rows_->con());
+        thread_->call([this] { tw::reports::FreezeBill(run, rows_->con()); });
     }
-    rows_.reset();
+    dropRun();
     TypeofReport->setCurrentIndex(0);
     TypeofReport_activated();
     RptView->clear();
     RptView->hide();
     Cmdrepexit->hide();
+    prgRun->hide();
+    cmdCancel->hide();
     Command4->setEnabled(false);
     Frame5->show();
     Picture5->show();
