@@ -10,6 +10,7 @@
 #include <QTimer>
 
 #include <functional>
+#include <optional>
 
 namespace {
 
@@ -285,6 +286,44 @@ TEST_F(Deductions, ACommandLineWriteGoesThroughWhileAFillsBoxWaits) {
     EXPECT_EQ(written.first, 0);
     EXPECT_LT(written.second, 2500); // well within the store's busy timeout of 5 s
     EXPECT_EQ(db().keyed("billsraised", "tw_contract_num='OS-9'").size(), 1u);
+}
+
+// A long run leaves the window answering; its Cancel leaves the books as they were, byte for
+// byte, and the screen ready for the next run, whose writes the books do show.
+TEST_F(Deductions, TheWindowAnswersWhileAReportRunsAndCancelLeavesTheBooks) {
+    {
+        tw::Transaction tx(db());
+        for (int i = 0; i < 20000; ++i)
+            db().insert("BillMaster", {{"tw_contract_num", "HV-1"},
+                                       {"tw_bill_num", "RA-1"},
+                                       {"tw_sch_num", QString::number(i % 400)},
+                                       {"tw_cal_Area", i % 7},
+                                       {"tw_deduction", 0},
+                                       {"tw_quantity", 1}});
+        tx.commit();
+    }
+    const auto books = [] {
+        QFile file(tw::AppFolder::databasePath());
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    };
+    const QByteArray before = books();
+    auto& w = openBill();
+    click("Command4");
+    std::optional<bool> answeredWhileRunning;
+    QMetaObject::invokeMethod(
+        &w, [&] { answeredWhileRunning = w.running(); }, Qt::QueuedConnection);
+    EXPECT_TRUE(twtest::waitUntil([&] { return answeredWhileRunning.has_value(); }));
+    EXPECT_EQ(answeredWhileRunning, true);
+    QTest::mouseClick(w.cmdCancel, Qt::LeftButton);
+    EXPECT_TRUE(twtest::waitUntil([&] { return !w.running(); }));
+    EXPECT_TRUE(books() == before);
+    EXPECT_FALSE(w.RptView->isVisibleTo(&w));
+    EXPECT_FALSE(w.prgRun->isVisibleTo(&w));
+    EXPECT_TRUE(w.Command4->isEnabled());
+
+    generate();
+    EXPECT_TRUE(w.RptView->isVisibleTo(&w));
+    EXPECT_TRUE(books() != before);
 }
 
 // Leaving a generated open bill asks to freeze it: Enter answers No and leaves it open, Yes

@@ -33,6 +33,17 @@ double columnSum(const QTreeWidget* grid, int column) {
 }
 } // namespace
 
+// What a run works on, apart from the window: a copy of the screen's members, given back when
+// the run ends, and the document it made.
+struct Frm_Reports::Job {
+    tw::reports::ReportRun run;
+    // The run's rows are its own until the report is left: the viewer, printing and freezing
+    // read them there, whatever another run fills meanwhile. Made, used and let go on the
+    // run's thread.
+    std::unique_ptr<tw::reports::RunTables> rows;
+    std::unique_ptr<QTextDocument> doc;
+};
+
 Frm_Reports::Frm_Reports(QWidget* parent) : ui::Screen(parent) {
     setObjectName(QStringLiteral("Frm_Reports"));
     setWindowTitle(tr("Reports Form"));
@@ -376,9 +387,10 @@ void Frm_Reports::cmdCancel_clicked() {
 }
 
 void Frm_Reports::Command1_clicked() {
-    if (rows_ && !running_)
-        thread_->call(
-            [this] { tw::reports::ComputeNetAmounts(run, rows_->con(), thread_->messages()); });
+    if (job_ && job_->rows && !running_)
+        thread_->call([this] {
+            tw::reports::ComputeNetAmounts(run, job_->rows->con(), thread_->messages());
+        });
 }
 
 // Warns of a missing choice and no more: the report is made from what the last choice left.
@@ -426,58 +438,57 @@ void Frm_Reports::GenerateReport() {
     restoreCursor();
 }
 
-// What a run works on, apart from the window: a copy of the screen's members, given back when
-// the run ends, and the document it made.
-struct Frm_Reports::Job {
-    tw::reports::ReportRun run;
-    bool filled = false;
-    std::unique_ptr<QTextDocument> doc;
-};
-
 void Frm_Reports::startRun(const ReportType& t) {
     dropRun();
     thread_ = std::make_unique<RunThread>();
     running_ = true;
     const int steps = static_cast<int>(t.formOf(run).steps.size());
-    // The fill's steps, keeping its rows, and the document.
+    // Each step of the fill begun, keeping its rows, and the document made.
     prgRun->setRange(0, steps + 2);
     prgRun->setValue(0);
     prgRun->show();
     cmdCancel->setEnabled(true);
     cmdCancel->show();
 
-    auto job = std::make_shared<Job>();
+    auto job = job_ = std::make_shared<Job>();
     job->run = run;
     RunThread* thread = thread_.get();
     const auto reached = [this](int value) {
         QMetaObject::invokeMethod(
             this, [this, value] { prgRun->setValue(value); }, Qt::QueuedConnection);
     };
+    const auto render = [&t, job, thread] {
+        job->doc = tw::reports::makeDocument(tw::reports::renderHtml(t, job->run, job->rows->con()),
+                                             &thread->messages());
+        job->doc->moveToThread(QCoreApplication::instance()->thread());
+    };
     thread->post(
-        [this, &t, job, thread, reached, steps] {
-            // The run's rows are its own until the report is left: the viewer, printing and
-            // freezing read them there, whatever another run fills meanwhile.
-            rows_ = std::make_unique<tw::reports::RunTables>(t, thread->messages());
-            if (!rows_->isOpen())
+        [&t, job, thread, reached, render, steps] {
+            job->rows = std::make_unique<tw::reports::RunTables>(t, thread->messages());
+            if (!job->rows->isOpen())
                 return;
-            job->filled =
-                tw::reports::fill(t, job->run, rows_->con(), thread->messages(), [&](int step) {
-                    reached(step);
+            const bool filled =
+                tw::reports::fill(t, job->run, job->rows->con(), thread->messages(), [&](int step) {
+                    reached(step + 1);
+                    // A run that writes the books keeps its writes only once its document is
+                    // made, so that a Cancel until then undoes them.
+                    if (step == steps && t.writesFile && !thread->cancelled())
+                        render();
                     return !thread->cancelled();
                 });
-            if (!job->filled || thread->cancelled())
+            if (!filled || thread->cancelled()) {
+                job->rows.reset();
                 return;
-            job->doc = tw::reports::makeDocument(tw::reports::renderHtml(t, job->run, rows_->con()),
-                                                 &thread->messages());
-            job->doc->moveToThread(QCoreApplication::instance()->thread());
+            }
+            if (!job->doc)
+                render();
             reached(steps + 2);
         },
-        [this, &t, job](std::exception_ptr failure) {
-            ui::guard([&] { runEnded(t, *job, failure); });
-        });
+        [this, &t](std::exception_ptr failure) { ui::guard([&] { runEnded(t, failure); }); });
 }
 
-void Frm_Reports::runEnded(const ReportType& t, Job& job, std::exception_ptr failure) {
+void Frm_Reports::runEnded(const ReportType& t, std::exception_ptr failure) {
+    Job& job = *job_;
     running_ = false;
     prgRun->hide();
     cmdCancel->hide();
@@ -487,6 +498,7 @@ void Frm_Reports::runEnded(const ReportType& t, Job& job, std::exception_ptr fai
     if (failure || cancelled || !job.doc) {
         // A layout that cannot be read, a fill that failed or a run cancelled leave the screen
         // choosing, Generate ready for another try.
+        job.doc.reset();
         dropRun();
         Command4->setEnabled(true);
         if (failure)
@@ -504,7 +516,7 @@ void Frm_Reports::dropRun() {
     // The rows go on the thread that made them, before it ends.
     std::unique_ptr<RunThread> thread = std::move(thread_);
     thread->cancel();
-    thread->post([this] { rows_.reset(); }, {});
+    thread->post([job = std::move(job_)] { job->rows.reset(); }, {});
     thread.reset();
     running_ = false;
     prgRun->hide();
@@ -532,11 +544,11 @@ void Frm_Reports::ReportShow(const ReportType& t, std::unique_ptr<QTextDocument>
 void Frm_Reports::Cmdrepexit_clicked() {
     // A bill once frozen is reprinted as it stands and never asked about again. Freezing cannot
     // be undone, so Enter answers No. What is frozen is what the viewer showed: the run's rows.
-    if (rows_ && entry().runningBill && !run.frozen_flag &&
+    if (job_ && job_->rows && entry().runningBill && !run.frozen_flag &&
         ui::MsgBox(tr("Do you wish to freeze this bill? "), ui::YesNo | ui::DefaultButton2) ==
             ui::Answer::Yes) {
         run.bill = CmbBillnum->currentText();
-        thread_->call([this] { tw::reports::FreezeBill(run, rows_->con()); });
+        thread_->call([this] { tw::reports::FreezeBill(run, job_->rows->con()); });
     }
     dropRun();
     TypeofReport->setCurrentIndex(0);

@@ -110,7 +110,7 @@ private:
     // Fills and renders the report on a thread of its own; the screen shows it when done.
     void startRun(const tw::reports::ReportType& type);
     struct Job;
-    void runEnded(const tw::reports::ReportType& type, Job& job, std::exception_ptr failure);
+    void runEnded(const tw::reports::ReportType& type, std::exception_ptr failure);
     // Lets the run's rows and thread go.
     void dropRun();
 
@@ -118,10 +118,9 @@ private:
     void restoreCursor();
 
     tw::reports::ReportRun run;
-    // The thread of the report generated and its rows (made, used and let go on it), kept
-    // until the report is left.
+    // The thread of the report generated and its run, kept until the report is left.
     std::unique_ptr<RunThread> thread_;
-    std::unique_ptr<tw::reports::RunTables> rows_;
+    std::shared_ptr<Job> job_;
     bool running_ = false;
     // The row of LstVwDd last clicked, counted from 1; 0 when none.
     qint16 selected_row = 0;
