@@ -4,6 +4,7 @@
 #include "core/reports/running_bill.h"
 #include "render/paged.h"
 #include "render/render.h"
+#include "screens/reports/page_recorder.h"
 
 #include <QApplication>
 #include <QCoreApplication>
@@ -42,6 +43,7 @@ struct Frm_Reports::Job {
     // run's thread.
     std::unique_ptr<tw::reports::RunTables> rows;
     std::unique_ptr<QTextDocument> doc;
+    bool pages = false; // every page made
 };
 
 Frm_Reports::Frm_Reports(QWidget* parent) : ui::Screen(parent) {
@@ -63,8 +65,8 @@ Frm_Reports::Frm_Reports(QWidget* parent) : ui::Screen(parent) {
     CmbBillnum = named(new QComboBox(Frame5), "CmbBillnum");
     CmbBillnum->setMinimumContentsLength(14);
     Command4 = named(new QPushButton(tr("Generate"), Frame5), "Command4");
-    prgRun = named(new QProgressBar(Frame5), "prgRun");
-    cmdCancel = named(new QPushButton(tr("Cancel"), Frame5), "cmdCancel");
+    prgRun = named(new QProgressBar(this), "prgRun");
+    cmdCancel = named(new QPushButton(tr("Cancel"), this), "cmdCancel");
 
     Frame10 = named(new QGroupBox(tr("Percentages of Electrical && Plumbing"), this), "Frame10");
     txtEWP = named(new QLineEdit(Frame10), "txtEWP");
@@ -124,10 +126,6 @@ Frm_Reports::Frm_Reports(QWidget* parent) : ui::Screen(parent) {
     choose->addWidget(Label46, 2, 0);
     choose->addWidget(CmbBillnum, 2, 1);
     choose->addWidget(Command4, 3, 1, Qt::AlignRight);
-    auto* running = new QHBoxLayout;
-    running->addWidget(prgRun, 1);
-    running->addWidget(cmdCancel);
-    choose->addLayout(running, 4, 0, 1, 2);
     choose->setColumnStretch(1, 1);
     auto* frame5 = new QHBoxLayout(Frame5);
     frame5->addWidget(Picture5);
@@ -173,6 +171,8 @@ Frm_Reports::Frm_Reports(QWidget* parent) : ui::Screen(parent) {
     LstVwDd->setMinimumHeight(fontMetrics().height() * 6);
 
     auto* exitRow = new QHBoxLayout;
+    exitRow->addWidget(prgRun, 1);
+    exitRow->addWidget(cmdCancel);
     exitRow->addStretch();
     exitRow->addWidget(Command1);
     exitRow->addWidget(Cmdrepexit);
@@ -457,10 +457,33 @@ void Frm_Reports::startRun(const ReportType& t) {
         QMetaObject::invokeMethod(
             this, [this, value] { prgRun->setValue(value); }, Qt::QueuedConnection);
     };
-    const auto render = [&t, job, thread] {
+    // The document, then its pages, each shown as soon as it is made.
+    const auto render = [this, &t, job, thread] {
         job->doc = tw::reports::makeDocument(tw::reports::renderHtml(t, job->run, job->rows->con()),
                                              &thread->messages());
+        const bool landscape = tw::reports::isLandscape(*job->doc);
+        bool first = true;
+        const bool whole = recordPages(*job->doc, landscape, [&](QPicture page) {
+            QMetaObject::invokeMethod(
+                this,
+                [this, &t, job, page, landscape, first = std::exchange(first, false)] {
+                    if (job != job_)
+                        return; // a page of a run let go
+                    if (first) {
+                        ReportShow(t, landscape);
+                        prgRun->setRange(0, 0); // pages until the last: how many is not known
+                    }
+                    RptView->addPage(page);
+                },
+                Qt::QueuedConnection);
+            return !thread->cancelled();
+        });
+        if (!whole) {
+            job->doc.reset();
+            return;
+        }
         job->doc->moveToThread(QCoreApplication::instance()->thread());
+        job->pages = true;
     };
     thread->post(
         [&t, job, thread, reached, render, steps] {
@@ -480,14 +503,14 @@ void Frm_Reports::startRun(const ReportType& t) {
                 job->rows.reset();
                 return;
             }
-            if (!job->doc)
+            if (!job->pages)
                 render();
             reached(steps + 2);
         },
-        [this, &t](std::exception_ptr failure) { ui::guard([&] { runEnded(t, failure); }); });
+        [this](std::exception_ptr failure) { ui::guard([&] { runEnded(failure); }); });
 }
 
-void Frm_Reports::runEnded(const ReportType& t, std::exception_ptr failure) {
+void Frm_Reports::runEnded(std::exception_ptr failure) {
     Job& job = *job_;
     running_ = false;
     prgRun->hide();
@@ -495,19 +518,20 @@ void Frm_Reports::runEnded(const ReportType& t, std::exception_ptr failure) {
     const bool cancelled = thread_->cancelled();
     // The members as the fill left them, as when the fill ran on the window's thread.
     run = job.run;
-    if (failure || cancelled || !job.doc) {
+    if (failure || cancelled || !job.pages) {
         // A layout that cannot be read, a fill that failed or a run cancelled leave the screen
-        // choosing, Generate ready for another try.
+        // choosing, Generate ready for another try; pages already shown go.
         job.doc.reset();
         dropRun();
-        Command4->setEnabled(true);
+        if (RptView->isVisibleTo(this))
+            backToChoosing();
+        else
+            Command4->setEnabled(true);
         if (failure)
             std::rethrow_exception(failure);
         return;
     }
-    if (t.runningBill)
-        Frame11->hide();
-    ReportShow(t, std::move(job.doc));
+    RptView->finishReport(std::move(job.doc));
 }
 
 void Frm_Reports::dropRun() {
@@ -523,10 +547,12 @@ void Frm_Reports::dropRun() {
     cmdCancel->hide();
 }
 
-void Frm_Reports::ReportShow(const ReportType& t, std::unique_ptr<QTextDocument> doc) {
-    RptView->setReport(
-        std::move(doc),
-        reportFileName(run.projectName, t.needsBill() ? run.bill : QString(), t.caption));
+void Frm_Reports::ReportShow(const ReportType& t, bool landscape) {
+    if (t.runningBill)
+        Frame11->hide();
+    RptView->startReport(
+        reportFileName(run.projectName, t.needsBill() ? run.bill : QString(), t.caption),
+        landscape);
     Frame5->hide();
     Picture5->hide();
     RptView->show();
@@ -542,6 +568,8 @@ void Frm_Reports::ReportShow(const ReportType& t, std::unique_ptr<QTextDocument>
 }
 
 void Frm_Reports::Cmdrepexit_clicked() {
+    if (running_)
+        dropRun(); // pages still to come: the run stops, and its writes go with it
     // A bill once frozen is reprinted as it stands and never asked about again. Freezing cannot
     // be undone, so Enter answers No. What is frozen is what the viewer showed: the run's rows.
     if (job_ && job_->rows && entry().runningBill && !run.frozen_flag &&
@@ -551,13 +579,15 @@ void Frm_Reports::Cmdrepexit_clicked() {
         thread_->call([this] { tw::reports::FreezeBill(run, job_->rows->con()); });
     }
     dropRun();
+    backToChoosing();
+}
+
+void Frm_Reports::backToChoosing() {
     TypeofReport->setCurrentIndex(0);
     TypeofReport_activated();
     RptView->clear();
     RptView->hide();
     Cmdrepexit->hide();
-    prgRun->hide();
-    cmdCancel->hide();
     Command4->setEnabled(false);
     Frame5->show();
     Picture5->show();

@@ -93,7 +93,8 @@ public:
     // steel for the reinforcement report.
     void FillBillNumbers(const QString& table);
     void GenerateReport();
-    void ReportShow(const tw::reports::ReportType& type, std::unique_ptr<QTextDocument> doc);
+    // The viewer in place of the choices, for the pages to come.
+    void ReportShow(const tw::reports::ReportType& type, bool landscape);
     // A report is being generated: its rows filled and its document made, off the window.
     bool running() const { return running_; }
     // The picked bill of an abstract bill: its deductions, and whether it is frozen.
@@ -110,9 +111,11 @@ private:
     // Fills and renders the report on a thread of its own; the screen shows it when done.
     void startRun(const tw::reports::ReportType& type);
     struct Job;
-    void runEnded(const tw::reports::ReportType& type, std::exception_ptr failure);
+    void runEnded(std::exception_ptr failure);
     // Lets the run's rows and thread go.
     void dropRun();
+    // The viewer let go and the choices shown, as the screen opened.
+    void backToChoosing();
 
     // Takes the hourglass off, if a save of the deductions left it on.
     void restoreCursor();
