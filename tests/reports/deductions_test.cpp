@@ -314,6 +314,9 @@ TEST_F(Deductions, TheWindowAnswersWhileAReportRunsAndCancelLeavesTheBooks) {
         &w, [&] { answeredWhileRunning = w.running(); }, Qt::QueuedConnection);
     EXPECT_TRUE(twtest::waitUntil([&] { return answeredWhileRunning.has_value(); }));
     EXPECT_EQ(answeredWhileRunning, true);
+    messages().clear();
+    w.GenerateReport(); // a second run while the first is under way starts nothing
+    EXPECT_EQ(messages().texts(), Texts{});
     QTest::mouseClick(w.cmdCancel, Qt::LeftButton);
     EXPECT_TRUE(twtest::waitUntil([&] { return !w.running(); }));
     EXPECT_TRUE(books() == before);
