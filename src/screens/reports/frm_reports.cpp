@@ -459,25 +459,28 @@ void Frm_Reports::startRun(const ReportType& t) {
     };
     // The document, then its pages, each shown as soon as it is made.
     const auto render = [this, &t, job, thread] {
-        job->doc = tw::reports::makeDocument(tw::reports::renderHtml(t, job->run, job->rows->con()),
-                                             &thread->messages());
+        const QString html = tw::reports::renderHtml(t, job->run, job->rows->con());
+        if (thread->cancelled())
+            return;
+        job->doc = tw::reports::makeDocument(html, &thread->messages());
         const bool landscape = tw::reports::isLandscape(*job->doc);
         bool first = true;
-        const bool whole = recordPages(*job->doc, landscape, [&](QPicture page) {
-            QMetaObject::invokeMethod(
-                this,
-                [this, &t, job, page, landscape, first = std::exchange(first, false)] {
-                    if (job != job_)
-                        return; // a page of a run let go
-                    if (first) {
-                        ReportShow(t, landscape);
-                        prgRun->setRange(0, 0); // pages until the last: how many is not known
-                    }
-                    RptView->addPage(page);
-                },
-                Qt::QueuedConnection);
-            return !thread->cancelled();
-        });
+        const bool whole =
+            !thread->cancelled() && recordPages(*job->doc, landscape, [&](QPicture page) {
+                QMetaObject::invokeMethod(
+                    this,
+                    [this, &t, job, page, landscape, first = std::exchange(first, false)] {
+                        if (job != job_)
+                            return; // a page of a run let go
+                        if (first) {
+                            ReportShow(t, landscape);
+                            prgRun->setRange(0, 0); // pages until the last: how many is not known
+                        }
+                        RptView->addPage(page);
+                    },
+                    Qt::QueuedConnection);
+                return !thread->cancelled();
+            });
         if (!whole) {
             job->doc.reset();
             return;
