@@ -379,9 +379,8 @@ TEST(Paging, TheViewerShowsThePagesOfTheSavedPdf) {
         view.show();
         view.setReport(makeDocument(html), "x.pdf");
         const QString path = QDir::temp().filePath("tw-pages.pdf");
-        EXPECT_EQ(view.preview->pageCount(), writePdf(*makeDocument(html), path)) << across;
-        EXPECT_EQ(view.preview->orientation(),
-                  across ? QPageLayout::Landscape : QPageLayout::Portrait);
+        EXPECT_EQ(view.pageCount(), writePdf(*makeDocument(html), path)) << across;
+        EXPECT_EQ(view.orientation(), across ? QPageLayout::Landscape : QPageLayout::Portrait);
         QFile::remove(path);
     }
 }
@@ -429,6 +428,10 @@ protected:
             twtest::pick(screen->CmbBillnum, bill);
     }
     bool shown(QWidget* w) const { return w->isVisibleTo(screen.get()); }
+    void generate() {
+        click("Command4");
+        EXPECT_TRUE(twtest::waitUntil([&] { return !screen->running(); }));
+    }
 };
 
 } // namespace
@@ -467,7 +470,7 @@ TEST_F(Screen, EachTypeAsksForWhatItNeeds) {
 // The checks before a report warn and go on: the report is made from what the last choice left.
 TEST_F(Screen, MissingChoicesWarnAndTheReportIsMadeAnyway) {
     choose("Contract / Schedule", "Hill View");
-    click("Command4");
+    generate();
     EXPECT_EQ(twtest::messages().texts(), std::vector<QString>{});
     ASSERT_TRUE(shown(screen->RptView));
     click("Cmdrepexit");
@@ -476,7 +479,7 @@ TEST_F(Screen, MissingChoicesWarnAndTheReportIsMadeAnyway) {
     EXPECT_EQ(screen->TypeofReport->currentIndex(), 0);
 
     choose("Contract / Schedule");
-    click("Command4");
+    generate();
     EXPECT_EQ(twtest::messages().texts(), std::vector<QString>{"Select Contract Name"});
     ASSERT_TRUE(shown(screen->RptView));
     EXPECT_TRUE(screen->RptView->document()->toPlainText().contains("Brick work"));
@@ -486,7 +489,7 @@ TEST_F(Screen, MissingChoicesWarnAndTheReportIsMadeAnyway) {
     choose("Detailed Estimate", "Hill View", "RA-1");
     twtest::pick(screen->CmbdetCnum, "Hill View");
     twtest::messages().clear();
-    click("Command4");
+    generate();
     const auto texts = twtest::messages().texts();
     ASSERT_FALSE(texts.empty());
     EXPECT_EQ(texts.front(), "Select Bill Number");
@@ -494,9 +497,49 @@ TEST_F(Screen, MissingChoicesWarnAndTheReportIsMadeAnyway) {
     EXPECT_GT(texts.size(), 1u);
 }
 
+// The first page shows while the rest are made; Cancel then leaves the screen choosing again.
+TEST_F(Screen, TheFirstPageShowsWhileTheRestAreMade) {
+    {
+        tw::Transaction tx(db());
+        for (int i = 0; i < 3000; ++i)
+            db().insert("BillMaster", {{"tw_contract_num", "HV-1"},
+                                       {"tw_bill_num", "RA-1"},
+                                       {"tw_sch_num", "1.1"},
+                                       {"tw_item_narration", QString("Wall %1").arg(i)},
+                                       {"tw_dim1", 3},
+                                       {"tw_dim2", 3},
+                                       {"tw_cal_Area", 9},
+                                       {"tw_Shape", "rectangle_area"},
+                                       {"tw_deduction", 0},
+                                       {"tw_quantity", 1}});
+        tx.commit();
+    }
+    RptView* view = screen->RptView;
+    const auto firstPage = [&] {
+        choose("Detailed Estimate", "Hill View", "RA-1");
+        click("Command4");
+        EXPECT_TRUE(twtest::waitUntil([&] { return view->pageCount() > 0 || !screen->running(); }));
+    };
+    firstPage();
+    EXPECT_TRUE(screen->running());
+    EXPECT_TRUE(shown(view));
+    EXPECT_FALSE(view->cmdSavePdf->isEnabled());
+    EXPECT_TRUE(twtest::waitUntil([&] { return !screen->running(); }));
+    EXPECT_GT(view->pageCount(), 20);
+    EXPECT_TRUE(view->cmdSavePdf->isEnabled());
+    click("Cmdrepexit");
+
+    firstPage();
+    QTest::mouseClick(screen->cmdCancel, Qt::LeftButton);
+    EXPECT_TRUE(twtest::waitUntil([&] { return !screen->running(); }));
+    EXPECT_FALSE(shown(view));
+    EXPECT_TRUE(shown(screen->Frame5));
+    EXPECT_EQ(view->pageCount(), 0);
+}
+
 TEST_F(Screen, SaveAsPdfProposesProjectBillAndType) {
     choose("Detailed Estimate", "Hill View", "RA-1");
-    click("Command4");
+    generate();
     ASSERT_TRUE(shown(screen->RptView));
     const QString file = QDir(folder()).filePath("saved.pdf");
     QString proposed;

@@ -72,7 +72,8 @@ private:
 };
 } // namespace
 
-bool fill(const ReportType& type, ReportRun& run, const ConClass& con, Messenger& messages) {
+bool fill(const ReportType& type, ReportRun& run, const ConClass& con, Messenger& messages,
+          const GoOn& goOn) {
     if (run.ewp.isEmpty())
         run.ewp = QStringLiteral("0");
     if (run.wws.isEmpty())
@@ -88,8 +89,13 @@ bool fill(const ReportType& type, ReportRun& run, const ConClass& con, Messenger
             // wrote, and waits for a freeze of it to end.
             if (type.writesFile)
                 holdFor(con, billKey(run));
-            for (FillStep step : type.formOf(run).steps)
-                step(run, con, held);
+            const auto& steps = type.formOf(run).steps;
+            for (size_t i = 0; i <= steps.size(); ++i) {
+                if (goOn && !goOn(static_cast<int>(i)))
+                    return false; // the transaction's end rolls back, the held messages go
+                if (i < steps.size())
+                    steps[i](run, con, held);
+            }
         } catch (const Error&) {
             // A run that stops midway leaves what it wrote.
             tx.commit();
