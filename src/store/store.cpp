@@ -18,6 +18,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <utility>
 
 #include <fcntl.h>
 #include <sodium.h>
@@ -112,6 +113,18 @@ const QString& defaultTitle() {
 
 Answer Messenger::say(const QString& text, int flags, const QString& title) {
     return show({text, flags, title.isEmpty() ? defaultTitle() : title});
+}
+
+void HeldMessages::release() {
+    for (const Message& m : std::exchange(held_, {}))
+        to_.say(m.text, m.flags, m.title);
+}
+
+Answer HeldMessages::show(const Message& m) {
+    if (buttonsOf(m.flags) != Ok)
+        throw Error(QStringLiteral("A report run cannot ask \"%1\" while it fills.").arg(m.text));
+    held_.push_back(m);
+    return Answer::Ok;
 }
 
 Answer ConsoleMessenger::show(const Message& m) {

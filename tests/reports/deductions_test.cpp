@@ -3,7 +3,9 @@
 #include "support/fixtures.h"
 
 #include <QApplication>
+#include <QDir>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QMessageBox>
 #include <QProcess>
 #include <QTest>
@@ -286,6 +288,33 @@ TEST_F(Deductions, ACommandLineWriteGoesThroughWhileAFillsBoxWaits) {
     EXPECT_EQ(written.first, 0);
     EXPECT_LT(written.second, 2500); // well within the store's busy timeout of 5 s
     EXPECT_EQ(db().keyed("billsraised", "tw_contract_num='OS-9'").size(), 1u);
+}
+
+// A bill's report keeps its writes until its pages are made; what its layout leaves out is told
+// after that, so the box holds no lock either.
+TEST_F(Deductions, ALayoutsWarningWaitsForTheBooksToBeWritten) {
+    otherSite();
+    // The shipped layouts in the folder's own, the abstract bill's with a picture from outside.
+    const QDir shipped(tw::AppFolder::resource("layouts"));
+    const QDir own(QDir(folder()).filePath("layouts"));
+    ASSERT_TRUE(own.mkpath("."));
+    for (const QString& name : shipped.entryList({"*.html"}, QDir::Files)) {
+        QFile from(shipped.filePath(name)), to(own.filePath(name));
+        ASSERT_TRUE(from.open(QIODevice::ReadOnly) && to.open(QIODevice::WriteOnly));
+        if (name == "Abstract_Report.html")
+            to.write("<img src=\"/etc/hostname\">");
+        to.write(from.readAll());
+    }
+    openBill();
+    std::pair<int, qint64> written{-1, 0};
+    const QStringList shown =
+        enterOnRealBoxes([&] { generate(); }, [&] { written = otherSiteBill(); });
+    ASSERT_EQ(shown.size(), 1);
+    EXPECT_TRUE(shown.front().contains("Left out of the report: /etc/hostname"))
+        << shown.front().toStdString();
+    EXPECT_EQ(written.first, 0);
+    EXPECT_LT(written.second, 2500);
+    EXPECT_TRUE(screen->RptView->isVisibleTo(screen.get()));
 }
 
 // A long run leaves the window answering; its Cancel leaves the books as they were, byte for

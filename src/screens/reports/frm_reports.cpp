@@ -458,11 +458,11 @@ void Frm_Reports::startRun(const ReportType& t) {
             this, [this, value] { prgRun->setValue(value); }, Qt::QueuedConnection);
     };
     // The document, then its pages, each shown as soon as it is made.
-    const auto render = [this, &t, job, thread] {
+    const auto render = [this, &t, job, thread](tw::Messenger& says) {
         const QString html = tw::reports::renderHtml(t, job->run, job->rows->con());
         if (thread->cancelled())
             return;
-        job->doc = tw::reports::makeDocument(html, &thread->messages());
+        job->doc = tw::reports::makeDocument(html, &says);
         const bool landscape = tw::reports::isLandscape(*job->doc);
         bool first = true;
         const bool whole =
@@ -493,21 +493,24 @@ void Frm_Reports::startRun(const ReportType& t) {
             job->rows = std::make_unique<tw::reports::RunTables>(t, thread->messages());
             if (!job->rows->isOpen())
                 return;
+            // What the document tells while the books' writes are kept waiting is told after.
+            tw::HeldMessages whileWriting(thread->messages());
             const bool filled =
                 tw::reports::fill(t, job->run, job->rows->con(), thread->messages(), [&](int step) {
                     reached(step + 1);
                     // A run that writes the books keeps its writes only once its document is
                     // made, so that a Cancel until then undoes them.
                     if (step == steps && t.writesFile && !thread->cancelled())
-                        render();
+                        render(whileWriting);
                     return !thread->cancelled();
                 });
             if (!filled || thread->cancelled()) {
                 job->rows.reset();
                 return;
             }
+            whileWriting.release();
             if (!job->pages)
-                render();
+                render(thread->messages());
             reached(steps + 2);
         },
         [this](std::exception_ptr failure) { ui::guard([&] { runEnded(failure); }); });
