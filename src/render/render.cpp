@@ -225,58 +225,108 @@ void addEstimationLine(mu::data& o, const Row& r, bool feet, int line) {
     o["signed_qty_q"] = val(quantity(ded ? -qty : qty));
 }
 
-// The rows in runs of one group number, as the fill numbered them. Every line knows its item's
-// serial, whether it opens or closes its item, and the line that closes an item also carries
-// the net quantity of the item's lines, so a layout can print a long bill from `rows` alone.
-// `groups` (built only for a layout that names it) holds each item once: its first row's columns
-// (item number, description, unit, rate), its lines, its last row as `last` (where the net pass
-// leaves the item's figures), the sums of its rows as `total` and its net quantity.
-void addEstimation(mu::data& ctx, const Rows& rows, const Columns& c, bool feet, bool wantGroups) {
-    mu::data list{mu::data::type::list};
-    mu::data groups{mu::data::type::list};
-    double amount = 0, electrical = 0, plumbing = 0;
+// Each row's context in turn, made as the layout writes it.
+using RowSink = std::function<void(const mu::data&)>;
+using RowSource = std::function<void(const RowSink&)>;
+
+// A list of rows the layout's {{#rows}} section walks as it is written: each row's context is
+// made, written and let go. Held all at once they took some 9 KB a row, gigabytes on a bill of
+// 200,000 lines. A row looks up what it does not hold in the report's own context.
+mu::data rowsAsWritten(const Rows& rows, const mu::data& report, RowSource source) {
+    if (rows.empty())
+        return mu::data{mu::data::type::list};
+    return mu::data(mu::lambda2(
+        [&report, source = std::move(source)](const std::string& text, const mu::renderer&) {
+            // The section's text starts after its opening tag; a tag on a line of its own
+            // leaves no line behind, as in any other section.
+            const size_t start = text.starts_with("\r\n") ? 2 : text.starts_with('\n') ? 1 : 0;
+            mu::mustache section(text.substr(start));
+            std::string out;
+            source([&](const mu::data& row) {
+                mu::context<std::string> lookup(&report);
+                lookup.push(&row);
+                out += section.render(lookup);
+            });
+            // ... and the line its closing tag stands on ends the last row's line.
+            if (start > 0 && text.ends_with('\n') && out.ends_with('\n'))
+                out.resize(out.size() - (out.ends_with("\r\n") ? 2 : 1));
+            return out;
+        }));
+}
+
+// The rows in runs of one group number, as the fill numbered them: each item's first and
+// past-the-last row, its serial and the sums of its rows.
+void forEachItem(const Rows& rows, const Columns& c,
+                 const std::function<void(size_t, size_t, int, const Sums&)>& item) {
     int serial = 0;
     for (size_t begin = 0; begin < rows.size();) {
         const QVariant key = rows[begin].value(QStringLiteral("tw_recordkey"));
         size_t end = begin;
         while (end < rows.size() && rows[end].value(QStringLiteral("tw_recordkey")) == key)
             ++end;
-        ++serial;
         Sums sums(c);
         for (size_t i = begin; i < end; ++i)
             sums.add(rows[i]);
-        const double netQty = sums[QStringLiteral("ndamt")] - sums[QStringLiteral("Damt")];
-        mu::data lines{mu::data::type::list};
-        for (size_t i = begin; i < end; ++i) {
-            mu::data line = rowObject(rows[i], c);
-            addEstimationLine(line, rows[i], feet, int(i - begin + 1));
-            line["serial"] = mu::data(std::to_string(serial));
-            line["is_first"] = mu::data(i == begin);
-            line["is_last"] = mu::data(i + 1 == end);
-            if (i + 1 == end)
-                putFigure(line, "net_qty", netQty);
-            if (wantGroups)
-                lines.push_back(line);
-            list.push_back(line);
-        }
+        item(begin, end, ++serial, sums);
+        begin = end;
+    }
+}
+
+double netQuantity(const Sums& sums) {
+    return sums[QStringLiteral("ndamt")] - sums[QStringLiteral("Damt")];
+}
+
+// Every line of an item, as `rows` and a group's `rows` show it.
+void estimationLines(const Rows& rows, const Columns& c, bool feet, size_t begin, size_t end,
+                     int serial, const Sums& sums, const RowSink& sink) {
+    for (size_t i = begin; i < end; ++i) {
+        mu::data line = rowObject(rows[i], c);
+        addEstimationLine(line, rows[i], feet, int(i - begin + 1));
+        line["serial"] = mu::data(std::to_string(serial));
+        line["is_first"] = mu::data(i == begin);
+        line["is_last"] = mu::data(i + 1 == end);
+        if (i + 1 == end)
+            putFigure(line, "net_qty", netQuantity(sums));
+        sink(line);
+    }
+}
+
+// Every line knows its item's serial, whether it opens or closes its item, and the line that
+// closes an item also carries the net quantity of the item's lines, so a layout can print a long
+// bill from `rows` alone. `groups` (built only for a layout that names it) holds each item once:
+// its first row's columns (item number, description, unit, rate), its lines, its last row as
+// `last` (where the net pass leaves the item's figures), the sums of its rows as `total` and its
+// net quantity.
+void addEstimation(mu::data& ctx, const Rows& rows, const Columns& c, bool feet, bool wantGroups) {
+    mu::data groups{mu::data::type::list};
+    double amount = 0, electrical = 0, plumbing = 0;
+    int count = 0;
+    forEachItem(rows, c, [&](size_t begin, size_t end, int serial, const Sums& sums) {
         const Row& last = rows[end - 1];
         if (wantGroups) {
+            mu::data lines{mu::data::type::list};
+            estimationLines(rows, c, feet, begin, end, serial, sums,
+                            [&](const mu::data& line) { lines.push_back(line); });
             mu::data group = rowObject(rows[begin], c);
             group["serial"] = mu::data(std::to_string(serial));
             group["rows"] = std::move(lines);
             group["last"] = rowObject(last, c);
             group["total"] = sums.object();
-            putFigure(group, "net_qty", netQty);
+            putFigure(group, "net_qty", netQuantity(sums));
             groups.push_back(group);
         }
         amount += figure(last.value(QStringLiteral("net_amt")));
         electrical += figure(last.value(QStringLiteral("ewp_amt")));
         plumbing += figure(last.value(QStringLiteral("wws_amt")));
-        begin = end;
-    }
-    ctx["rows"] = std::move(list);
+        count = serial;
+    });
+    ctx["rows"] = rowsAsWritten(rows, ctx, [&rows, &c, feet](const RowSink& sink) {
+        forEachItem(rows, c, [&](size_t begin, size_t end, int serial, const Sums& sums) {
+            estimationLines(rows, c, feet, begin, end, serial, sums, sink);
+        });
+    });
     ctx["groups"] = std::move(groups);
-    ctx["item_count"] = mu::data(std::to_string(serial));
+    ctx["item_count"] = mu::data(std::to_string(count));
     // The items' own figures, from the last row of each group: the bottom lines of an abstract
     // estimate and a final bill.
     mu::data items;
@@ -291,31 +341,27 @@ void addEstimation(mu::data& ctx, const Rows& rows, const Columns& c, bool feet,
 
 // Each bar line with its length as entered and its weight (total length x weight per unit), and
 // the weight by diameter, thinnest bar first.
+double barWeight(const Row& r) {
+    return r.number(QStringLiteral("tw_total_length")) *
+           r.number(QStringLiteral("tw_weight_per_unit"));
+}
+
 void addReinforcement(mu::data& ctx, const Rows& rows, const Columns& c, bool feet) {
     struct Diameter {
         QString name;
         double bars = 0, length = 0, weight = 0;
     };
     std::vector<Diameter> byDiameter;
-    mu::data list{mu::data::type::list};
     double totalWeight = 0;
-    int serial = 0;
     for (const Row& r : rows) {
-        mu::data o = rowObject(r, c);
-        const double length = r.number(QStringLiteral("tw_total_length"));
-        const double weight = length * r.number(QStringLiteral("tw_weight_per_unit"));
-        o["serial"] = mu::data(std::to_string(++serial));
-        o["length"] = val(barLengthText(r.number(QStringLiteral("tw_length_ft")),
-                                        r.number(QStringLiteral("tw_length_inches")), feet));
-        putFigure(o, "weight", weight);
-        list.push_back(o);
+        const double weight = barWeight(r);
         const QString dia = r.text(QStringLiteral("tw_diameter"));
         auto it = std::find_if(byDiameter.begin(), byDiameter.end(),
                                [&](const Diameter& d) { return d.name == dia; });
         if (it == byDiameter.end())
             it = byDiameter.insert(byDiameter.end(), Diameter{dia});
         it->bars += r.number(QStringLiteral("tw_length_qty"));
-        it->length += length;
+        it->length += r.number(QStringLiteral("tw_total_length"));
         it->weight += weight;
         totalWeight += weight;
     }
@@ -332,21 +378,31 @@ void addReinforcement(mu::data& ctx, const Rows& rows, const Columns& c, bool fe
         putFigure(o, "weight", d.weight);
         diameters.push_back(o);
     }
-    ctx["rows"] = std::move(list);
+    ctx["rows"] = rowsAsWritten(rows, ctx, [&rows, &c, feet](const RowSink& sink) {
+        int serial = 0;
+        for (const Row& r : rows) {
+            mu::data o = rowObject(r, c);
+            o["serial"] = mu::data(std::to_string(++serial));
+            o["length"] = val(barLengthText(r.number(QStringLiteral("tw_length_ft")),
+                                            r.number(QStringLiteral("tw_length_inches")), feet));
+            putFigure(o, "weight", barWeight(r));
+            sink(o);
+        }
+    });
     ctx["diameters"] = std::move(diameters);
     putFigure(ctx, "total_weight", totalWeight);
 }
 
 // Rows as they stand, numbered from 1.
 void addPlainRows(mu::data& ctx, const Rows& rows, const Columns& c) {
-    mu::data list{mu::data::type::list};
-    int serial = 0;
-    for (const Row& r : rows) {
-        mu::data o = rowObject(r, c);
-        o["serial"] = mu::data(std::to_string(++serial));
-        list.push_back(o);
-    }
-    ctx["rows"] = std::move(list);
+    ctx["rows"] = rowsAsWritten(rows, ctx, [&rows, &c](const RowSink& sink) {
+        int serial = 0;
+        for (const Row& r : rows) {
+            mu::data o = rowObject(r, c);
+            o["serial"] = mu::data(std::to_string(++serial));
+            sink(o);
+        }
+    });
 }
 
 // ---- the running bill --------------------------------------------------------------------

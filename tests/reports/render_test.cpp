@@ -189,6 +189,43 @@ TEST(Paging, NamesInAnyScriptHaveTheirGlyphs) {
     }
 }
 
+// The rows section is written a row at a time: a row still finds the report's own names, its
+// tags on lines of their own leave no lines behind (with either line end), a nested section of
+// an item keeps its own rows, and no rows at all is an empty list.
+TEST_F(Render, RowsAreWrittenOneAtATime) {
+    const QString dir = QDir(folder()).filePath("layouts");
+    QDir().mkpath(dir);
+    const struct {
+        const char* layout;
+        const char* text;
+        bool lines;
+        const char* want;
+    } cases[] = {
+        {"Lf",
+         "<p>\n{{#rows}}\n{{serial}}.{{line}} {{#feet}}{{whole_unit}}{{/feet}} {{project}}\n"
+         "{{/rows}}\n</p>\n",
+         true, "<p>\n1.1 ft Hill View\n1.2 ft Hill View\n2.1 ft Hill View\n</p>\n"},
+        {"Crlf", "{{#rows}}\r\n{{narration}}\r\n{{/rows}}\r\nend", true,
+         "North wall\r\nDoor D1\r\nHall ceiling\r\nend"},
+        {"Inline", "[{{#rows}}{{line}}{{/rows}}]", true, "[121]"},
+        {"Groups", "{{#groups}}{{serial}}:{{#rows}}{{line}}{{/rows}};{{/groups}}", true,
+         "1:12;2:1;"},
+        {"NoRows", "{{#rows}}{{line}}{{/rows}}{{^rows}}none{{/rows}}", false, "none"},
+    };
+    for (const auto& c : cases) {
+        QFile layout(dir + "/" + c.layout + ".html");
+        ASSERT_TRUE(layout.open(QIODevice::WriteOnly));
+        layout.write(c.text);
+        layout.close();
+        db().exec("delete from dummy_estimation");
+        if (c.lines)
+            estimate(false);
+        EXPECT_EQ(renderHtml({c.layout, "dummy_estimation", {}, &run, Context::Estimate}, db()),
+                  QString::fromUtf8(c.want))
+            << c.layout;
+    }
+}
+
 TEST_F(Render, AMissingOrBrokenLayoutIsNamed) {
     const QString dir = QDir(folder()).filePath("layouts");
     QDir().mkpath(dir);
