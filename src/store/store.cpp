@@ -213,6 +213,10 @@ StoreFailure failureKind(const QString& text) {
             return text.contains(QLatin1String(w), Qt::CaseInsensitive);
         });
     };
+    // The server gives up one of two actions that wait on each other, or one whose reads
+    // another's writes made stale; run again from its start, it does what it would have done.
+    if (says({"deadlock detected", "could not serialize access"}))
+        return StoreFailure::Conflict;
     if (says({"NOT NULL constraint", "violates not-null constraint"}))
         return StoreFailure::NotNull;
     if (says({"datatype mismatch", "cannot store", "invalid input syntax for type",

@@ -191,6 +191,8 @@ public:
     void makeTemporaryCopy(const QString& table) const;
     // True when this connection is open on a server database.
     bool onServer() const;
+    // True while an action holds a Transaction on this connection.
+    bool inAction() const { return depth_ > 0; }
 
     QSqlDatabase db() const;
     const QString& connectionName() const { return name_; }
@@ -234,6 +236,7 @@ enum class StoreFailure {
     NotNull,      // a column that takes no Null was given one
     WrongType,    // a value the column's type does not take
     MissingTable, // the statement names a table that does not exist
+    Conflict,     // the server gave the action up for another one at work at the same time
     Other,
 };
 StoreFailure failureKind(const QString& text);

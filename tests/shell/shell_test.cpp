@@ -197,6 +197,14 @@ TEST_F(LoginTest, OnlyALiveCopyHoldsTheLock) {
         EXPECT_EQ(other.state(), tw::AppLock::State::Held);
         EXPECT_EQ(claimSingleInstance(), Claim::Running);
         EXPECT_EQ(messages().texts(), std::vector<QString>{"Apllication already Running"});
+        // Books on a server keep no second seat out, from this folder or another.
+        messages().clear();
+        tw::writeLoginConfig(folder() + QStringLiteral("/twk.cfg"),
+                             {QStringLiteral("postgresql://books.example:5432/office"),
+                              QStringLiteral("clerk"), QString()});
+        EXPECT_EQ(claimSingleInstance(), Claim::Only);
+        EXPECT_TRUE(messages().shown.empty());
+        QFile::remove(folder() + QStringLiteral("/twk.cfg"));
     }
     QFile(lockFile).open(QIODevice::WriteOnly | QIODevice::Truncate); // left empty by one that died
     messages().clear();

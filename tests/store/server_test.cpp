@@ -2,7 +2,12 @@
 
 #include "store/schema.h"
 #include "store/store.h"
+#include "store/worktables.h"
 #include "support/core_fixtures.h"
+
+#include <atomic>
+#include <latch>
+#include <thread>
 
 #include <unistd.h>
 
@@ -152,6 +157,46 @@ TEST_F(ServerTest, DatabasesWhoseObjectsAreNotExactlyTheProgramsAreRefused) {
     twtest::asSuperuser(QStringLiteral("create sequence stray"), empty.database);
     EXPECT_TRUE(refusalOf(empty).contains(QStringLiteral("it holds a sequence stray")));
     twtest::dropDatabase(empty);
+}
+
+// Two seats that wait on each other: the server gives one of them up, and that one's action is
+// run again from its start and then done, so both end well.
+TEST_F(ServerTest, AnActionTheServerGaveUpForAnotherIsRunAgain) {
+    for (const char* label : {"Bag", "Nos"})
+        db().insert(QStringLiteral("unitlbls"), {{QStringLiteral("tw_unit_lbl"), label}});
+    std::latch bothHoldOne(2);
+    std::atomic<int> runs{0};
+    std::atomic<int> failed{0};
+    const auto seat = [&](const char* first, const char* second) {
+        tw::ConsoleMessenger out;
+        tw::ConClass con(out);
+        con.conopen();
+        bool waited = false;
+        try {
+            tw::asOneAction(con, [&] {
+                tw::Transaction tx(con);
+                ++runs;
+                const QString touch = QStringLiteral(
+                    "update unitlbls set tw_unit_lbl=tw_unit_lbl where tw_unit_lbl=?");
+                con.exec(touch, {QString::fromLatin1(first)});
+                if (!waited) {
+                    waited = true;
+                    bothHoldOne.arrive_and_wait();
+                }
+                con.exec(touch, {QString::fromLatin1(second)});
+                tx.commit();
+            });
+        } catch (const tw::Error& e) {
+            ADD_FAILURE() << e.text().toStdString();
+            ++failed;
+        }
+    };
+    std::thread one(seat, "Bag", "Nos");
+    std::thread two(seat, "Nos", "Bag");
+    one.join();
+    two.join();
+    EXPECT_EQ(failed, 0);
+    EXPECT_GT(runs, 2); // one at least was given up and run again
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "core/measurements/import.h"
 
 #include "core/schedules/workbook.h"
+#include "store/worktables.h"
 #include "values/values.h"
 
 #include <QFile>
@@ -160,6 +161,9 @@ Imported importLines(const ConClass& con, const Project& project, const QString&
                      const std::vector<FileRow>& rows) {
     Imported done;
     Transaction all(con);
+    // Before anything is read: a second seat importing into the bill waits for this one, and the
+    // file's write lock is not asked for by two readers at once.
+    holdFor(con, billHold(project.number, bill));
     for (const FileRow& row : rows) {
         const QStringList& c = row.cells;
         const auto shape = findShape(con, c[2]);

@@ -2,6 +2,7 @@
 
 #include "core/measurements/cal_values.h"
 #include "core/projects/projects.h"
+#include "store/worktables.h"
 #include "values/values.h"
 
 #include <QCoreApplication>
@@ -159,6 +160,9 @@ std::optional<Refusal> saveLine(const ConClass& con, Line& line) {
     const double area = lineTotal(result, line.qty);
 
     Transaction tx(con);
+    // A line is found by its item and narration before it is written: two seats saving the
+    // same line at once make one line, the second seat's figures over the first's.
+    holdFor(con, billHold(line.contract, line.bill));
     const auto category = con.first(
         QStringLiteral("select * from Sch_master where tw_contract_num=? and tw_sch_num=?"),
         {line.contract, line.sch});

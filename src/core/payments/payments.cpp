@@ -1,5 +1,6 @@
 #include "core/payments/payments.h"
 
+#include "store/worktables.h"
 #include "values/values.h"
 
 #include <QCoreApplication>
@@ -43,36 +44,41 @@ std::optional<Refusal> save(const ConClass& con, const Payment& p) {
     // A longer type would not fit its column; it was told as it was typed and is told again.
     if (p.type.size() > TypeLength)
         return refusal("cmb_typofpmnt", typeTooLongText());
-    // A receipt number is unique within its bill only: the same voucher may pay two bills.
-    if (con.find(Payments, OneReceipt, {p.contractNum, p.bill, p.receipt}))
-        return refusal("txt_receiptno",
-                       tr("Details are already exisiting. Enter another Receipt/Voucher Number"));
     // A figure beyond what the books' money type holds would break every bill and register
     // that sums it.
     const std::pair<const QString*, std::pair<const char*, const char*>> amounts[] = {
         {&p.amount, {"txt_amount", QT_TR_NOOP("Amount")}},
         {&p.tds, {"txt_tds", QT_TR_NOOP("TDS")}},
         {&p.recoveries, {"txt_recoveries", QT_TR_NOOP("Other Recoveries")}}};
-    for (const auto& [typed, field] : amounts) {
-        const double value = leadingNumber(*typed);
-        if (!fitsMoney(value))
-            return refusal(field.first, tooLargeText(tr(field.second), value));
-    }
-    Transaction tx(con);
-    con.insert(Payments, {{QStringLiteral("tw_contract_num"), p.contractNum},
-                          {QStringLiteral("tw_bill_num"), p.bill},
-                          {QStringLiteral("tw_recpt_num"), p.receipt},
-                          {QStringLiteral("tw_recpt_date"), p.date},
-                          {QStringLiteral("tw_netamt"), leadingNumber(p.amount)},
-                          {QStringLiteral("tw_recamt"), leadingNumber(p.recoveries)},
-                          {QStringLiteral("tw_tdsamt"), leadingNumber(p.tds)},
-                          {QStringLiteral("tw_pay_type"), p.type},
-                          {QStringLiteral("tw_bank_name"), p.bank},
-                          {QStringLiteral("tw_branch_name"), p.branch},
-                          {QStringLiteral("tw_chkno"), p.cheque},
-                          {QStringLiteral("tw_chkdt"), p.chequeDate}});
-    tx.commit();
-    return std::nullopt;
+    return asOneAction(con, [&]() -> std::optional<Refusal> {
+        Transaction tx(con);
+        // Two seats adding the same receipt at once: the second finds the first's row.
+        holdFor(con, billHold(p.contractNum, p.bill));
+        // A receipt number is unique within its bill only: the same voucher may pay two bills.
+        if (con.find(Payments, OneReceipt, {p.contractNum, p.bill, p.receipt}))
+            return refusal(
+                "txt_receiptno",
+                tr("Details are already exisiting. Enter another Receipt/Voucher Number"));
+        for (const auto& [typed, field] : amounts) {
+            const double value = leadingNumber(*typed);
+            if (!fitsMoney(value))
+                return refusal(field.first, tooLargeText(tr(field.second), value));
+        }
+        con.insert(Payments, {{QStringLiteral("tw_contract_num"), p.contractNum},
+                              {QStringLiteral("tw_bill_num"), p.bill},
+                              {QStringLiteral("tw_recpt_num"), p.receipt},
+                              {QStringLiteral("tw_recpt_date"), p.date},
+                              {QStringLiteral("tw_netamt"), leadingNumber(p.amount)},
+                              {QStringLiteral("tw_recamt"), leadingNumber(p.recoveries)},
+                              {QStringLiteral("tw_tdsamt"), leadingNumber(p.tds)},
+                              {QStringLiteral("tw_pay_type"), p.type},
+                              {QStringLiteral("tw_bank_name"), p.bank},
+                              {QStringLiteral("tw_branch_name"), p.branch},
+                              {QStringLiteral("tw_chkno"), p.cheque},
+                              {QStringLiteral("tw_chkdt"), p.chequeDate}});
+        tx.commit();
+        return std::nullopt;
+    });
 }
 
 bool remove(const ConClass& con, const QString& contractNum, const QString& bill,

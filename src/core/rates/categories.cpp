@@ -156,7 +156,7 @@ std::optional<LoadedCategory> loadCategory(const ConClass& con, const QString& m
         QString unit = r.isNull(at + 2) ? QStringLiteral("Nos") : cost;
         // The unit of a material still in the price list is its label there; one that has
         // left the list shows its rate.
-        if (const auto m = con.find(QStringLiteral("materials"), MaterialKey(), {material});
+        if (const auto m = con.find(QStringLiteral("materials"), MaterialKey(con), {material});
             m && !material.trimmed().isEmpty())
             unit = m->text(QStringLiteral("tw_unitlbl"));
         const QString amount = qty.isEmpty() || cost.isEmpty() ? QString() : amountOf(qty, cost);

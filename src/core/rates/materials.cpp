@@ -56,12 +56,12 @@ std::optional<Refusal> checkMaterial(const QString& material, const QString& rat
 
 void deleteMaterial(const ConClass& con, const QString& material) {
     Transaction action(con);
-    con.exec(QStringLiteral("delete from Materials where ") + MaterialKey(), {material});
+    con.exec(QStringLiteral("delete from Materials where ") + MaterialKey(con), {material});
     action.commit();
 }
 
 std::optional<Price> LookupMaterial(const ConClass& con, const QString& material) {
-    const auto m = con.find(materials, MaterialKey(), {material});
+    const auto m = con.find(materials, MaterialKey(con), {material});
     if (!m)
         return std::nullopt;
     return Price{formatFixed2(leadingNumber(numberText(m->value(1)))),

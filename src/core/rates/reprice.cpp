@@ -1,6 +1,7 @@
 #include "core/rates/reprice.h"
 
 #include "core/rates/slots.h"
+#include "store/worktables.h"
 #include "values/values.h"
 
 #include <QCoreApplication>
@@ -37,11 +38,6 @@ private:
     std::unordered_map<double, double> read_;
 };
 
-// A text column compared exactly, where the store compares text without regard to case.
-QString sameAs(const QString& column) {
-    return column + QStringLiteral(" = ? collate binary");
-}
-
 QString tr(const char* text) {
     return QCoreApplication::translate("RepriceCategoryLists", text);
 }
@@ -56,7 +52,7 @@ bool repriceTable(const ConClass& con, const QString& table, const QString& mate
     QStringList rateColumns;
     QVariantList params;
     for (int n = 1; n <= catslot::count; ++n) {
-        columns << sameAs(QStringLiteral("tw_matl%1").arg(n))
+        columns << con.sameText(QStringLiteral("tw_matl%1").arg(n))
                 << QStringLiteral("tw_matl%1_qty").arg(n)
                 << QStringLiteral("tw_matl%1_rate").arg(n);
         rateColumns << QStringLiteral("tw_matl%1_rate").arg(n);
@@ -113,8 +109,8 @@ bool repriceTable(const ConClass& con, const QString& table, const QString& mate
 
 } // namespace
 
-QString MaterialKey() {
-    return sameAs(QStringLiteral("tw_mat_desc"));
+QString MaterialKey(const ConClass& con) {
+    return con.sameText(QStringLiteral("tw_mat_desc"));
 }
 
 RepriceResult RepriceCategoryLists(const ConClass& con, const QString& material,
@@ -130,18 +126,23 @@ RepriceResult RepriceCategoryLists(const ConClass& con, const QString& material,
 bool SaveMaterial(const ConClass& con, Messenger& out, const QString& material, const QString& rate,
                   const QString& unitLabel) {
     const QString table = QStringLiteral("Materials");
-    Transaction action(con);
-    const Values values{{QStringLiteral("tw_rate"), rate},
-                        {QStringLiteral("tw_unitlbl"), unitLabel}};
-    if (const auto row = con.find(table, MaterialKey(), {material})) {
-        con.update(table, row->id(), values);
-    } else {
-        Values added{{QStringLiteral("tw_mat_desc"), material}};
-        added.insert(added.end(), values.begin(), values.end());
-        con.insert(table, added);
-    }
-    const RepriceResult result = RepriceCategoryLists(con, material, rate);
-    action.commit();
+    const RepriceResult result = asOneAction(con, [&] {
+        Transaction action(con);
+        // Two seats saving one material at once: the second finds the first's row.
+        holdFor(con, {table, material});
+        const Values values{{QStringLiteral("tw_rate"), rate},
+                            {QStringLiteral("tw_unitlbl"), unitLabel}};
+        if (const auto row = con.find(table, MaterialKey(con), {material})) {
+            con.update(table, row->id(), values);
+        } else {
+            Values added{{QStringLiteral("tw_mat_desc"), material}};
+            added.insert(added.end(), values.begin(), values.end());
+            con.insert(table, added);
+        }
+        RepriceResult done = RepriceCategoryLists(con, material, rate);
+        action.commit();
+        return done;
+    });
     if (result.failure) {
         out.say(*result.failure, Critical);
         return false;

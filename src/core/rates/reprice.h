@@ -15,7 +15,7 @@ namespace tw {
 // The condition that finds a material by its description (one parameter). The description is
 // compared exactly, case and blanks included: "cement" and "Cement" are two materials, as the
 // slots that name them are priced apart.
-QString MaterialKey();
+QString MaterialKey(const ConClass& con);
 
 // What a re-pricing pass came to: when a row with the material in its eighth slot stopped it,
 // the text of that failure (the rows before it stay written, that row and every row after it

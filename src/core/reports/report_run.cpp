@@ -26,6 +26,10 @@ void readProject(ReportRun& run, const ConClass& con) {
     run.tax_rate = project.number(QStringLiteral("tw_tax_rate"));
 }
 
+QStringList billKey(const ReportRun& run) {
+    return billHold(run.contract_num, run.bill);
+}
+
 void readReportOrgName(ReportRun& run) {
     QFile file(AppFolder::file(QStringLiteral("Tallywright.cfg")));
     if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
@@ -80,8 +84,10 @@ bool fill(const ReportType& type, ReportRun& run, const ConClass& con, Messenger
     try {
         Transaction tx(con);
         try {
+            // Two seats running one bill at once: the second finds the bill's row the first
+            // wrote, and waits for a freeze of it to end.
             if (type.writesFile)
-                writeFirst(con);
+                holdFor(con, billKey(run));
             for (FillStep step : type.formOf(run).steps)
                 step(run, con, held);
         } catch (const Error&) {
@@ -111,12 +117,8 @@ LayoutRows layoutRows(const QString& workingTable, const QVariantList& parameter
         out.table = workingTable;
         out.rows = con.keyed(out.table);
     }
-    // The names come from the statement, so a table without rows still has them.
-    const QSqlRecord columns =
-        prepared(con.db(), QStringLiteral("select * from \"%1\" where 0").arg(out.table), {})
-            .record();
-    for (int i = 0; i < columns.count(); ++i)
-        out.columns << columns.fieldName(i);
+    // The names come from the table, so a table without rows still has them.
+    out.columns = con.columns(out.table);
     return out;
 }
 

@@ -99,6 +99,8 @@ const ReportType* findByCommand(const QString& command);
 
 // Step 1 of a run: the units, number and tax rate of the project named in run.projectName.
 void readProject(ReportRun& run, const ConClass& con);
+// What an action that writes the run's bill holds (see tw::holdFor): its project and bill.
+QStringList billKey(const ReportRun& run);
 // The bills a report may be run for: run.contract_num from the project named `projectName`
 // (kept as it was when no project has that name), then the distinct bill numbers of that
 // project in `table` (a table the catalogue names), in store order.

@@ -472,11 +472,12 @@ void ForgetDeduction(const ReportRun& run, const ConClass& con, const QString& d
     tx.commit();
 }
 
-void FreezeBill(ReportRun& run, const ConClass& con) {
+namespace {
+void freezeOnce(ReportRun& run, const ConClass& con) {
     Transaction tx(con);
-    // Freezing reads the bill's row and then writes: it takes the write lock first, so another
-    // writer's commit meanwhile makes it wait instead of failing.
-    writeFirst(con);
+    // Freezing reads the bill's row and then writes: a second freeze or a run of the bill at
+    // the same moment waits for it, and then finds it frozen.
+    holdFor(con, billKey(run));
     const auto bill = billRow(run, con);
     if (!bill || isYes(bill->value(QStringLiteral("tw_froze"))))
         return;
@@ -492,6 +493,11 @@ void FreezeBill(ReportRun& run, const ConClass& con) {
     }
     tx.commit();
     run.frozen_flag = true;
+}
+} // namespace
+
+void FreezeBill(ReportRun& run, const ConClass& con) {
+    asOneAction(con, [&] { freezeOnce(run, con); });
 }
 
 void BuildBillsRaisedForProject(ReportRun& run, const ConClass& con, Messenger&) {

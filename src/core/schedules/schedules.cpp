@@ -9,7 +9,6 @@
 #include <QHash>
 #include <QSet>
 #include <QSqlError>
-#include <QSqlRecord>
 
 #include <algorithm>
 #include <limits>
@@ -207,12 +206,14 @@ bool deductionFlag(const Cell& c) {
 // How a failure of the store reads to the user: a required column left empty, or a value the
 // column cannot hold; anything else (a missing table) is a workbook the import cannot take.
 ImportFailure storeFailure(const QString& text) {
-    if (text.contains(QLatin1String("NOT NULL constraint"), Qt::CaseInsensitive))
+    switch (failureKind(text)) {
+    case StoreFailure::NotNull:
         return ImportFailure::NullValue;
-    if (text.contains(QLatin1String("datatype mismatch"), Qt::CaseInsensitive) ||
-        text.contains(QLatin1String("cannot store"), Qt::CaseInsensitive))
+    case StoreFailure::WrongType:
         return ImportFailure::WrongData;
-    return ImportFailure::BadFormat;
+    default:
+        return ImportFailure::BadFormat;
+    }
 }
 
 void countOne(qint16& count) {
@@ -297,9 +298,7 @@ private:
     // The table's columns by position: rows go in by place, whatever the columns are called.
     const QStringList& columns() {
         if (columns_.isEmpty()) {
-            const QSqlRecord rec = con_.db().record(table_);
-            for (int i = 0; i < rec.count(); ++i)
-                columns_ << rec.fieldName(i);
+            columns_ = con_.columns(table_);
             if (columns_.size() < ScheduleColumns)
                 throw Error(QStringLiteral("The table %1 has fewer than six columns.").arg(table_));
         }

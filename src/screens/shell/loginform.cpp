@@ -171,6 +171,14 @@ Claim claimSingleInstance() {
     static std::unique_ptr<tw::AppLock> lock;
     static QString lockedFolder;
     const QString folder = tw::AppFolder::path();
+    // Books on a server are for several seats at once, however many copies start from this
+    // folder; the lock guards only a file beside the program.
+    try {
+        if (tw::Store::configured())
+            return Claim::Only;
+    } catch (const tw::Error&) {
+        // A twk.cfg that cannot be read is told at login; until then the books are the file's.
+    }
     if (lock && lock->state() == tw::AppLock::State::Held && lockedFolder == folder)
         return Claim::Only;
     lock.reset(); // a lock on another folder goes first
