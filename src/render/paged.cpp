@@ -23,6 +23,7 @@
 #include <QTextTable>
 
 #include <algorithm>
+#include <functional>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -74,6 +75,19 @@ public:
     // A part of a report laid out apart takes its pictures from the report's `source`.
     explicit LayoutDocument(const QTextDocument* source = nullptr) : source_(source) {}
     QStringList leftOut;
+    // A long table's rows past its first run, read apart (see makeDocument), and what it takes
+    // to read the whole report as one document again.
+    int longTable = -1; // the long table's place among the document's tables
+    std::vector<std::unique_ptr<LayoutDocument>> runs;
+    QString html;
+    // The whole report in this document, for a table this printing cannot lay out itself.
+    void makeWhole() {
+        if (runs.empty())
+            return;
+        runs.clear();
+        longTable = -1;
+        setHtml(std::exchange(html, QString()));
+    }
 
 protected:
     QVariant loadResource(int type, const QUrl& name) override {
@@ -147,6 +161,69 @@ void setUpDocument(QTextDocument& doc) {
     font.setPointSizeF(9);
     doc.setDefaultFont(font);
     doc.setDocumentMargin(0);
+}
+
+// Qt's reader of HTML builds a tree of the whole text before the document, some 2 KB for every
+// cell: 2.6 GB for a final bill of 200,000 lines. So the rows of a long table are read in runs
+// of this many, each as a table of its own below the layout's head and the table's heading.
+constexpr qsizetype kRunRows = 500;
+
+// Where a report's longest table stands in its HTML: its place among the tables, its opening
+// tag, each row below its heading and its closing tag. Only a table that stands in the body
+// itself, of plain rows (no <tbody>, <tfoot> or table within), is read in runs: its rows are
+// then the same wherever they are read.
+struct LongTable {
+    int index = -1;
+    qsizetype bodyEnd = 0, open = 0, close = 0;
+    std::vector<qsizetype> rows;
+};
+
+std::optional<LongTable> longTableOf(const QString& html) {
+    static const QRegularExpression body(QStringLiteral("<body[^>]*>"),
+                                         QRegularExpression::CaseInsensitiveOption);
+    static const QRegularExpression tag(QStringLiteral("<(/?)([A-Za-z][A-Za-z0-9]*)[^>]*>"));
+    static const QStringList empty{"br",  "img", "hr",   "meta", "link",  "input",
+                                   "col", "wbr", "area", "base", "param", "source"};
+    const QRegularExpressionMatch opened = body.match(html);
+    if (!opened.hasMatch() || html.indexOf(QLatin1String("<!--"), opened.capturedEnd()) >= 0)
+        return std::nullopt;
+    std::optional<LongTable> longest;
+    LongTable table;
+    QStringList open; // the elements the body holds open around a table
+    int tables = 0;
+    bool inTable = false, plain = false, heading = false;
+    for (auto it = tag.globalMatch(html, opened.capturedEnd()); it.hasNext();) {
+        const QRegularExpressionMatch m = it.next();
+        const QString name = m.captured(2).toLower();
+        const bool closing = !m.captured(1).isEmpty();
+        if (!inTable) {
+            if (name == QLatin1String("table") && !closing) {
+                table = {tables++, opened.capturedEnd(), m.capturedStart(), 0, {}};
+                inTable = true;
+                plain = open.isEmpty();
+                heading = false;
+            } else if (closing) {
+                if (const qsizetype at = open.lastIndexOf(name); at >= 0)
+                    open.resize(at);
+            } else if (!empty.contains(name) && !m.captured(0).endsWith(QLatin1String("/>"))) {
+                open << name;
+            }
+        } else if (name == QLatin1String("table")) {
+            if (!closing)
+                return std::nullopt; // a table within a table
+            inTable = false;
+            table.close = m.capturedStart();
+            if (plain && (!longest || table.rows.size() > longest->rows.size()))
+                longest = table;
+        } else if (name == QLatin1String("tbody") || name == QLatin1String("tfoot")) {
+            plain = false;
+        } else if (name == QLatin1String("thead")) {
+            heading = !closing;
+        } else if (name == QLatin1String("tr") && !closing && !heading) {
+            table.rows.push_back(m.capturedStart());
+        }
+    }
+    return longest;
 }
 
 // Lengths in a document's formats are CSS pixels, 96 to the inch; the device has its own.
@@ -246,10 +323,14 @@ private:
 };
 
 // A plain table laid out row by row: each cell's blocks are laid out in the cell's width, a
-// row is as high as its highest cell, and a page may end between any two rows.
+// row is as high as its highest cell, and a page may end between any two rows. A long table
+// comes as its first run of rows and its further runs, each a table of its own below a copy of
+// the heading.
 class TablePiece : public Piece {
 public:
-    TablePiece(const QTextTable& table, const QTextDocument& doc, Scale px, qreal width) {
+    TablePiece(const std::vector<const QTextTable*>& runs, const QTextDocument& doc, Scale px,
+               qreal width) {
+        const QTextTable& table = *runs.front();
         const QTextTableFormat f = table.format();
         const QTextLength w = f.width();
         const qreal tableWidth = std::min(
@@ -270,10 +351,17 @@ public:
         top_ = px(f.topMargin()) + frame + spacing_;
         bottom_ = px(f.bottomMargin()) + frame;
         headingRows_ = std::min(f.headerRowCount(), table.rows());
+        columns_ = table.columns();
+        for (const QTextTable* run : runs) {
+            if (run->columns() != columns_)
+                return;
+            for (int r = run == &table ? 0 : headingRows_; r < run->rows(); ++r)
+                rowsOf_.emplace_back(run, r);
+        }
 
         // A column too narrow for its text (a figure that may not wrap, a long word) is widened,
         // and the columns with room to spare pay for it in proportion to that room.
-        const auto laid = layOut(table, doc, px, widths, true);
+        const auto laid = layOut(doc, px, widths, true);
         if (!laid)
             return;
         const std::vector<qreal>& least = *laid;
@@ -288,7 +376,7 @@ public:
                 widths[c] =
                     least[c] > widths[c] ? least[c] : widths[c] - (widths[c] - least[c]) * share;
         }
-        layOut(table, doc, px, widths, false);
+        layOut(doc, px, widths, false);
         // A cell over several rows makes the last of them higher when it needs the room.
         for (size_t r = 0; r < rows_.size(); ++r)
             for (const Cell& cell : rows_[r].cells)
@@ -348,10 +436,9 @@ private:
     // wrap, and in the heading the longest word (a word is not broken then, so that its width
     // counts). Gives nothing for a cell that is more than text, has a border, or spans rows
     // below the heading. A block laid out while measuring at its final width is kept as it is.
-    std::optional<std::vector<qreal>> layOut(const QTextTable& table, const QTextDocument& doc,
-                                             Scale px, const std::vector<qreal>& widths,
-                                             bool measuring) {
-        const qreal padding = px(table.format().cellPadding());
+    std::optional<std::vector<qreal>> layOut(const QTextDocument& doc, Scale px,
+                                             const std::vector<qreal>& widths, bool measuring) {
+        const qreal padding = px(rowsOf_.front().first->format().cellPadding());
         columnX_.clear();
         qreal x = left_ + spacing_;
         for (const qreal w : widths) {
@@ -363,13 +450,14 @@ private:
         std::vector<qreal> least(widths.size(), 0);
         const QTextOption option = doc.defaultTextOption();
         const qreal indentWidth = doc.indentWidth();
-        rows_.assign(size_t(table.rows()), Row{});
-        for (int r = 0; r < table.rows(); ++r) {
+        rows_.assign(rowsOf_.size(), Row{});
+        for (int r = 0; r < int(rowsOf_.size()); ++r) {
             Row& row = rows_[size_t(r)];
-            for (int c = 0; c < table.columns();) {
-                const QTextTableCell cell = table.cellAt(r, c);
+            const auto [table, tableRow] = rowsOf_[size_t(r)];
+            for (int c = 0; c < columns_;) {
+                const QTextTableCell cell = table->cellAt(tableRow, c);
                 const int span = cell.columnSpan();
-                if (cell.row() != r) { // a heading cell from the row above reaches down here
+                if (cell.row() != tableRow) { // a heading cell from the row above reaches down
                     c += span;
                     continue;
                 }
@@ -381,8 +469,7 @@ private:
                 };
                 Cell out;
                 out.x = columnX_[size_t(c)];
-                out.width =
-                    columnX_[size_t(std::min(c + span, table.columns()))] - spacing_ - out.x;
+                out.width = columnX_[size_t(std::min(c + span, columns_))] - spacing_ - out.x;
                 out.left = pad(QTextFormat::TableCellLeftPadding);
                 out.top = pad(QTextFormat::TableCellTopPadding);
                 out.background = cf.background();
@@ -490,6 +577,8 @@ private:
         }
     }
 
+    std::vector<std::pair<const QTextTable*, int>> rowsOf_; // each row's table and row in it
+    int columns_ = 0;
     std::vector<qreal> columnX_;
     std::vector<Row> rows_;
     std::vector<qreal> rowBottoms_, breaks_;
@@ -564,12 +653,14 @@ void paintFoot(QPainter& painter, QPagedPaintDevice& device, const QTextDocument
                      QStringLiteral("Page %1 of %2").arg(page + 1).arg(pages));
 }
 
-// The report cut into pieces at its plain tables, each laid out for the device.
-std::vector<std::unique_ptr<Piece>> piecesOf(QTextDocument& doc, QPaintDevice& device,
-                                             qreal width) {
+// The report cut into pieces at its plain tables, each laid out for the device. Gives nothing
+// when a long table read in runs is not one this printing lays out itself.
+std::optional<std::vector<std::unique_ptr<Piece>>> piecesOf(QTextDocument& doc,
+                                                            QPaintDevice& device, qreal width) {
     const Scale px{device.logicalDpiY() / 96.0};
+    const auto* layout = dynamic_cast<const LayoutDocument*>(&doc);
     std::vector<std::unique_ptr<Piece>> pieces;
-    int from = -1, to = -1;
+    int from = -1, to = -1, tables = 0;
     qreal lead = 0;
     bool afterTable = false;
     const auto flow = [&] {
@@ -580,8 +671,17 @@ std::vector<std::unique_ptr<Piece>> piecesOf(QTextDocument& doc, QPaintDevice& d
     for (auto it = doc.rootFrame()->begin(); !it.atEnd(); ++it) {
         int start = 0, end = 0;
         if (QTextFrame* frame = it.currentFrame()) {
-            if (auto* table = qobject_cast<QTextTable*>(frame); table && plainTable(*table)) {
-                if (auto piece = std::make_unique<TablePiece>(*table, doc, px, width);
+            auto* table = qobject_cast<QTextTable*>(frame);
+            const bool inRuns = table && layout && layout->longTable == tables++;
+            std::vector<const QTextTable*> runs{table};
+            for (size_t r = 0; inRuns && r < layout->runs.size(); ++r) {
+                const QList<QTextFrame*> read = layout->runs[r]->rootFrame()->childFrames();
+                if (read.size() != 1 || !qobject_cast<QTextTable*>(read.front()))
+                    return std::nullopt;
+                runs.push_back(qobject_cast<QTextTable*>(read.front()));
+            }
+            if (table && plainTable(*table)) {
+                if (auto piece = std::make_unique<TablePiece>(runs, doc, px, width);
                     piece->plain()) {
                     flow();
                     pieces.push_back(std::move(piece));
@@ -589,6 +689,8 @@ std::vector<std::unique_ptr<Piece>> piecesOf(QTextDocument& doc, QPaintDevice& d
                     continue;
                 }
             }
+            if (inRuns)
+                return std::nullopt;
             afterTable = false;
             start = frame->firstPosition() - 1;
             end = frame->lastPosition() + 1;
@@ -640,17 +742,42 @@ std::unique_ptr<QTextDocument> makeDocument(const QString& html, Messenger* mess
     auto doc = std::make_unique<LayoutDocument>();
     doc->setDocumentLayout(new ContentOnly(doc.get()));
     setUpDocument(*doc);
-    doc->setHtml(html);
+    const std::optional<LongTable> table = longTableOf(html);
+    if (!table || qsizetype(table->rows.size()) <= kRunRows) {
+        doc->setHtml(html);
+    } else {
+        const std::vector<qsizetype>& rows = table->rows;
+        doc->html = html;
+        doc->longTable = table->index;
+        doc->setHtml(html.left(rows[kRunRows]) + html.mid(table->close));
+        // Each further run: the head, the table's opening and heading, and its rows.
+        const QString head =
+            html.left(table->bodyEnd) + html.mid(table->open, rows[0] - table->open);
+        for (size_t first = kRunRows; first < rows.size(); first += kRunRows) {
+            const qsizetype end =
+                first + kRunRows < rows.size() ? rows[first + kRunRows] : table->close;
+            auto run = std::make_unique<LayoutDocument>(doc.get());
+            run->setDocumentLayout(new ContentOnly(run.get()));
+            setUpDocument(*run);
+            run->setHtml(head + html.mid(rows[first], end - rows[first]) +
+                         QLatin1String("</table></body></html>"));
+            doc->runs.push_back(std::move(run));
+        }
+    }
     // The HTML reader keeps no <meta> but the title, so the page's orientation is read here.
     static const QRegularExpression landscape(
         QStringLiteral("<meta\\s+name=\"orientation\"\\s+content=\"landscape\""),
         QRegularExpression::CaseInsensitiveOption);
     doc->setProperty(landscapeProperty, landscape.match(html).hasMatch());
     // Every picture is looked up now, so what is left out is told once, before the pages.
-    for (QTextBlock b = doc->begin(); b.isValid(); b = b.next())
-        for (auto it = b.begin(); !it.atEnd(); ++it)
-            if (const QTextCharFormat f = it.fragment().charFormat(); f.isImageFormat())
-                doc->resource(QTextDocument::ImageResource, QUrl(f.toImageFormat().name()));
+    std::vector<const LayoutDocument*> parts{doc.get()};
+    for (const auto& run : doc->runs)
+        parts.push_back(run.get());
+    for (const LayoutDocument* part : parts)
+        for (QTextBlock b = part->begin(); b.isValid(); b = b.next())
+            for (auto it = b.begin(); !it.atEnd(); ++it)
+                if (const QTextCharFormat f = it.fragment().charFormat(); f.isImageFormat())
+                    part->resource(QTextDocument::ImageResource, QUrl(f.toImageFormat().name()));
     if (messages && !doc->leftOut.isEmpty())
         messages->say(QStringLiteral("Left out of the report: %1. A layout shows only pictures "
                                      "in the layouts folder or written into the layout, of at "
@@ -681,10 +808,24 @@ int printDocument(QTextDocument& doc, QPagedPaintDevice& device) {
         painter.end();
         return pages;
     }
-    content->setPaintDevice(&device); // the cells' fonts are measured for the device
-    const auto pieces = piecesOf(doc, device, body.width());
-    const auto pages = paginate(pieces, body.height());
+    auto* layoutDoc = dynamic_cast<LayoutDocument*>(&doc);
+    const auto runs = [&](const std::function<void(LayoutDocument&)>& each) {
+        if (layoutDoc)
+            for (const auto& run : layoutDoc->runs)
+                each(*run);
+    };
+    // The cells' fonts are measured for the device.
+    content->setPaintDevice(&device);
+    runs([&](LayoutDocument& run) { run.documentLayout()->setPaintDevice(&device); });
+    auto pieces = piecesOf(doc, device, body.width());
+    if (!pieces) {
+        layoutDoc->makeWhole();
+        pieces = piecesOf(doc, device, body.width());
+    }
+    const auto pages = paginate(*pieces, body.height());
     if (pages.empty()) {
+        if (layoutDoc)
+            layoutDoc->makeWhole();
         const int count = printWhole(doc, device, painter, body, foot);
         painter.end();
         return count;
@@ -709,6 +850,7 @@ int printDocument(QTextDocument& doc, QPagedPaintDevice& device) {
     // The laid-out lines of every cell go with a new layout; the next printing lays them out
     // again for its own device.
     doc.setDocumentLayout(new ContentOnly(&doc));
+    runs([](LayoutDocument& run) { run.setDocumentLayout(new ContentOnly(&run)); });
     return count;
 }
 
