@@ -325,11 +325,13 @@ private:
 // A plain table laid out row by row: each cell's blocks are laid out in the cell's width, a
 // row is as high as its highest cell, and a page may end between any two rows. A long table
 // comes as its first run of rows and its further runs, each a table of its own below a copy of
-// the heading.
+// the heading. The lines of a further run are let go once measured, and laid out again when its
+// pages are painted: held for every cell of a long bill they took gigabytes.
 class TablePiece : public Piece {
 public:
     TablePiece(const std::vector<const QTextTable*>& runs, const QTextDocument& doc, Scale px,
-               qreal width) {
+               qreal width)
+        : px_(px), option_(doc.defaultTextOption()), indentWidth_(doc.indentWidth()) {
         const QTextTable& table = *runs.front();
         const QTextTableFormat f = table.format();
         const QTextLength w = f.width();
@@ -355,16 +357,22 @@ public:
         for (const QTextTable* run : runs) {
             if (run->columns() != columns_)
                 return;
+            runStarts_.push_back(rowsOf_.size());
             for (int r = run == &table ? 0 : headingRows_; r < run->rows(); ++r)
                 rowsOf_.emplace_back(run, r);
         }
+        runStarts_.push_back(rowsOf_.size());
+        rows_.assign(rowsOf_.size(), Row{});
 
         // A column too narrow for its text (a figure that may not wrap, a long word) is widened,
         // and the columns with room to spare pay for it in proportion to that room.
-        const auto laid = layOut(doc, px, widths, true);
-        if (!laid)
-            return;
-        const std::vector<qreal>& least = *laid;
+        std::vector<qreal> least(widths.size(), 0);
+        setColumns(widths);
+        for (size_t run = 0; run + 1 < runStarts_.size(); ++run) {
+            if (!layOut(run, &least))
+                return;
+            letGo(run);
+        }
         qreal short_ = 0, spare = 0;
         for (size_t c = 0; c < widths.size(); ++c) {
             short_ += std::max<qreal>(0, least[c] - widths[c]);
@@ -376,19 +384,27 @@ public:
                 widths[c] =
                     least[c] > widths[c] ? least[c] : widths[c] - (widths[c] - least[c]) * share;
         }
-        layOut(doc, px, widths, false);
-        // A cell over several rows makes the last of them higher when it needs the room.
+        setColumns(widths);
+        heights_.resize(rows_.size());
+        for (size_t run = 0; run + 1 < runStarts_.size(); ++run) {
+            layOut(run, nullptr);
+            for (size_t r = runStarts_[run]; r < runStarts_[run + 1]; ++r)
+                heights_[r] = rows_[r].height;
+            letGo(run);
+        }
+        // A cell over several rows makes the last of them higher when it needs the room (only
+        // the heading's cells may, and they are in the first run).
         for (size_t r = 0; r < rows_.size(); ++r)
             for (const Cell& cell : rows_[r].cells)
                 if (const qreal need = cell.height - spanHeight(r, cell.rows); need > 0)
-                    rows_[r + size_t(cell.rows) - 1].height += need;
+                    heights_[r + size_t(cell.rows) - 1] += need;
         qreal y = top_;
         for (int r = 0; r < headingRows_; ++r)
-            y += rows_[size_t(r)].height;
+            y += heights_[size_t(r)];
         headingHeight_ = y - top_;
         // A page may end after the heading with its first row, and after any row from there on.
         for (size_t r = size_t(headingRows_); r < rows_.size(); ++r) {
-            y += rows_[r].height;
+            y += heights_[r];
             rowBottoms_.push_back(y);
         }
         if (rowBottoms_.empty())
@@ -396,6 +412,7 @@ public:
         height_ = y + bottom_;
         breaks_ = rowBottoms_;
         breaks_.back() = height_;
+        plain_ = true;
     }
     // False for a table left to Qt.
     bool plain() const { return plain_; }
@@ -431,14 +448,7 @@ private:
         std::vector<Cell> cells;
     };
 
-    // Lays every cell out in the columns' widths. `measuring` lays out only what decides the
-    // widths, and gives the least width each column needs: the whole of a figure that may not
-    // wrap, and in the heading the longest word (a word is not broken then, so that its width
-    // counts). Gives nothing for a cell that is more than text, has a border, or spans rows
-    // below the heading. A block laid out while measuring at its final width is kept as it is.
-    std::optional<std::vector<qreal>> layOut(const QTextDocument& doc, Scale px,
-                                             const std::vector<qreal>& widths, bool measuring) {
-        const qreal padding = px(rowsOf_.front().first->format().cellPadding());
+    void setColumns(const std::vector<qreal>& widths) {
         columnX_.clear();
         qreal x = left_ + spacing_;
         for (const qreal w : widths) {
@@ -447,12 +457,24 @@ private:
         }
         columnX_.push_back(x);
         right_ = x;
-        std::vector<qreal> least(widths.size(), 0);
-        const QTextOption option = doc.defaultTextOption();
-        const qreal indentWidth = doc.indentWidth();
-        rows_.assign(rowsOf_.size(), Row{});
-        for (int r = 0; r < int(rowsOf_.size()); ++r) {
+    }
+
+    // Lays every cell of a run out in the columns' widths. Measuring (given `least`) lays out
+    // only what decides the widths, and widens `least` to the width each column needs: the
+    // whole of a figure that may not wrap, and in the heading the longest word (a word is not
+    // broken then, so that its width counts). False for a cell that is more than text, has a
+    // border, or spans rows below the heading. A block laid out while measuring at its final
+    // width is kept as it is.
+    bool layOut(size_t run, std::vector<qreal>* least) const {
+        const bool measuring = least;
+        const Scale px = px_;
+        const qreal padding = px(rowsOf_.front().first->format().cellPadding());
+        const QTextOption& option = option_;
+        const qreal indentWidth = indentWidth_;
+        laidRun_ = run;
+        for (int r = int(runStarts_[run]); r < int(runStarts_[run + 1]); ++r) {
             Row& row = rows_[size_t(r)];
+            row = Row{};
             const auto [table, tableRow] = rowsOf_[size_t(r)];
             for (int c = 0; c < columns_;) {
                 const QTextTableCell cell = table->cellAt(tableRow, c);
@@ -463,7 +485,7 @@ private:
                 }
                 const QTextTableCellFormat cf = cell.format().toTableCellFormat();
                 if ((cell.rowSpan() > 1 && r + cell.rowSpan() > headingRows_) || hasCellBorder(cf))
-                    return std::nullopt;
+                    return false;
                 const auto pad = [&](QTextFormat::Property p) {
                     return cf.hasProperty(p) ? px(cf.doubleProperty(p)) : padding;
                 };
@@ -483,7 +505,7 @@ private:
                     const QTextBlock block = it.currentBlock();
                     if (it.currentFrame() ||
                         block.text().contains(QChar::ObjectReplacementCharacter))
-                        return std::nullopt;
+                        return false;
                     const QTextBlockFormat bf = block.blockFormat();
                     // Margins between blocks collapse to the larger one, as in any document.
                     y += first ? px(bf.topMargin()) : std::max(px(bf.topMargin()), lastBottom);
@@ -524,8 +546,8 @@ private:
                         qreal used = nowrap ? 0 : lines->minimumWidth();
                         for (int i = 0; nowrap && i < lines->lineCount(); ++i)
                             used = std::max(used, lines->lineAt(i).naturalTextWidth());
-                        least[size_t(c)] =
-                            std::max(least[size_t(c)],
+                        (*least)[size_t(c)] =
+                            std::max((*least)[size_t(c)],
                                      used + indent + px(bf.rightMargin()) + out.left + rightPad);
                     }
                     if (bf.background().style() != Qt::NoBrush)
@@ -541,23 +563,43 @@ private:
             }
             row.height += spacing_;
         }
-        plain_ = true;
-        return least;
+        return true;
+    }
+
+    // The lines of a further run go with a new layout of its document.
+    void letGo(size_t run) const {
+        if (run == 0)
+            return;
+        for (size_t r = runStarts_[run]; r < runStarts_[run + 1]; ++r)
+            rows_[r] = Row{};
+        auto* doc = const_cast<QTextDocument*>(rowsOf_[runStarts_[run]].first->document());
+        QPaintDevice* device = doc->documentLayout()->paintDevice();
+        doc->setDocumentLayout(new ContentOnly(doc));
+        doc->documentLayout()->setPaintDevice(device);
+        laidRun_ = 0;
     }
 
     // The height of `count` rows from `first`, without the spacing under the last.
     qreal spanHeight(size_t first, int count) const {
         qreal h = -spacing_;
-        for (size_t r = first; r < std::min(rows_.size(), first + size_t(count)); ++r)
-            h += rows_[r].height;
+        for (size_t r = first; r < std::min(heights_.size(), first + size_t(count)); ++r)
+            h += heights_[r];
         return h;
     }
 
     void paintRows(QPainter& p, int begin, int end, qreal y) const {
         for (int r = begin; r < end; ++r) {
+            const size_t run =
+                size_t(std::upper_bound(runStarts_.begin(), runStarts_.end(), size_t(r)) -
+                       runStarts_.begin() - 1);
+            if (run > 0 && run != laidRun_) {
+                letGo(laidRun_);
+                layOut(run, nullptr);
+            }
             const Row& row = rows_[size_t(r)];
+            const qreal height = heights_[size_t(r)];
             if (background_.style() != Qt::NoBrush)
-                p.fillRect(QRectF(left_, y, right_ - left_, row.height), background_);
+                p.fillRect(QRectF(left_, y, right_ - left_, height), background_);
             for (const Cell& cell : row.cells) {
                 const qreal h = spanHeight(size_t(r), cell.rows);
                 if (cell.background.style() != Qt::NoBrush)
@@ -573,14 +615,20 @@ private:
                 for (const QTextBlock& b : cell.blocks)
                     b.layout()->draw(&p, at);
             }
-            y += row.height;
+            y += height;
         }
     }
 
+    Scale px_;
+    QTextOption option_;
+    qreal indentWidth_;
     std::vector<std::pair<const QTextTable*, int>> rowsOf_; // each row's table and row in it
+    std::vector<size_t> runStarts_; // the first row of each run, and past the last
     int columns_ = 0;
     std::vector<qreal> columnX_;
-    std::vector<Row> rows_;
+    mutable std::vector<Row> rows_; // the cells of the first run and of one further run
+    mutable size_t laidRun_ = 0;
+    std::vector<qreal> heights_;
     std::vector<qreal> rowBottoms_, breaks_;
     QBrush background_;
     qreal spacing_ = 0, left_ = 0, right_ = 0, top_ = 0, bottom_ = 0;
