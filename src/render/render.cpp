@@ -560,18 +560,30 @@ QString addPartials(mu::data& ctx, const QString& layout, const QString& text) {
 // held some 400 MB, nearly all of it never printed.
 Rows rowsOf(const ReportInput& in, const ReportRun& run, const ConClass& con,
             const std::function<bool(const QString&)>& named) {
-    static const QStringList own = [] {
-        QStringList names =
-            QStringLiteral("tw_recordkey test tw_item_narration tw_item_narration_d Shape "
-                           "tw_cal_Area ndamt Damt net_amt ewp_amt wws_amt tw_units tw_diameter "
-                           "tw_length_qty tw_total_length tw_weight_per_unit tw_length_ft "
-                           "tw_length_inches tw_now_amt tw_dedn tw_unit tw_pmnt tw_netamt "
-                           "tw_tdsamt tw_recamt tw_contract_num tw_bill_num")
-                .split(u' ');
+    // What each context reads of a row besides what the layout names.
+    QString own = QStringLiteral("tw_units");
+    switch (in.context) {
+    case Context::Estimate:
+        own += QStringLiteral(" tw_recordkey test tw_item_narration tw_item_narration_d Shape "
+                              "tw_cal_Area ndamt Damt net_amt ewp_amt wws_amt");
         for (int i = 1; i <= 4; ++i)
-            names << QStringLiteral("tw_dim%1").arg(i) << QStringLiteral("tw_dim%1_inches").arg(i);
-        return names;
-    }();
+            own += QStringLiteral(" tw_dim%1 tw_dim%1_inches").arg(i);
+        break;
+    case Context::Reinforcement:
+        own += QStringLiteral(" tw_diameter tw_length_qty tw_total_length tw_weight_per_unit "
+                              "tw_length_ft tw_length_inches");
+        break;
+    case Context::RunningBill:
+        own += QStringLiteral(" tw_now_amt tw_dedn tw_unit");
+        break;
+    case Context::BillsRaised:
+        own += QStringLiteral(" tw_pmnt tw_netamt tw_tdsamt tw_recamt tw_contract_num tw_bill_num");
+        break;
+    case Context::Record:
+    case Context::Plain:
+        break;
+    }
+    const QStringList ownColumns = own.split(u' ');
     static const QRegularExpression plainName(QStringLiteral("^[A-Za-z_][A-Za-z0-9_]*$"));
     if (in.workingTable.isEmpty() || in.context == Context::Record)
         return layoutRows(in.workingTable, in.parameters, run, con).rows;
@@ -579,7 +591,7 @@ Rows rowsOf(const ReportInput& in, const ReportRun& run, const ConClass& con,
     for (const QString& c : con.columns(in.workingTable)) {
         if (!plainName.match(c).hasMatch())
             return layoutRows(in.workingTable, in.parameters, run, con).rows;
-        if (named(c) || own.contains(c, Qt::CaseInsensitive))
+        if (named(c) || ownColumns.contains(c, Qt::CaseInsensitive))
             columns << c;
     }
     if (columns.isEmpty())
