@@ -73,18 +73,19 @@ const QByteArray& emptyPicture() {
 class LayoutDocument : public QTextDocument {
 public:
     // A part of a report laid out apart takes its pictures from the report's `source`.
-    explicit LayoutDocument(const QTextDocument* source = nullptr) : source_(source) {}
+    explicit LayoutDocument(const QTextDocument* source = nullptr, QObject* parent = nullptr)
+        : QTextDocument(parent), source_(source) {}
     QStringList leftOut;
     // A long table's rows past its first run, read apart (see makeDocument), and what it takes
     // to read the whole report as one document again.
-    int longTable = -1; // the long table's place among the document's tables
-    std::vector<std::unique_ptr<LayoutDocument>> runs;
+    int longTable = -1;                // the long table's place among the document's tables
+    std::vector<LayoutDocument*> runs; // its children: they go, and move to a thread, with it
     QString html;
     // The whole report in this document, for a table this printing cannot lay out itself.
     void makeWhole() {
         if (runs.empty())
             return;
-        runs.clear();
+        qDeleteAll(std::exchange(runs, {}));
         longTable = -1;
         setHtml(std::exchange(html, QString()));
     }
@@ -804,12 +805,12 @@ std::unique_ptr<QTextDocument> makeDocument(const QString& html, Messenger* mess
         for (size_t first = kRunRows; first < rows.size(); first += kRunRows) {
             const qsizetype end =
                 first + kRunRows < rows.size() ? rows[first + kRunRows] : table->close;
-            auto run = std::make_unique<LayoutDocument>(doc.get());
-            run->setDocumentLayout(new ContentOnly(run.get()));
+            auto* run = new LayoutDocument(doc.get(), doc.get());
+            run->setDocumentLayout(new ContentOnly(run));
             setUpDocument(*run);
             run->setHtml(head + html.mid(rows[first], end - rows[first]) +
                          QLatin1String("</table></body></html>"));
-            doc->runs.push_back(std::move(run));
+            doc->runs.push_back(run);
         }
     }
     // The HTML reader keeps no <meta> but the title, so the page's orientation is read here.
@@ -819,8 +820,8 @@ std::unique_ptr<QTextDocument> makeDocument(const QString& html, Messenger* mess
     doc->setProperty(landscapeProperty, landscape.match(html).hasMatch());
     // Every picture is looked up now, so what is left out is told once, before the pages.
     std::vector<const LayoutDocument*> parts{doc.get()};
-    for (const auto& run : doc->runs)
-        parts.push_back(run.get());
+    for (const LayoutDocument* run : doc->runs)
+        parts.push_back(run);
     for (const LayoutDocument* part : parts)
         for (QTextBlock b = part->begin(); b.isValid(); b = b.next())
             for (auto it = b.begin(); !it.atEnd(); ++it)
@@ -859,7 +860,7 @@ int printDocument(QTextDocument& doc, QPagedPaintDevice& device) {
     auto* layoutDoc = dynamic_cast<LayoutDocument*>(&doc);
     const auto runs = [&](const std::function<void(LayoutDocument&)>& each) {
         if (layoutDoc)
-            for (const auto& run : layoutDoc->runs)
+            for (LayoutDocument* run : layoutDoc->runs)
                 each(*run);
     };
     // The cells' fonts are measured for the device.
