@@ -80,14 +80,14 @@ public:
     // to read the whole report as one document again.
     int longTable = -1;                // the long table's place among the document's tables
     std::vector<LayoutDocument*> runs; // its children: they go, and move to a thread, with it
-    QString html;
+    QByteArray html;                   // packed: it is held for this alone
     // The whole report in this document, for a table this printing cannot lay out itself.
     void makeWhole() {
         if (runs.empty())
             return;
         qDeleteAll(std::exchange(runs, {}));
         longTable = -1;
-        setHtml(std::exchange(html, QString()));
+        setHtml(QString::fromUtf8(qUncompress(std::exchange(html, QByteArray()))));
     }
 
 protected:
@@ -796,7 +796,7 @@ std::unique_ptr<QTextDocument> makeDocument(const QString& html, Messenger* mess
         doc->setHtml(html);
     } else {
         const std::vector<qsizetype>& rows = table->rows;
-        doc->html = html;
+        doc->html = qCompress(html.toUtf8(), 1);
         doc->longTable = table->index;
         doc->setHtml(html.left(rows[kRunRows]) + html.mid(table->close));
         // Each further run: the head, the table's opening and heading, and its rows.

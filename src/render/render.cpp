@@ -12,10 +12,13 @@
 #include <QMetaType>
 #include <QRegularExpression>
 #include <QSqlField>
+#include <QStringDecoder>
+#include <QUuid>
 
 #include <kainjow/mustache.hpp>
 
 #include <algorithm>
+#include <cctype>
 #include <functional>
 #include <optional>
 
@@ -229,29 +232,77 @@ void addEstimationLine(mu::data& o, const Row& r, bool feet, int line) {
 using RowSink = std::function<void(const mu::data&)>;
 using RowSource = std::function<void(const RowSink&)>;
 
+// The text of the rows sections, kept aside: the template copies what a section gives into the
+// line it stands on, and that line into its output, which a bill of 200,000 lines took 170 MB
+// more for. A section gives a marker of its text instead, replaced as the report's text is made.
+struct Aside {
+    std::string marker = "\x02rows-" + QUuid::createUuid().toString(QUuid::Id128).toStdString();
+    std::vector<std::string> texts;
+
+    // The section's text, or its marker.
+    std::string put(std::string text) {
+        if (std::all_of(text.begin(), text.end(), [](char c) { return std::isspace(uchar(c)); }))
+            return text; // a line of nothing but blanks is left out as it would be
+        texts.push_back(std::move(text));
+        return marker + std::to_string(texts.size() - 1) + '\x03';
+    }
+    // The report's text from the template's output in parts, each text put in place of its
+    // marker.
+    QString html(std::vector<std::string>& parts) {
+        size_t bytes = 0;
+        for (const std::string& part : parts)
+            bytes += part.size();
+        for (const std::string& text : texts)
+            bytes += text.size();
+        QString html(qsizetype(bytes), Qt::Uninitialized); // UTF-8 takes no fewer units
+        QChar* out = html.data();
+        QStringDecoder utf8(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom);
+        const auto add = [&](std::string_view text) {
+            out = utf8.appendToBuffer(out, QByteArrayView(text.data(), qsizetype(text.size())));
+        };
+        for (std::string& part : parts) {
+            const std::string_view all = part;
+            size_t at = 0;
+            for (size_t m = all.find(marker); m != std::string::npos; m = all.find(marker, at)) {
+                add(all.substr(at, m - at));
+                const size_t end = all.find('\x03', m);
+                std::string& text = texts[std::stoul(
+                    std::string(all.substr(m + marker.size(), end - m - marker.size())))];
+                add(text);
+                std::string().swap(text);
+                at = end + 1;
+            }
+            add(all.substr(at));
+            std::string().swap(part);
+        }
+        html.truncate(out - html.constData());
+        return html;
+    }
+};
+
 // A list of rows the layout's {{#rows}} section walks as it is written: each row's context is
 // made, written and let go. Held all at once they took some 9 KB a row, gigabytes on a bill of
 // 200,000 lines. A row looks up what it does not hold in the report's own context.
-mu::data rowsAsWritten(const Rows& rows, const mu::data& report, RowSource source) {
+mu::data rowsAsWritten(const Rows& rows, const mu::data& report, Aside& aside, RowSource source) {
     if (rows.empty())
         return mu::data{mu::data::type::list};
-    return mu::data(mu::lambda2(
-        [&report, source = std::move(source)](const std::string& text, const mu::renderer&) {
-            // The section's text starts after its opening tag; a tag on a line of its own
-            // leaves no line behind, as in any other section.
-            const size_t start = text.starts_with("\r\n") ? 2 : text.starts_with('\n') ? 1 : 0;
-            mu::mustache section(text.substr(start));
-            std::string out;
-            source([&](const mu::data& row) {
-                mu::context<std::string> lookup(&report);
-                lookup.push(&row);
-                out += section.render(lookup);
-            });
-            // ... and the line its closing tag stands on ends the last row's line.
-            if (start > 0 && text.ends_with('\n') && out.ends_with('\n'))
-                out.resize(out.size() - (out.ends_with("\r\n") ? 2 : 1));
-            return out;
-        }));
+    return mu::data(mu::lambda2([&report, &aside, source = std::move(source)](
+                                    const std::string& text, const mu::renderer&) {
+        // The section's text starts after its opening tag; a tag on a line of its own
+        // leaves no line behind, as in any other section.
+        const size_t start = text.starts_with("\r\n") ? 2 : text.starts_with('\n') ? 1 : 0;
+        mu::mustache section(text.substr(start));
+        std::string out;
+        source([&](const mu::data& row) {
+            mu::context<std::string> lookup(&report);
+            lookup.push(&row);
+            out += section.render(lookup);
+        });
+        // ... and the line its closing tag stands on ends the last row's line.
+        if (start > 0 && text.ends_with('\n') && out.ends_with('\n'))
+            out.resize(out.size() - (out.ends_with("\r\n") ? 2 : 1));
+        return aside.put(std::move(out));
+    }));
 }
 
 // The rows in runs of one group number, as the fill numbered them: each item's first and
@@ -297,7 +348,8 @@ void estimationLines(const Rows& rows, const Columns& c, bool feet, size_t begin
 // its first row's columns (item number, description, unit, rate), its lines, its last row as
 // `last` (where the net pass leaves the item's figures), the sums of its rows as `total` and its
 // net quantity.
-void addEstimation(mu::data& ctx, const Rows& rows, const Columns& c, bool feet, bool wantGroups) {
+void addEstimation(mu::data& ctx, Aside& aside, const Rows& rows, const Columns& c, bool feet,
+                   bool wantGroups) {
     mu::data groups{mu::data::type::list};
     double amount = 0, electrical = 0, plumbing = 0;
     int count = 0;
@@ -320,7 +372,7 @@ void addEstimation(mu::data& ctx, const Rows& rows, const Columns& c, bool feet,
         plumbing += figure(last.value(QStringLiteral("wws_amt")));
         count = serial;
     });
-    ctx["rows"] = rowsAsWritten(rows, ctx, [&rows, &c, feet](const RowSink& sink) {
+    ctx["rows"] = rowsAsWritten(rows, ctx, aside, [&rows, &c, feet](const RowSink& sink) {
         forEachItem(rows, c, [&](size_t begin, size_t end, int serial, const Sums& sums) {
             estimationLines(rows, c, feet, begin, end, serial, sums, sink);
         });
@@ -346,7 +398,7 @@ double barWeight(const Row& r) {
            r.number(QStringLiteral("tw_weight_per_unit"));
 }
 
-void addReinforcement(mu::data& ctx, const Rows& rows, const Columns& c, bool feet) {
+void addReinforcement(mu::data& ctx, Aside& aside, const Rows& rows, const Columns& c, bool feet) {
     struct Diameter {
         QString name;
         double bars = 0, length = 0, weight = 0;
@@ -378,7 +430,7 @@ void addReinforcement(mu::data& ctx, const Rows& rows, const Columns& c, bool fe
         putFigure(o, "weight", d.weight);
         diameters.push_back(o);
     }
-    ctx["rows"] = rowsAsWritten(rows, ctx, [&rows, &c, feet](const RowSink& sink) {
+    ctx["rows"] = rowsAsWritten(rows, ctx, aside, [&rows, &c, feet](const RowSink& sink) {
         int serial = 0;
         for (const Row& r : rows) {
             mu::data o = rowObject(r, c);
@@ -394,8 +446,8 @@ void addReinforcement(mu::data& ctx, const Rows& rows, const Columns& c, bool fe
 }
 
 // Rows as they stand, numbered from 1.
-void addPlainRows(mu::data& ctx, const Rows& rows, const Columns& c) {
-    ctx["rows"] = rowsAsWritten(rows, ctx, [&rows, &c](const RowSink& sink) {
+void addPlainRows(mu::data& ctx, Aside& aside, const Rows& rows, const Columns& c) {
+    ctx["rows"] = rowsAsWritten(rows, ctx, aside, [&rows, &c](const RowSink& sink) {
         int serial = 0;
         for (const Row& r : rows) {
             mu::data o = rowObject(r, c);
@@ -660,12 +712,13 @@ QString renderHtml(const ReportInput& in, const ConClass& con) {
     ctx["part_unit"] = mu::data(feet ? "in" : "cm");
 
     const Columns columns(rows, uses);
+    Aside aside;
     switch (in.context) {
     case Context::Estimate:
-        addEstimation(ctx, rows, columns, feet, uses(QStringLiteral("groups")));
+        addEstimation(ctx, aside, rows, columns, feet, uses(QStringLiteral("groups")));
         break;
     case Context::Reinforcement:
-        addReinforcement(ctx, rows, columns, feet);
+        addReinforcement(ctx, aside, rows, columns, feet);
         break;
     case Context::RunningBill:
         addAbstractBill(ctx, rows, columns, run, con);
@@ -675,7 +728,7 @@ QString renderHtml(const ReportInput& in, const ConClass& con) {
         break;
     case Context::Record:
     case Context::Plain:
-        addPlainRows(ctx, rows, columns);
+        addPlainRows(ctx, aside, rows, columns);
         break;
     }
     Sums all(columns);
@@ -685,7 +738,12 @@ QString renderHtml(const ReportInput& in, const ConClass& con) {
     ctx["row_count"] = mu::data(std::to_string(rows.size()));
     ctx["has_rows"] = mu::data(!rows.empty());
 
-    return QString::fromStdString(tmpl.render(ctx));
+    std::vector<std::string> parts;
+    tmpl.render(ctx, [&parts](const std::string& part) {
+        if (!part.empty())
+            parts.push_back(part);
+    });
+    return aside.html(parts);
 }
 
 QString renderHtml(const ReportType& type, const ReportRun& run, const ConClass& con) {
