@@ -696,7 +696,7 @@ QString renderHtml(const ReportInput& in, const ConClass& con) {
     ctx["to"] = val(dateText(run.toDate));
     ctx["today"] = val(dateText(QDate::currentDate()));
 
-    const Rows rows = rowsOf(in, run, con, uses);
+    Rows rows = rowsOf(in, run, con, uses);
     if (in.context == Context::Record && !rows.empty())
         ctx["record"] = recordObject(rows.front());
 
@@ -743,6 +743,7 @@ QString renderHtml(const ReportInput& in, const ConClass& con) {
         if (!part.empty())
             parts.push_back(part);
     });
+    Rows().swap(rows); // written: they make room for the text
     return aside.html(parts);
 }
 
