@@ -10,6 +10,8 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include <utility>
+
 namespace cli {
 namespace {
 
@@ -111,13 +113,14 @@ public:
                     << (read.rows.size() == 1 ? " row)" : " rows)") << Qt::endl;
             return 0;
         }
-        const QString text = tw::reports::renderHtml(*type, run, con);
+        QString text = tw::reports::renderHtml(*type, run, con);
         if (kind == QLatin1String("html")) {
             tw::reports::writeText(text, out);
             ctx.out << "Written: " << where << Qt::endl;
         } else {
-            const int pages =
-                tw::reports::writePdf(*tw::reports::makeDocument(text, &ctx.messages), out);
+            // The text goes once it is read: a long report's pages need it no more.
+            const auto doc = tw::reports::makeDocument(std::exchange(text, {}), &ctx.messages);
+            const int pages = tw::reports::writePdf(*doc, out);
             ctx.out << "Written: " << where << " (" << pages << (pages == 1 ? " page)" : " pages)")
                     << Qt::endl;
         }

@@ -23,6 +23,7 @@
 #include <QTextTable>
 
 #include <algorithm>
+#include <functional>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -72,8 +73,22 @@ const QByteArray& emptyPicture() {
 class LayoutDocument : public QTextDocument {
 public:
     // A part of a report laid out apart takes its pictures from the report's `source`.
-    explicit LayoutDocument(const QTextDocument* source = nullptr) : source_(source) {}
+    explicit LayoutDocument(const QTextDocument* source = nullptr, QObject* parent = nullptr)
+        : QTextDocument(parent), source_(source) {}
     QStringList leftOut;
+    // A long table's rows past its first run, read apart (see makeDocument), and what it takes
+    // to read the whole report as one document again.
+    int longTable = -1;                // the long table's place among the document's tables
+    std::vector<LayoutDocument*> runs; // its children: they go, and move to a thread, with it
+    QByteArray html;                   // packed: it is held for this alone
+    // The whole report in this document, for a table this printing cannot lay out itself.
+    void makeWhole() {
+        if (runs.empty())
+            return;
+        qDeleteAll(std::exchange(runs, {}));
+        longTable = -1;
+        setHtml(QString::fromUtf8(qUncompress(std::exchange(html, QByteArray()))));
+    }
 
 protected:
     QVariant loadResource(int type, const QUrl& name) override {
@@ -147,6 +162,69 @@ void setUpDocument(QTextDocument& doc) {
     font.setPointSizeF(9);
     doc.setDefaultFont(font);
     doc.setDocumentMargin(0);
+}
+
+// Qt's reader of HTML builds a tree of the whole text before the document, some 2 KB for every
+// cell: 2.6 GB for a final bill of 200,000 lines. So the rows of a long table are read in runs
+// of this many, each as a table of its own below the layout's head and the table's heading.
+constexpr qsizetype kRunRows = 500;
+
+// Where a report's longest table stands in its HTML: its place among the tables, its opening
+// tag, each row below its heading and its closing tag. Only a table that stands in the body
+// itself, of plain rows (no <tbody>, <tfoot> or table within), is read in runs: its rows are
+// then the same wherever they are read.
+struct LongTable {
+    int index = -1;
+    qsizetype bodyEnd = 0, open = 0, close = 0;
+    std::vector<qsizetype> rows;
+};
+
+std::optional<LongTable> longTableOf(const QString& html) {
+    static const QRegularExpression body(QStringLiteral("<body[^>]*>"),
+                                         QRegularExpression::CaseInsensitiveOption);
+    static const QRegularExpression tag(QStringLiteral("<(/?)([A-Za-z][A-Za-z0-9]*)[^>]*>"));
+    static const QStringList empty{"br",  "img", "hr",   "meta", "link",  "input",
+                                   "col", "wbr", "area", "base", "param", "source"};
+    const QRegularExpressionMatch opened = body.match(html);
+    if (!opened.hasMatch() || html.indexOf(QLatin1String("<!--"), opened.capturedEnd()) >= 0)
+        return std::nullopt;
+    std::optional<LongTable> longest;
+    LongTable table;
+    QStringList open; // the elements the body holds open around a table
+    int tables = 0;
+    bool inTable = false, plain = false, heading = false;
+    for (auto it = tag.globalMatch(html, opened.capturedEnd()); it.hasNext();) {
+        const QRegularExpressionMatch m = it.next();
+        const QString name = m.captured(2).toLower();
+        const bool closing = !m.captured(1).isEmpty();
+        if (!inTable) {
+            if (name == QLatin1String("table") && !closing) {
+                table = {tables++, opened.capturedEnd(), m.capturedStart(), 0, {}};
+                inTable = true;
+                plain = open.isEmpty();
+                heading = false;
+            } else if (closing) {
+                if (const qsizetype at = open.lastIndexOf(name); at >= 0)
+                    open.resize(at);
+            } else if (!empty.contains(name) && !m.captured(0).endsWith(QLatin1String("/>"))) {
+                open << name;
+            }
+        } else if (name == QLatin1String("table")) {
+            if (!closing)
+                return std::nullopt; // a table within a table
+            inTable = false;
+            table.close = m.capturedStart();
+            if (plain && (!longest || table.rows.size() > longest->rows.size()))
+                longest = table;
+        } else if (name == QLatin1String("tbody") || name == QLatin1String("tfoot")) {
+            plain = false;
+        } else if (name == QLatin1String("thead")) {
+            heading = !closing;
+        } else if (name == QLatin1String("tr") && !closing && !heading) {
+            table.rows.push_back(m.capturedStart());
+        }
+    }
+    return longest;
 }
 
 // Lengths in a document's formats are CSS pixels, 96 to the inch; the device has its own.
@@ -246,10 +324,16 @@ private:
 };
 
 // A plain table laid out row by row: each cell's blocks are laid out in the cell's width, a
-// row is as high as its highest cell, and a page may end between any two rows.
+// row is as high as its highest cell, and a page may end between any two rows. A long table
+// comes as its first run of rows and its further runs, each a table of its own below a copy of
+// the heading. The lines of a further run are let go once measured, and laid out again when its
+// pages are painted: held for every cell of a long bill they took gigabytes.
 class TablePiece : public Piece {
 public:
-    TablePiece(const QTextTable& table, const QTextDocument& doc, Scale px, qreal width) {
+    TablePiece(const std::vector<const QTextTable*>& runs, const QTextDocument& doc, Scale px,
+               qreal width)
+        : px_(px), option_(doc.defaultTextOption()), indentWidth_(doc.indentWidth()) {
+        const QTextTable& table = *runs.front();
         const QTextTableFormat f = table.format();
         const QTextLength w = f.width();
         const qreal tableWidth = std::min(
@@ -270,13 +354,26 @@ public:
         top_ = px(f.topMargin()) + frame + spacing_;
         bottom_ = px(f.bottomMargin()) + frame;
         headingRows_ = std::min(f.headerRowCount(), table.rows());
+        columns_ = table.columns();
+        for (const QTextTable* run : runs) {
+            if (run->columns() != columns_)
+                return;
+            runStarts_.push_back(rowsOf_.size());
+            for (int r = run == &table ? 0 : headingRows_; r < run->rows(); ++r)
+                rowsOf_.emplace_back(run, r);
+        }
+        runStarts_.push_back(rowsOf_.size());
+        rows_.assign(rowsOf_.size(), Row{});
 
         // A column too narrow for its text (a figure that may not wrap, a long word) is widened,
         // and the columns with room to spare pay for it in proportion to that room.
-        const auto laid = layOut(table, doc, px, widths, true);
-        if (!laid)
-            return;
-        const std::vector<qreal>& least = *laid;
+        std::vector<qreal> least(widths.size(), 0);
+        setColumns(widths);
+        for (size_t run = 0; run + 1 < runStarts_.size(); ++run) {
+            if (!layOut(run, &least))
+                return;
+            letGo(run);
+        }
         qreal short_ = 0, spare = 0;
         for (size_t c = 0; c < widths.size(); ++c) {
             short_ += std::max<qreal>(0, least[c] - widths[c]);
@@ -288,19 +385,27 @@ public:
                 widths[c] =
                     least[c] > widths[c] ? least[c] : widths[c] - (widths[c] - least[c]) * share;
         }
-        layOut(table, doc, px, widths, false);
-        // A cell over several rows makes the last of them higher when it needs the room.
+        setColumns(widths);
+        heights_.resize(rows_.size());
+        for (size_t run = 0; run + 1 < runStarts_.size(); ++run) {
+            layOut(run, nullptr);
+            for (size_t r = runStarts_[run]; r < runStarts_[run + 1]; ++r)
+                heights_[r] = rows_[r].height;
+            letGo(run);
+        }
+        // A cell over several rows makes the last of them higher when it needs the room (only
+        // the heading's cells may, and they are in the first run).
         for (size_t r = 0; r < rows_.size(); ++r)
             for (const Cell& cell : rows_[r].cells)
                 if (const qreal need = cell.height - spanHeight(r, cell.rows); need > 0)
-                    rows_[r + size_t(cell.rows) - 1].height += need;
+                    heights_[r + size_t(cell.rows) - 1] += need;
         qreal y = top_;
         for (int r = 0; r < headingRows_; ++r)
-            y += rows_[size_t(r)].height;
+            y += heights_[size_t(r)];
         headingHeight_ = y - top_;
         // A page may end after the heading with its first row, and after any row from there on.
         for (size_t r = size_t(headingRows_); r < rows_.size(); ++r) {
-            y += rows_[r].height;
+            y += heights_[r];
             rowBottoms_.push_back(y);
         }
         if (rowBottoms_.empty())
@@ -308,6 +413,7 @@ public:
         height_ = y + bottom_;
         breaks_ = rowBottoms_;
         breaks_.back() = height_;
+        plain_ = true;
     }
     // False for a table left to Qt.
     bool plain() const { return plain_; }
@@ -343,15 +449,7 @@ private:
         std::vector<Cell> cells;
     };
 
-    // Lays every cell out in the columns' widths. `measuring` lays out only what decides the
-    // widths, and gives the least width each column needs: the whole of a figure that may not
-    // wrap, and in the heading the longest word (a word is not broken then, so that its width
-    // counts). Gives nothing for a cell that is more than text, has a border, or spans rows
-    // below the heading. A block laid out while measuring at its final width is kept as it is.
-    std::optional<std::vector<qreal>> layOut(const QTextTable& table, const QTextDocument& doc,
-                                             Scale px, const std::vector<qreal>& widths,
-                                             bool measuring) {
-        const qreal padding = px(table.format().cellPadding());
+    void setColumns(const std::vector<qreal>& widths) {
         columnX_.clear();
         qreal x = left_ + spacing_;
         for (const qreal w : widths) {
@@ -360,29 +458,41 @@ private:
         }
         columnX_.push_back(x);
         right_ = x;
-        std::vector<qreal> least(widths.size(), 0);
-        const QTextOption option = doc.defaultTextOption();
-        const qreal indentWidth = doc.indentWidth();
-        rows_.assign(size_t(table.rows()), Row{});
-        for (int r = 0; r < table.rows(); ++r) {
+    }
+
+    // Lays every cell of a run out in the columns' widths. Measuring (given `least`) lays out
+    // only what decides the widths, and widens `least` to the width each column needs: the
+    // whole of a figure that may not wrap, and in the heading the longest word (a word is not
+    // broken then, so that its width counts). False for a cell that is more than text, has a
+    // border, or spans rows below the heading. A block laid out while measuring at its final
+    // width is kept as it is.
+    bool layOut(size_t run, std::vector<qreal>* least) const {
+        const bool measuring = least;
+        const Scale px = px_;
+        const qreal padding = px(rowsOf_.front().first->format().cellPadding());
+        const QTextOption& option = option_;
+        const qreal indentWidth = indentWidth_;
+        laidRun_ = run;
+        for (int r = int(runStarts_[run]); r < int(runStarts_[run + 1]); ++r) {
             Row& row = rows_[size_t(r)];
-            for (int c = 0; c < table.columns();) {
-                const QTextTableCell cell = table.cellAt(r, c);
+            row = Row{};
+            const auto [table, tableRow] = rowsOf_[size_t(r)];
+            for (int c = 0; c < columns_;) {
+                const QTextTableCell cell = table->cellAt(tableRow, c);
                 const int span = cell.columnSpan();
-                if (cell.row() != r) { // a heading cell from the row above reaches down here
+                if (cell.row() != tableRow) { // a heading cell from the row above reaches down
                     c += span;
                     continue;
                 }
                 const QTextTableCellFormat cf = cell.format().toTableCellFormat();
                 if ((cell.rowSpan() > 1 && r + cell.rowSpan() > headingRows_) || hasCellBorder(cf))
-                    return std::nullopt;
+                    return false;
                 const auto pad = [&](QTextFormat::Property p) {
                     return cf.hasProperty(p) ? px(cf.doubleProperty(p)) : padding;
                 };
                 Cell out;
                 out.x = columnX_[size_t(c)];
-                out.width =
-                    columnX_[size_t(std::min(c + span, table.columns()))] - spacing_ - out.x;
+                out.width = columnX_[size_t(std::min(c + span, columns_))] - spacing_ - out.x;
                 out.left = pad(QTextFormat::TableCellLeftPadding);
                 out.top = pad(QTextFormat::TableCellTopPadding);
                 out.background = cf.background();
@@ -396,7 +506,7 @@ private:
                     const QTextBlock block = it.currentBlock();
                     if (it.currentFrame() ||
                         block.text().contains(QChar::ObjectReplacementCharacter))
-                        return std::nullopt;
+                        return false;
                     const QTextBlockFormat bf = block.blockFormat();
                     // Margins between blocks collapse to the larger one, as in any document.
                     y += first ? px(bf.topMargin()) : std::max(px(bf.topMargin()), lastBottom);
@@ -437,8 +547,8 @@ private:
                         qreal used = nowrap ? 0 : lines->minimumWidth();
                         for (int i = 0; nowrap && i < lines->lineCount(); ++i)
                             used = std::max(used, lines->lineAt(i).naturalTextWidth());
-                        least[size_t(c)] =
-                            std::max(least[size_t(c)],
+                        (*least)[size_t(c)] =
+                            std::max((*least)[size_t(c)],
                                      used + indent + px(bf.rightMargin()) + out.left + rightPad);
                     }
                     if (bf.background().style() != Qt::NoBrush)
@@ -454,23 +564,43 @@ private:
             }
             row.height += spacing_;
         }
-        plain_ = true;
-        return least;
+        return true;
+    }
+
+    // The lines of a further run go with a new layout of its document.
+    void letGo(size_t run) const {
+        if (run == 0)
+            return;
+        for (size_t r = runStarts_[run]; r < runStarts_[run + 1]; ++r)
+            rows_[r] = Row{};
+        auto* doc = const_cast<QTextDocument*>(rowsOf_[runStarts_[run]].first->document());
+        QPaintDevice* device = doc->documentLayout()->paintDevice();
+        doc->setDocumentLayout(new ContentOnly(doc));
+        doc->documentLayout()->setPaintDevice(device);
+        laidRun_ = 0;
     }
 
     // The height of `count` rows from `first`, without the spacing under the last.
     qreal spanHeight(size_t first, int count) const {
         qreal h = -spacing_;
-        for (size_t r = first; r < std::min(rows_.size(), first + size_t(count)); ++r)
-            h += rows_[r].height;
+        for (size_t r = first; r < std::min(heights_.size(), first + size_t(count)); ++r)
+            h += heights_[r];
         return h;
     }
 
     void paintRows(QPainter& p, int begin, int end, qreal y) const {
         for (int r = begin; r < end; ++r) {
+            const size_t run =
+                size_t(std::upper_bound(runStarts_.begin(), runStarts_.end(), size_t(r)) -
+                       runStarts_.begin() - 1);
+            if (run > 0 && run != laidRun_) {
+                letGo(laidRun_);
+                layOut(run, nullptr);
+            }
             const Row& row = rows_[size_t(r)];
+            const qreal height = heights_[size_t(r)];
             if (background_.style() != Qt::NoBrush)
-                p.fillRect(QRectF(left_, y, right_ - left_, row.height), background_);
+                p.fillRect(QRectF(left_, y, right_ - left_, height), background_);
             for (const Cell& cell : row.cells) {
                 const qreal h = spanHeight(size_t(r), cell.rows);
                 if (cell.background.style() != Qt::NoBrush)
@@ -486,12 +616,20 @@ private:
                 for (const QTextBlock& b : cell.blocks)
                     b.layout()->draw(&p, at);
             }
-            y += row.height;
+            y += height;
         }
     }
 
+    Scale px_;
+    QTextOption option_;
+    qreal indentWidth_;
+    std::vector<std::pair<const QTextTable*, int>> rowsOf_; // each row's table and row in it
+    std::vector<size_t> runStarts_; // the first row of each run, and past the last
+    int columns_ = 0;
     std::vector<qreal> columnX_;
-    std::vector<Row> rows_;
+    mutable std::vector<Row> rows_; // the cells of the first run and of one further run
+    mutable size_t laidRun_ = 0;
+    std::vector<qreal> heights_;
     std::vector<qreal> rowBottoms_, breaks_;
     QBrush background_;
     qreal spacing_ = 0, left_ = 0, right_ = 0, top_ = 0, bottom_ = 0;
@@ -564,12 +702,14 @@ void paintFoot(QPainter& painter, QPagedPaintDevice& device, const QTextDocument
                      QStringLiteral("Page %1 of %2").arg(page + 1).arg(pages));
 }
 
-// The report cut into pieces at its plain tables, each laid out for the device.
-std::vector<std::unique_ptr<Piece>> piecesOf(QTextDocument& doc, QPaintDevice& device,
-                                             qreal width) {
+// The report cut into pieces at its plain tables, each laid out for the device. Gives nothing
+// when a long table read in runs is not one this printing lays out itself.
+std::optional<std::vector<std::unique_ptr<Piece>>> piecesOf(QTextDocument& doc,
+                                                            QPaintDevice& device, qreal width) {
     const Scale px{device.logicalDpiY() / 96.0};
+    const auto* layout = dynamic_cast<const LayoutDocument*>(&doc);
     std::vector<std::unique_ptr<Piece>> pieces;
-    int from = -1, to = -1;
+    int from = -1, to = -1, tables = 0;
     qreal lead = 0;
     bool afterTable = false;
     const auto flow = [&] {
@@ -580,8 +720,17 @@ std::vector<std::unique_ptr<Piece>> piecesOf(QTextDocument& doc, QPaintDevice& d
     for (auto it = doc.rootFrame()->begin(); !it.atEnd(); ++it) {
         int start = 0, end = 0;
         if (QTextFrame* frame = it.currentFrame()) {
-            if (auto* table = qobject_cast<QTextTable*>(frame); table && plainTable(*table)) {
-                if (auto piece = std::make_unique<TablePiece>(*table, doc, px, width);
+            auto* table = qobject_cast<QTextTable*>(frame);
+            const bool inRuns = table && layout && layout->longTable == tables++;
+            std::vector<const QTextTable*> runs{table};
+            for (size_t r = 0; inRuns && r < layout->runs.size(); ++r) {
+                const QList<QTextFrame*> read = layout->runs[r]->rootFrame()->childFrames();
+                if (read.size() != 1 || !qobject_cast<QTextTable*>(read.front()))
+                    return std::nullopt;
+                runs.push_back(qobject_cast<QTextTable*>(read.front()));
+            }
+            if (table && plainTable(*table)) {
+                if (auto piece = std::make_unique<TablePiece>(runs, doc, px, width);
                     piece->plain()) {
                     flow();
                     pieces.push_back(std::move(piece));
@@ -589,6 +738,8 @@ std::vector<std::unique_ptr<Piece>> piecesOf(QTextDocument& doc, QPaintDevice& d
                     continue;
                 }
             }
+            if (inRuns)
+                return std::nullopt;
             afterTable = false;
             start = frame->firstPosition() - 1;
             end = frame->lastPosition() + 1;
@@ -640,17 +791,42 @@ std::unique_ptr<QTextDocument> makeDocument(const QString& html, Messenger* mess
     auto doc = std::make_unique<LayoutDocument>();
     doc->setDocumentLayout(new ContentOnly(doc.get()));
     setUpDocument(*doc);
-    doc->setHtml(html);
+    const std::optional<LongTable> table = longTableOf(html);
+    if (!table || qsizetype(table->rows.size()) <= kRunRows) {
+        doc->setHtml(html);
+    } else {
+        const std::vector<qsizetype>& rows = table->rows;
+        doc->html = qCompress(html.toUtf8(), 1);
+        doc->longTable = table->index;
+        doc->setHtml(html.left(rows[kRunRows]) + html.mid(table->close));
+        // Each further run: the head, the table's opening and heading, and its rows.
+        const QString head =
+            html.left(table->bodyEnd) + html.mid(table->open, rows[0] - table->open);
+        for (size_t first = kRunRows; first < rows.size(); first += kRunRows) {
+            const qsizetype end =
+                first + kRunRows < rows.size() ? rows[first + kRunRows] : table->close;
+            auto* run = new LayoutDocument(doc.get(), doc.get());
+            run->setDocumentLayout(new ContentOnly(run));
+            setUpDocument(*run);
+            run->setHtml(head + html.mid(rows[first], end - rows[first]) +
+                         QLatin1String("</table></body></html>"));
+            doc->runs.push_back(run);
+        }
+    }
     // The HTML reader keeps no <meta> but the title, so the page's orientation is read here.
     static const QRegularExpression landscape(
         QStringLiteral("<meta\\s+name=\"orientation\"\\s+content=\"landscape\""),
         QRegularExpression::CaseInsensitiveOption);
     doc->setProperty(landscapeProperty, landscape.match(html).hasMatch());
     // Every picture is looked up now, so what is left out is told once, before the pages.
-    for (QTextBlock b = doc->begin(); b.isValid(); b = b.next())
-        for (auto it = b.begin(); !it.atEnd(); ++it)
-            if (const QTextCharFormat f = it.fragment().charFormat(); f.isImageFormat())
-                doc->resource(QTextDocument::ImageResource, QUrl(f.toImageFormat().name()));
+    std::vector<const LayoutDocument*> parts{doc.get()};
+    for (const LayoutDocument* run : doc->runs)
+        parts.push_back(run);
+    for (const LayoutDocument* part : parts)
+        for (QTextBlock b = part->begin(); b.isValid(); b = b.next())
+            for (auto it = b.begin(); !it.atEnd(); ++it)
+                if (const QTextCharFormat f = it.fragment().charFormat(); f.isImageFormat())
+                    part->resource(QTextDocument::ImageResource, QUrl(f.toImageFormat().name()));
     if (messages && !doc->leftOut.isEmpty())
         messages->say(QStringLiteral("Left out of the report: %1. A layout shows only pictures "
                                      "in the layouts folder or written into the layout, of at "
@@ -681,10 +857,24 @@ int printDocument(QTextDocument& doc, QPagedPaintDevice& device) {
         painter.end();
         return pages;
     }
-    content->setPaintDevice(&device); // the cells' fonts are measured for the device
-    const auto pieces = piecesOf(doc, device, body.width());
-    const auto pages = paginate(pieces, body.height());
+    auto* layoutDoc = dynamic_cast<LayoutDocument*>(&doc);
+    const auto runs = [&](const std::function<void(LayoutDocument&)>& each) {
+        if (layoutDoc)
+            for (LayoutDocument* run : layoutDoc->runs)
+                each(*run);
+    };
+    // The cells' fonts are measured for the device.
+    content->setPaintDevice(&device);
+    runs([&](LayoutDocument& run) { run.documentLayout()->setPaintDevice(&device); });
+    auto pieces = piecesOf(doc, device, body.width());
+    if (!pieces) {
+        layoutDoc->makeWhole();
+        pieces = piecesOf(doc, device, body.width());
+    }
+    const auto pages = paginate(*pieces, body.height());
     if (pages.empty()) {
+        if (layoutDoc)
+            layoutDoc->makeWhole();
         const int count = printWhole(doc, device, painter, body, foot);
         painter.end();
         return count;
@@ -709,6 +899,7 @@ int printDocument(QTextDocument& doc, QPagedPaintDevice& device) {
     // The laid-out lines of every cell go with a new layout; the next printing lays them out
     // again for its own device.
     doc.setDocumentLayout(new ContentOnly(&doc));
+    runs([](LayoutDocument& run) { run.setDocumentLayout(new ContentOnly(&run)); });
     return count;
 }
 

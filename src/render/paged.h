@@ -19,10 +19,12 @@ inline constexpr qsizetype kLargestPicture = 10 * 1024 * 1024;
 
 // The document of a rendered layout (its <title> becomes the document's title). It holds the
 // report's text and formats but is laid out only by printDocument, page by page: ask that for
-// pages, not the document. A layout too wide for a portrait page says so in its head with
-// <meta name="orientation" content="landscape">. It shows pictures only from the layouts
-// folders or written into the layout (data: URIs), each of at most kLargestPicture; what else a
-// layout names is left out unread, and `messages` is told once, naming it.
+// pages, not the document. Of a long table it holds the first rows itself and the rest in runs
+// beside it, so its own text ends early; printDocument prints every row. A layout too wide for a
+// portrait page says so in its head with <meta name="orientation" content="landscape">. It shows
+// pictures only from the layouts folders or written into the layout (data: URIs), each of at most
+// kLargestPicture; what else a layout names is left out unread, and `messages` is told once, naming
+// it.
 std::unique_ptr<QTextDocument> makeDocument(const QString& html, Messenger* messages = nullptr);
 // Whether the document's layout asked for a landscape page.
 bool isLandscape(const QTextDocument& doc);

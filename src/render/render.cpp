@@ -13,10 +13,13 @@
 #include <QMetaType>
 #include <QRegularExpression>
 #include <QSqlField>
+#include <QStringDecoder>
+#include <QUuid>
 
 #include <kainjow/mustache.hpp>
 
 #include <algorithm>
+#include <cctype>
 #include <functional>
 #include <optional>
 
@@ -226,58 +229,157 @@ void addEstimationLine(mu::data& o, const Row& r, bool feet, int line) {
     o["signed_qty_q"] = val(quantity(ded ? -qty : qty));
 }
 
-// The rows in runs of one group number, as the fill numbered them. Every line knows its item's
-// serial, whether it opens or closes its item, and the line that closes an item also carries
-// the net quantity of the item's lines, so a layout can print a long bill from `rows` alone.
-// `groups` (built only for a layout that names it) holds each item once: its first row's columns
-// (item number, description, unit, rate), its lines, its last row as `last` (where the net pass
-// leaves the item's figures), the sums of its rows as `total` and its net quantity.
-void addEstimation(mu::data& ctx, const Rows& rows, const Columns& c, bool feet, bool wantGroups) {
-    mu::data list{mu::data::type::list};
-    mu::data groups{mu::data::type::list};
-    double amount = 0, electrical = 0, plumbing = 0;
+// Each row's context in turn, made as the layout writes it.
+using RowSink = std::function<void(const mu::data&)>;
+using RowSource = std::function<void(const RowSink&)>;
+
+// The text of the rows sections, kept aside: the template copies what a section gives into the
+// line it stands on, and that line into its output, which a bill of 200,000 lines took 170 MB
+// more for. A section gives a marker of its text instead, replaced as the report's text is made.
+struct Aside {
+    std::string marker = "\x02rows-" + QUuid::createUuid().toString(QUuid::Id128).toStdString();
+    std::vector<std::string> texts;
+
+    // The section's text, or its marker.
+    std::string put(std::string text) {
+        if (std::all_of(text.begin(), text.end(), [](char c) { return std::isspace(uchar(c)); }))
+            return text; // a line of nothing but blanks is left out as it would be
+        texts.push_back(std::move(text));
+        return marker + std::to_string(texts.size() - 1) + '\x03';
+    }
+    // The report's text from the template's output in parts, each text put in place of its
+    // marker.
+    QString html(std::vector<std::string>& parts) {
+        size_t bytes = 0;
+        for (const std::string& part : parts)
+            bytes += part.size();
+        for (const std::string& text : texts)
+            bytes += text.size();
+        QString html(qsizetype(bytes), Qt::Uninitialized); // UTF-8 takes no fewer units
+        QChar* out = html.data();
+        QStringDecoder utf8(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom);
+        const auto add = [&](std::string_view text) {
+            out = utf8.appendToBuffer(out, QByteArrayView(text.data(), qsizetype(text.size())));
+        };
+        for (std::string& part : parts) {
+            const std::string_view all = part;
+            size_t at = 0;
+            for (size_t m = all.find(marker); m != std::string::npos; m = all.find(marker, at)) {
+                add(all.substr(at, m - at));
+                const size_t end = all.find('\x03', m);
+                std::string& text = texts[std::stoul(
+                    std::string(all.substr(m + marker.size(), end - m - marker.size())))];
+                add(text);
+                std::string().swap(text);
+                at = end + 1;
+            }
+            add(all.substr(at));
+            std::string().swap(part);
+        }
+        html.truncate(out - html.constData());
+        return html;
+    }
+};
+
+// A list of rows the layout's {{#rows}} section walks as it is written: each row's context is
+// made, written and let go. Held all at once they took some 9 KB a row, gigabytes on a bill of
+// 200,000 lines. A row looks up what it does not hold in the report's own context.
+mu::data rowsAsWritten(const Rows& rows, const mu::data& report, Aside& aside, RowSource source) {
+    if (rows.empty())
+        return mu::data{mu::data::type::list};
+    return mu::data(mu::lambda2([&report, &aside, source = std::move(source)](
+                                    const std::string& text, const mu::renderer&) {
+        // The section's text starts after its opening tag; a tag on a line of its own
+        // leaves no line behind, as in any other section.
+        const size_t start = text.starts_with("\r\n") ? 2 : text.starts_with('\n') ? 1 : 0;
+        mu::mustache section(text.substr(start));
+        std::string out;
+        source([&](const mu::data& row) {
+            mu::context<std::string> lookup(&report);
+            lookup.push(&row);
+            out += section.render(lookup);
+        });
+        // ... and the line its closing tag stands on ends the last row's line.
+        if (start > 0 && text.ends_with('\n') && out.ends_with('\n'))
+            out.resize(out.size() - (out.ends_with("\r\n") ? 2 : 1));
+        return aside.put(std::move(out));
+    }));
+}
+
+// The rows in runs of one group number, as the fill numbered them: each item's first and
+// past-the-last row, its serial and the sums of its rows.
+void forEachItem(const Rows& rows, const Columns& c,
+                 const std::function<void(size_t, size_t, int, const Sums&)>& item) {
     int serial = 0;
     for (size_t begin = 0; begin < rows.size();) {
         const QVariant key = rows[begin].value(QStringLiteral("tw_recordkey"));
         size_t end = begin;
         while (end < rows.size() && rows[end].value(QStringLiteral("tw_recordkey")) == key)
             ++end;
-        ++serial;
         Sums sums(c);
         for (size_t i = begin; i < end; ++i)
             sums.add(rows[i]);
-        const double netQty = sums[QStringLiteral("ndamt")] - sums[QStringLiteral("Damt")];
-        mu::data lines{mu::data::type::list};
-        for (size_t i = begin; i < end; ++i) {
-            mu::data line = rowObject(rows[i], c);
-            addEstimationLine(line, rows[i], feet, int(i - begin + 1));
-            line["serial"] = mu::data(std::to_string(serial));
-            line["is_first"] = mu::data(i == begin);
-            line["is_last"] = mu::data(i + 1 == end);
-            if (i + 1 == end)
-                putFigure(line, "net_qty", netQty);
-            if (wantGroups)
-                lines.push_back(line);
-            list.push_back(line);
-        }
+        item(begin, end, ++serial, sums);
+        begin = end;
+    }
+}
+
+double netQuantity(const Sums& sums) {
+    return sums[QStringLiteral("ndamt")] - sums[QStringLiteral("Damt")];
+}
+
+// Every line of an item, as `rows` and a group's `rows` show it.
+void estimationLines(const Rows& rows, const Columns& c, bool feet, size_t begin, size_t end,
+                     int serial, const Sums& sums, const RowSink& sink) {
+    for (size_t i = begin; i < end; ++i) {
+        mu::data line = rowObject(rows[i], c);
+        addEstimationLine(line, rows[i], feet, int(i - begin + 1));
+        line["serial"] = mu::data(std::to_string(serial));
+        line["is_first"] = mu::data(i == begin);
+        line["is_last"] = mu::data(i + 1 == end);
+        if (i + 1 == end)
+            putFigure(line, "net_qty", netQuantity(sums));
+        sink(line);
+    }
+}
+
+// Every line knows its item's serial, whether it opens or closes its item, and the line that
+// closes an item also carries the net quantity of the item's lines, so a layout can print a long
+// bill from `rows` alone. `groups` (built only for a layout that names it) holds each item once:
+// its first row's columns (item number, description, unit, rate), its lines, its last row as
+// `last` (where the net pass leaves the item's figures), the sums of its rows as `total` and its
+// net quantity.
+void addEstimation(mu::data& ctx, Aside& aside, const Rows& rows, const Columns& c, bool feet,
+                   bool wantGroups) {
+    mu::data groups{mu::data::type::list};
+    double amount = 0, electrical = 0, plumbing = 0;
+    int count = 0;
+    forEachItem(rows, c, [&](size_t begin, size_t end, int serial, const Sums& sums) {
         const Row& last = rows[end - 1];
         if (wantGroups) {
+            mu::data lines{mu::data::type::list};
+            estimationLines(rows, c, feet, begin, end, serial, sums,
+                            [&](const mu::data& line) { lines.push_back(line); });
             mu::data group = rowObject(rows[begin], c);
             group["serial"] = mu::data(std::to_string(serial));
             group["rows"] = std::move(lines);
             group["last"] = rowObject(last, c);
             group["total"] = sums.object();
-            putFigure(group, "net_qty", netQty);
+            putFigure(group, "net_qty", netQuantity(sums));
             groups.push_back(group);
         }
         amount += figure(last.value(QStringLiteral("net_amt")));
         electrical += figure(last.value(QStringLiteral("ewp_amt")));
         plumbing += figure(last.value(QStringLiteral("wws_amt")));
-        begin = end;
-    }
-    ctx["rows"] = std::move(list);
+        count = serial;
+    });
+    ctx["rows"] = rowsAsWritten(rows, ctx, aside, [&rows, &c, feet](const RowSink& sink) {
+        forEachItem(rows, c, [&](size_t begin, size_t end, int serial, const Sums& sums) {
+            estimationLines(rows, c, feet, begin, end, serial, sums, sink);
+        });
+    });
     ctx["groups"] = std::move(groups);
-    ctx["item_count"] = mu::data(std::to_string(serial));
+    ctx["item_count"] = mu::data(std::to_string(count));
     // The items' own figures, from the last row of each group: the bottom lines of an abstract
     // estimate and a final bill.
     mu::data items;
@@ -292,31 +394,27 @@ void addEstimation(mu::data& ctx, const Rows& rows, const Columns& c, bool feet,
 
 // Each bar line with its length as entered and its weight (total length x weight per unit), and
 // the weight by diameter, thinnest bar first.
-void addReinforcement(mu::data& ctx, const Rows& rows, const Columns& c, bool feet) {
+double barWeight(const Row& r) {
+    return r.number(QStringLiteral("tw_total_length")) *
+           r.number(QStringLiteral("tw_weight_per_unit"));
+}
+
+void addReinforcement(mu::data& ctx, Aside& aside, const Rows& rows, const Columns& c, bool feet) {
     struct Diameter {
         QString name;
         double bars = 0, length = 0, weight = 0;
     };
     std::vector<Diameter> byDiameter;
-    mu::data list{mu::data::type::list};
     double totalWeight = 0;
-    int serial = 0;
     for (const Row& r : rows) {
-        mu::data o = rowObject(r, c);
-        const double length = r.number(QStringLiteral("tw_total_length"));
-        const double weight = length * r.number(QStringLiteral("tw_weight_per_unit"));
-        o["serial"] = mu::data(std::to_string(++serial));
-        o["length"] = val(barLengthText(r.number(QStringLiteral("tw_length_ft")),
-                                        r.number(QStringLiteral("tw_length_inches")), feet));
-        putFigure(o, "weight", weight);
-        list.push_back(o);
+        const double weight = barWeight(r);
         const QString dia = r.text(QStringLiteral("tw_diameter"));
         auto it = std::find_if(byDiameter.begin(), byDiameter.end(),
                                [&](const Diameter& d) { return d.name == dia; });
         if (it == byDiameter.end())
             it = byDiameter.insert(byDiameter.end(), Diameter{dia});
         it->bars += r.number(QStringLiteral("tw_length_qty"));
-        it->length += length;
+        it->length += r.number(QStringLiteral("tw_total_length"));
         it->weight += weight;
         totalWeight += weight;
     }
@@ -333,21 +431,31 @@ void addReinforcement(mu::data& ctx, const Rows& rows, const Columns& c, bool fe
         putFigure(o, "weight", d.weight);
         diameters.push_back(o);
     }
-    ctx["rows"] = std::move(list);
+    ctx["rows"] = rowsAsWritten(rows, ctx, aside, [&rows, &c, feet](const RowSink& sink) {
+        int serial = 0;
+        for (const Row& r : rows) {
+            mu::data o = rowObject(r, c);
+            o["serial"] = mu::data(std::to_string(++serial));
+            o["length"] = val(barLengthText(r.number(QStringLiteral("tw_length_ft")),
+                                            r.number(QStringLiteral("tw_length_inches")), feet));
+            putFigure(o, "weight", barWeight(r));
+            sink(o);
+        }
+    });
     ctx["diameters"] = std::move(diameters);
     putFigure(ctx, "total_weight", totalWeight);
 }
 
 // Rows as they stand, numbered from 1.
-void addPlainRows(mu::data& ctx, const Rows& rows, const Columns& c) {
-    mu::data list{mu::data::type::list};
-    int serial = 0;
-    for (const Row& r : rows) {
-        mu::data o = rowObject(r, c);
-        o["serial"] = mu::data(std::to_string(++serial));
-        list.push_back(o);
-    }
-    ctx["rows"] = std::move(list);
+void addPlainRows(mu::data& ctx, Aside& aside, const Rows& rows, const Columns& c) {
+    ctx["rows"] = rowsAsWritten(rows, ctx, aside, [&rows, &c](const RowSink& sink) {
+        int serial = 0;
+        for (const Row& r : rows) {
+            mu::data o = rowObject(r, c);
+            o["serial"] = mu::data(std::to_string(++serial));
+            sink(o);
+        }
+    });
 }
 
 // ---- the running bill --------------------------------------------------------------------
@@ -512,6 +620,50 @@ QString addPartials(mu::data& ctx, const QString& layout, const QString& text) {
     return texts;
 }
 
+// The rows a layout is rendered over. Of a working table only the columns the layout names and
+// those the rows' own figures are made from are read: every column of a bill of 200,000 lines
+// held some 400 MB, nearly all of it never printed.
+Rows rowsOf(const ReportInput& in, const ReportRun& run, const ConClass& con,
+            const std::function<bool(const QString&)>& named) {
+    // What each context reads of a row besides what the layout names.
+    QString own = QStringLiteral("tw_units");
+    switch (in.context) {
+    case Context::Estimate:
+        own += QStringLiteral(" tw_recordkey test tw_item_narration tw_item_narration_d Shape "
+                              "tw_cal_Area ndamt Damt net_amt ewp_amt wws_amt");
+        for (int i = 1; i <= 4; ++i)
+            own += QStringLiteral(" tw_dim%1 tw_dim%1_inches").arg(i);
+        break;
+    case Context::Reinforcement:
+        own += QStringLiteral(" tw_diameter tw_length_qty tw_total_length tw_weight_per_unit "
+                              "tw_length_ft tw_length_inches");
+        break;
+    case Context::RunningBill:
+        own += QStringLiteral(" tw_now_amt tw_dedn tw_unit");
+        break;
+    case Context::BillsRaised:
+        own += QStringLiteral(" tw_pmnt tw_netamt tw_tdsamt tw_recamt tw_contract_num tw_bill_num");
+        break;
+    case Context::Record:
+    case Context::Plain:
+        break;
+    }
+    const QStringList ownColumns = own.split(u' ');
+    static const QRegularExpression plainName(QStringLiteral("^[A-Za-z_][A-Za-z0-9_]*$"));
+    if (in.workingTable.isEmpty() || in.context == Context::Record)
+        return layoutRows(in.workingTable, in.parameters, run, con).rows;
+    QStringList columns;
+    for (const QString& c : con.columns(in.workingTable)) {
+        if (!plainName.match(c).hasMatch())
+            return layoutRows(in.workingTable, in.parameters, run, con).rows;
+        if (named(c) || ownColumns.contains(c, Qt::CaseInsensitive))
+            columns << c;
+    }
+    if (columns.isEmpty())
+        return layoutRows(in.workingTable, in.parameters, run, con).rows;
+    return con.keyedColumns(in.workingTable, columns, {}, {});
+}
+
 } // namespace
 
 QString layoutFile(const QString& name) {
@@ -557,7 +709,7 @@ QString renderHtml(const ReportInput& in, const ConClass& con) {
     ctx["to"] = val(dateText(run.toDate));
     ctx["today"] = val(dateText(QDate::currentDate()));
 
-    const Rows rows = layoutRows(in.workingTable, in.parameters, run, con).rows;
+    Rows rows = rowsOf(in, run, con, uses);
     if (in.context == Context::Record && !rows.empty())
         ctx["record"] = recordObject(rows.front());
 
@@ -573,12 +725,13 @@ QString renderHtml(const ReportInput& in, const ConClass& con) {
     ctx["part_unit"] = mu::data(feet ? "in" : "cm");
 
     const Columns columns(rows, uses);
+    Aside aside;
     switch (in.context) {
     case Context::Estimate:
-        addEstimation(ctx, rows, columns, feet, uses(QStringLiteral("groups")));
+        addEstimation(ctx, aside, rows, columns, feet, uses(QStringLiteral("groups")));
         break;
     case Context::Reinforcement:
-        addReinforcement(ctx, rows, columns, feet);
+        addReinforcement(ctx, aside, rows, columns, feet);
         break;
     case Context::RunningBill:
         addAbstractBill(ctx, rows, columns, run, con);
@@ -588,7 +741,7 @@ QString renderHtml(const ReportInput& in, const ConClass& con) {
         break;
     case Context::Record:
     case Context::Plain:
-        addPlainRows(ctx, rows, columns);
+        addPlainRows(ctx, aside, rows, columns);
         break;
     }
     Sums all(columns);
@@ -598,7 +751,13 @@ QString renderHtml(const ReportInput& in, const ConClass& con) {
     ctx["row_count"] = mu::data(std::to_string(rows.size()));
     ctx["has_rows"] = mu::data(!rows.empty());
 
-    return QString::fromStdString(tmpl.render(ctx));
+    std::vector<std::string> parts;
+    tmpl.render(ctx, [&parts](const std::string& part) {
+        if (!part.empty())
+            parts.push_back(part);
+    });
+    Rows().swap(rows); // written: they make room for the text
+    return aside.html(parts);
 }
 
 QString renderHtml(const ReportType& type, const ReportRun& run, const ConClass& con) {

@@ -199,6 +199,13 @@ public:
     // After the commit: a new file is checked as any file from outside, and only then takes
     // the database's name.
     void finish() {
+        if (session_) {
+            // The server plans its reads by what it knows of each table's rows, and it learns
+            // that of freshly copied books only when its upkeep comes round: without this, the
+            // first reports walk a project's lines through an index in place of one scan.
+            prepared(db(), QStringLiteral("analyze"), {});
+            return;
+        }
         if (!file_)
             return;
         db().close();

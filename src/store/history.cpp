@@ -518,12 +518,38 @@ QString serverObjectDiffers(const QString& kind, const QString& name, const QStr
 }
 
 void nameWriter(const QSqlDatabase& db) {
-    run(db, QStringLiteral("insert into history_actor (tw_who, tw_computer) values (?, ?)"),
+    // The file's write lock first, as a write that touches no row takes it, waiting for another
+    // writer: a transaction that read first could not wait for one.
+    run(db, QStringLiteral("update main.history_actor set tw_who = tw_who where 0"));
+    run(db, QStringLiteral("delete from temp.tw_writer"));
+    run(db, QStringLiteral("insert into temp.tw_writer (tw_who, tw_computer) values (?, ?)"),
         {user(), computer()});
 }
 
 void clearWriter(const QSqlDatabase& db) {
-    run(db, QStringLiteral("delete from history_actor"));
+    // Even a delete that finds no row would write the file.
+    if (prepared(db, QStringLiteral("select 1 from main.history_actor"), {}).next())
+        run(db, QStringLiteral("delete from main.history_actor"));
+}
+
+void watchLocal(const QSqlDatabase& db) {
+    run(db, QStringLiteral("create temp table if not exists tw_writer (tw_who TEXT, tw_computer "
+                           "TEXT)"));
+    QStringList names;
+    QSqlQuery tables = prepared(
+        db, QStringLiteral("select name from main.sqlite_master where type = 'table'"), {});
+    while (tables.next())
+        if (isRecorded(tables.value(0).toString()))
+            names << tables.value(0).toString();
+    // Unqualified names in a temporary trigger are found in the connection's temporary tables
+    // first, then in the file.
+    for (const QString& name : names)
+        for (const char* event : {"INSERT", "UPDATE", "DELETE"})
+            run(db, QStringLiteral("create temp trigger if not exists %1 before %2 on %3 begin "
+                                   "insert into %4 select tw_who, tw_computer from tw_writer "
+                                   "where not exists (select 1 from %4); end")
+                        .arg(quoted(QStringLiteral("tw_writer_%1_%2").arg(name, event)),
+                             QLatin1String(event), quoted(name), actorTable));
 }
 
 } // namespace tw::history

@@ -93,10 +93,16 @@ QString ownerOf(const QString& object);
 void ensureLocal(QSqlDatabase db);
 // Names the program's user and computer as the writer of the transaction that has begun on
 // `db`, and clears the name again before it commits: triggers cannot call into the program,
-// and writes are serialised, so the row names the one writer of the moment. A write by another
-// program finds it empty and is recorded with no user.
+// and writes are serialised, so the file's one-row table names the one writer of the moment. A
+// write by another program finds it empty and is recorded with no user. The name reaches that
+// table only with the transaction's first write to a recorded table, through triggers of the
+// connection's own (watchLocal), so that an action that writes nothing but its own temporary
+// tables (a report's working rows) leaves the file byte for byte as it was.
 void nameWriter(const QSqlDatabase& db);
 void clearWriter(const QSqlDatabase& db);
+// Makes the connection's own triggers that name the writer on every recorded table of the file
+// open on `db` that lacks them.
+void watchLocal(const QSqlDatabase& db);
 
 // ---- the server ----
 

@@ -5,6 +5,8 @@
 
 #include <QString>
 
+#include <vector>
+
 namespace tw {
 
 // Buttons and icons of a message; add one of each: OkCancel | Question.
@@ -59,6 +61,22 @@ protected:
 class ConsoleMessenger : public Messenger {
 protected:
     Answer show(const Message& m) override;
+};
+
+// Holds what it is told until release() passes it on, in order: a box waiting for its answer
+// then holds no lock of an action still under way. It takes no question, which could not wait:
+// one throws tw::Error.
+class HeldMessages : public Messenger {
+public:
+    explicit HeldMessages(Messenger& to) : to_(to) {}
+    void release();
+
+protected:
+    Answer show(const Message& m) override;
+
+private:
+    Messenger& to_;
+    std::vector<Message> held_;
 };
 
 } // namespace tw

@@ -6,6 +6,10 @@
 #include <QSqlDriver>
 #include <QUuid>
 
+#include <algorithm>
+#include <exception>
+#include <optional>
+
 #include <sqlite3.h>
 
 namespace tw {
@@ -90,21 +94,40 @@ struct RowWriter::File {
     ~File() { sqlite3_finalize(stmt); }
 };
 
+// The server's side: rows held until there are enough for one statement.
+struct RowWriter::Server {
+    // About this many values go in one statement: the statement's text grows with them.
+    static constexpr qsizetype valuesPerStatement = 2000;
+
+    Server(const ConClass& c, QString h, qsizetype columns)
+        : con(c), head(std::move(h)),
+          rowMarks(u'(' + QStringList(columns, QStringLiteral("?")).join(u',') + u')'),
+          rowsPerStatement(std::max<qsizetype>(1, valuesPerStatement / columns)) {}
+    QString sql(qsizetype rows) const { return head + QStringList(rows, rowMarks).join(u','); }
+
+    const ConClass& con;
+    const QString head; // "insert into t (a,b) values "
+    const QString rowMarks;
+    const qsizetype rowsPerStatement;
+    std::optional<Statement> full; // prepared once, for a statement of rowsPerStatement rows
+    QVariantList held;
+};
+
 RowWriter::RowWriter(const ConClass& con, const QString& table, const QStringList& columns)
-    : columns_(columns.size()) {
+    : columns_(columns.size()), exceptionsAtStart_(std::uncaught_exceptions()) {
     if (!con.db().isOpen())
         throw Error(QStringLiteral("Operation is not allowed when the object is closed."));
-    QStringList marks;
-    for (qsizetype i = 0; i < columns.size(); ++i)
-        marks << QStringLiteral("?");
     // The names as they are spelled, unquoted: the server folds them as it folds every statement.
-    const QString sql = QStringLiteral("insert into %1 (%2) values (%3)")
-                            .arg(table, columns.join(u','), marks.join(u','));
+    const QString head =
+        QStringLiteral("insert into %1 (%2) values ").arg(table, columns.join(u','));
     sqlite3* db = server::isServer(con.db()) ? nullptr : fileHandle(con.db());
     if (!db) {
-        server_.emplace(con, sql);
+        server_ = std::make_unique<Server>(con, head, columns_);
+        // A statement the store refuses is refused now, before any row is taken.
+        Statement(con, server_->sql(1));
         return;
     }
+    const QString sql = head + u'(' + QStringList(columns_, QStringLiteral("?")).join(u',') + u')';
     file_ = std::make_unique<File>();
     file_->db = db;
     const QByteArray text = sql.toUtf8();
@@ -113,12 +136,26 @@ RowWriter::RowWriter(const ConClass& con, const QString& table, const QStringLis
         throw Error(failure(db, "Unable to execute statement"));
 }
 
-RowWriter::~RowWriter() = default;
+RowWriter::~RowWriter() noexcept(false) {
+    if (!server_ || server_->held.isEmpty())
+        return;
+    if (std::uncaught_exceptions() == exceptionsAtStart_) {
+        flush();
+        return;
+    }
+    try {
+        flush();
+    } catch (const Error&) {
+        // The exception on its way says what went wrong first.
+    }
+}
 
 void RowWriter::add(const QVariantList& values) {
     Q_ASSERT(values.size() == columns_);
     if (server_) {
-        server_->run(values);
+        server_->held.append(values);
+        if (server_->held.size() >= server_->rowsPerStatement * columns_)
+            flush();
         return;
     }
     sqlite3_stmt* stmt = file_->stmt;
@@ -131,6 +168,30 @@ void RowWriter::add(const QVariantList& values) {
         throw Error(text);
     }
     sqlite3_reset(stmt);
+}
+
+void RowWriter::flush() {
+    if (!server_ || server_->held.isEmpty())
+        return;
+    Server& s = *server_;
+    QVariantList values;
+    values.swap(s.held);
+    const qsizetype rows = values.size() / columns_;
+    try {
+        if (rows == s.rowsPerStatement) {
+            if (!s.full)
+                s.full.emplace(s.con, s.sql(rows));
+            s.full->run(values);
+        } else {
+            Statement(s.con, s.sql(rows)).run(values);
+        }
+    } catch (const Error&) {
+        // The statement is undone whole. Written one at a time, the rows before the one the
+        // store refuses stay, and the failure is that row's, as when every row was its own.
+        Statement one(s.con, s.sql(1));
+        for (qsizetype r = 0; r < rows; ++r)
+            one.run(values.mid(r * columns_, columns_));
+    }
 }
 
 } // namespace tw

@@ -10,7 +10,6 @@
 #include <QVariantList>
 
 #include <memory>
-#include <optional>
 
 namespace tw {
 
@@ -19,18 +18,28 @@ public:
     // Prepares the insert of `columns` into `table`; throws tw::Error when the connection is
     // closed or the store refuses the statement.
     RowWriter(const ConClass& con, const QString& table, const QStringList& columns);
-    ~RowWriter();
+    // Writes the rows still held (see add). When an exception is already on its way the rows
+    // are written all the same, as row by row they would have been, and a failure to write
+    // them is left unsaid; otherwise it is thrown.
+    ~RowWriter() noexcept(false);
     RowWriter(const RowWriter&) = delete;
     RowWriter& operator=(const RowWriter&) = delete;
     // Writes one row; `values` are in the order of the columns and are stored as a Qt statement
-    // would store them. Throws tw::Error with the store's text.
+    // would store them. Throws tw::Error with the store's text. On a server the rows are held
+    // and sent many to a statement (each statement is a round trip), so they are in the table
+    // once flush() has run or the writer is gone.
     void add(const QVariantList& values);
+    // Writes the rows held. Throws tw::Error with the text of the first row the store refuses,
+    // the rows before it written.
+    void flush();
 
 private:
     struct File;
+    struct Server;
     std::unique_ptr<File> file_;
-    std::optional<Statement> server_;
+    std::unique_ptr<Server> server_;
     qsizetype columns_;
+    int exceptionsAtStart_;
 };
 
 } // namespace tw

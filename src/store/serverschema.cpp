@@ -11,6 +11,7 @@
 #include <QSqlQuery>
 #include <QVariant>
 
+#include <algorithm>
 #include <mutex>
 #include <set>
 
@@ -87,8 +88,10 @@ std::vector<QStringList> query(const QSqlDatabase& db, const QString& sql,
 
 const QString versionMark = QStringLiteral("Tallywright format %1");
 
-// The objects of the database's working schema that no extension brought, each as kind, name
-// and the table it belongs to.
+// The objects of the database's working schema that no extension brought, each as kind, name,
+// the table it belongs to, its relkind and, for an index, what it is: "key" for a table's
+// primary key, otherwise its columns in order (an index that is unique, partial or on an
+// expression has "other", so that only a plain index on plain columns passes as the program's).
 const QString objectsSql = QStringLiteral(R"(
 select case c.relkind when 'r' then 'table' when 'S' then 'sequence' when 'i' then 'index'
          when 'v' then 'view' when 'm' then 'view' when 'p' then 'table' when 'f' then 'table'
@@ -96,30 +99,40 @@ select case c.relkind when 'r' then 'table' when 'S' then 'sequence' when 'i' th
        c.relname,
        coalesce(
          (select t.relname from pg_index x join pg_class t on t.oid = x.indrelid
-           where x.indexrelid = c.oid and x.indisprimary),
+           where x.indexrelid = c.oid),
          (select t.relname from pg_depend d join pg_class t on t.oid = d.refobjid
            where d.objid = c.oid and d.classid = 'pg_class'::regclass and d.deptype in ('i', 'a')
              and d.refclassid = 'pg_class'::regclass and c.relkind = 'S'), ''),
-       c.relkind
+       c.relkind,
+       coalesce(
+         (select case when x.indisprimary then 'key'
+                      when x.indisunique or x.indpred is not null or x.indexprs is not null
+                        or am.amname <> 'btree' then 'other'
+                      else (select string_agg(a.attname, ',' order by k.n)
+                              from unnest(x.indkey) with ordinality k(attnum, n)
+                              join pg_attribute a on a.attrelid = x.indrelid
+                                                 and a.attnum = k.attnum) end
+            from pg_index x join pg_am am on am.oid = c.relam
+           where x.indexrelid = c.oid), '')
   from pg_class c
  where c.relnamespace = current_schema()::regnamespace
    and not exists (select 1 from pg_depend e where e.classid = 'pg_class'::regclass
                     and e.objid = c.oid and e.deptype = 'e')
 union all
-select 'trigger', t.tgname, c.relname, '' from pg_trigger t join pg_class c on c.oid = t.tgrelid
+select 'trigger', t.tgname, c.relname, '', '' from pg_trigger t join pg_class c on c.oid = t.tgrelid
  where c.relnamespace = current_schema()::regnamespace and not t.tgisinternal
 union all
-select 'rule', r.rulename, c.relname, '' from pg_rewrite r join pg_class c on c.oid = r.ev_class
+select 'rule', r.rulename, c.relname, '', '' from pg_rewrite r join pg_class c on c.oid = r.ev_class
  where c.relnamespace = current_schema()::regnamespace and r.rulename <> '_RETURN'
 union all
-select 'policy', p.polname, c.relname, '' from pg_policy p join pg_class c on c.oid = p.polrelid
+select 'policy', p.polname, c.relname, '', '' from pg_policy p join pg_class c on c.oid = p.polrelid
  where c.relnamespace = current_schema()::regnamespace
 union all
-select 'constraint', k.conname, c.relname, '' from pg_constraint k
+select 'constraint', k.conname, c.relname, '', '' from pg_constraint k
   join pg_class c on c.oid = k.conrelid
  where c.relnamespace = current_schema()::regnamespace and k.contype not in ('p', 'n')
 union all
-select 'function', p.proname, '', '' from pg_proc p
+select 'function', p.proname, '', '', '' from pg_proc p
  where p.pronamespace = current_schema()::regnamespace
    and not exists (select 1 from pg_depend e where e.classid = 'pg_proc'::regclass
                     and e.objid = p.oid and e.deptype = 'e')
@@ -148,6 +161,35 @@ QStringList expectedColumns(const Table& t) {
     if (!hasOwnKey(t.columns))
         out << server::hiddenIdentity + QStringLiteral(" bigint identity");
     return out;
+}
+
+// Whether `name` on `table` with `columns` ("a,b") is one of the program's indexes.
+bool ourIndex(const QString& name, const QString& table, const QString& columns) {
+    return std::any_of(indexes().begin(), indexes().end(), [&](const Index& i) {
+        return name == i.name.toLower() && table == i.table.toLower() &&
+               columns == i.columns.join(u',').toLower();
+    });
+}
+
+// The program's indexes the database lacks.
+std::vector<const Index*> missingServerIndexes(const QSqlDatabase& db) {
+    std::vector<const Index*> missing;
+    for (const Index& i : indexes())
+        if (query(db,
+                  QStringLiteral("select 1 from pg_class where relname = ? and relkind = 'i' and "
+                                 "relnamespace = current_schema()::regnamespace"),
+                  {i.name.toLower()})
+                .empty())
+            missing.push_back(&i);
+    return missing;
+}
+
+QString serverIndexStatement(const Index& index) {
+    QStringList columns;
+    for (const QString& c : index.columns)
+        columns << quotedName(c);
+    return QStringLiteral("create index %1 on %2 (%3)")
+        .arg(quotedName(index.name), quotedName(index.table), columns.join(QStringLiteral(", ")));
 }
 
 QString withArticle(const QString& kind) {
@@ -190,7 +232,8 @@ ServerState inspectServer(const QSqlDatabase& db) {
     for (const QStringList& o : objects) {
         const QString &kind = o[0], &name = o[1], &owner = o[2];
         // A key or an identity's sequence belongs to the table it serves.
-        if ((kind == QLatin1String("index") || kind == QLatin1String("sequence")) &&
+        if (((kind == QLatin1String("index") && o[4] == QLatin1String("key")) ||
+             kind == QLatin1String("sequence")) &&
             !owner.isEmpty() && tablesSeen.count(owner))
             continue;
         if (history::isServerObject(kind, name)) {
@@ -212,6 +255,8 @@ ServerState inspectServer(const QSqlDatabase& db) {
                 throw Error(notOurs(db, why));
             continue;
         }
+        if (kind == QLatin1String("index") && ourIndex(name, owner, o[4]))
+            continue;
         if (kind != QLatin1String("table") || o[3] != QLatin1String("r"))
             throw Error(notOurs(db, QStringLiteral("it holds %1 %2").arg(withArticle(kind), name)));
         QStringList columns;
@@ -273,6 +318,8 @@ void createServerTables(QSqlDatabase db, bool withSeed) {
         run(db, QStringLiteral("create extension %1").arg(caseExtension));
     for (const Table& t : tables())
         run(db, serverCreateStatement(t.name, t.columns));
+    for (const Index& i : indexes())
+        run(db, serverIndexStatement(i));
     if (withSeed)
         seed(db);
     // A copy of the books gets the history's triggers after its rows: copy-store makes them.
@@ -291,11 +338,26 @@ void ensureServer(QSqlDatabase db) {
     std::lock_guard<std::mutex> lock(mutex);
     if (checked.count(key))
         return;
-    if (inspectServer(db).version == 0) {
+    if (inspectServer(db).version == 0 || !missingServerIndexes(db).empty()) {
         if (!db.transaction())
             throw Error(server::lastError(db));
         try {
-            createServerTables(db, true);
+            // Two seats opening a new database at the same moment: the second waits here and
+            // then finds what the first made.
+            run(db, QStringLiteral("select pg_advisory_xact_lock(hashtext('tallywright schema'))"));
+            if (inspectServer(db).version == 0)
+                createServerTables(db, true);
+            else
+                // A database made before the program kept these indexes gets them from the
+                // first seat whose role owns the table; another role works on without them.
+                for (const Index* i : missingServerIndexes(db))
+                    if (!query(db,
+                               QStringLiteral("select 1 from pg_class where relname = ? and "
+                                              "relnamespace = current_schema()::regnamespace "
+                                              "and pg_has_role(relowner, 'USAGE')"),
+                               {i->table.toLower()})
+                             .empty())
+                        run(db, serverIndexStatement(*i));
         } catch (...) {
             db.rollback();
             throw;
@@ -303,7 +365,8 @@ void ensureServer(QSqlDatabase db) {
         if (!db.commit())
             throw Error(server::lastError(db));
         inspectServer(db);
-    } else if (inspectServer(db).version < currentVersion) {
+    }
+    if (inspectServer(db).version < currentVersion) {
         // Books of an older format get the history.
         if (!db.transaction())
             throw Error(server::lastError(db));

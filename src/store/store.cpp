@@ -19,6 +19,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <utility>
 
 #include <fcntl.h>
 #include <sodium.h>
@@ -113,6 +114,18 @@ const QString& defaultTitle() {
 
 Answer Messenger::say(const QString& text, int flags, const QString& title) {
     return show({text, flags, title.isEmpty() ? defaultTitle() : title});
+}
+
+void HeldMessages::release() {
+    for (const Message& m : std::exchange(held_, {}))
+        to_.say(m.text, m.flags, m.title);
+}
+
+Answer HeldMessages::show(const Message& m) {
+    if (buttonsOf(m.flags) != Ok)
+        throw Error(QStringLiteral("A report run cannot ask \"%1\" while it fills.").arg(m.text));
+    held_.push_back(m);
+    return Answer::Ok;
 }
 
 Answer ConsoleMessenger::show(const Message& m) {
@@ -372,6 +385,7 @@ void ConClass::conopen() {
         prepared(d, QStringLiteral("pragma journal_mode=DELETE"), {});
         prepared(d, QStringLiteral("pragma synchronous=FULL"), {});
         schema::ensure(d);
+        history::watchLocal(d);
     } catch (const Error& e) {
         d.close();
         QString text = e.text();
@@ -706,14 +720,15 @@ void Transaction::end(bool commit) {
     if (commit && !con_.onServer()) {
         try {
             history::clearWriter(db);
-            // An action that only read gives back the writer's row unwritten: the file stays
-            // byte for byte as it was.
+            // An action that only read has nothing to keep.
             const QStringList now = footprint(db);
-            if (now.mid(1) == begun_.mid(1) && now[0].toLongLong() == begun_[0].toLongLong() + 1)
+            if (now == begun_)
                 commit = false;
             // A project's schedule table made by the action is recorded from its first row on.
-            if (now[1] != begun_[1])
+            if (now[1] != begun_[1]) {
                 history::ensureLocal(db);
+                history::watchLocal(db);
+            }
         } catch (const Error& e) {
             ok = false;
             failure = e.text();

@@ -254,6 +254,11 @@ TEST_F(CliServer, BooksMoveToAServerAndBackUnchanged) {
         EXPECT_EQ(std::pair(h[0].action, h[1].action),
                   std::pair(QString("removed"), QString("added")));
         EXPECT_EQ(h[0].who, server.user);
+        // The server knows the copied rows when it plans its first reads of them.
+        EXPECT_EQ(con.first("select count(*) from pg_stat_user_tables where relname = "
+                            "'billmaster' and last_analyze is not null")
+                      ->text(0),
+                  QStringLiteral("1"));
     }
     for (const auto& [folder, from, to, says] :
          {std::tuple{one.path(), QStringLiteral("local"), urlOf(server), server.shown()},

@@ -126,6 +126,7 @@ TEST_F(FirstBill, TheGuidesStepsGiveTheGuidesFigures) {
             pick(reports->CmbdetCnum, in("name"));
             pick(reports->CmbBillnum, in("bill"));
             reports->Command4->click();
+            EXPECT_TRUE(twtest::waitUntil([&] { return !reports->running(); }));
             const QString text = reports->RptView->document()->toPlainText();
             reports->Cmdrepexit->click();
             return text;

@@ -274,8 +274,9 @@ TEST_F(Bill, FrozenBillIsReprintedAndItsRowKept) {
     EXPECT_EQ(billRow("RA-2"), "50 | 0 | 1 | " + today);
 }
 
-// A run that fails leaves the last bill and its row as they were: all of it or none.
-TEST_F(Bill, FailedRunWritesNothing) {
+// A run that fails, or is cancelled once its steps are done, leaves the last bill and its row
+// as they were: all of it or none.
+TEST_F(Bill, FailedOrCancelledRunWritesNothing) {
     school();
     line("RA-1", "1.1", 10);
     ReportRun run = runOn("RA-1");
@@ -287,6 +288,15 @@ TEST_F(Bill, FailedRunWritesNothing) {
     twtest::messages().clear();
     EXPECT_FALSE(generate(run));
     EXPECT_EQ(twtest::messages().texts(), std::vector<QString>{"Division by zero"});
+    EXPECT_EQ(lines(), before);
+    EXPECT_EQ(billRow("RA-1"), "250 | 0 | 5 | 02-04-2026");
+
+    db().exec("update Sch_master set tw_unit='10'");
+    twtest::messages().clear();
+    const ReportType& type = *findByCaption("Abstract Bill");
+    const int steps = int(type.formOf(run).steps.size());
+    EXPECT_FALSE(fill(type, run, db(), twtest::scripted(), [&](int step) { return step < steps; }));
+    EXPECT_EQ(twtest::messages().texts(), std::vector<QString>{});
     EXPECT_EQ(lines(), before);
     EXPECT_EQ(billRow("RA-1"), "250 | 0 | 5 | 02-04-2026");
 }

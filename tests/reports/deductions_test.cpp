@@ -3,13 +3,16 @@
 #include "support/fixtures.h"
 
 #include <QApplication>
+#include <QDir>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QMessageBox>
 #include <QProcess>
 #include <QTest>
 #include <QTimer>
 
 #include <functional>
+#include <optional>
 
 namespace {
 
@@ -60,6 +63,10 @@ protected:
         click("CmdAdToGrd");
     }
     tw::Rows stored() { return db().keyed("absbl_dedns"); }
+    void generate() {
+        click("Command4");
+        EXPECT_TRUE(twtest::waitUntil([&] { return !screen->running(); }));
+    }
     // Another project with a measured bill, which the command line reports on meanwhile.
     void otherSite() {
         db().insert("ContractMaster", {{"tw_contract_num", "OS-9"},
@@ -242,7 +249,7 @@ TEST_F(Deductions, SavingAnEmptyGridWritesNothingAndLeavesTheHourglass) {
     EXPECT_EQ(QApplication::overrideCursor()->shape(), Qt::WaitCursor);
     EXPECT_TRUE(stored().empty());
     // The next Generate puts the pointer back.
-    click("Command4");
+    generate();
     EXPECT_EQ(QApplication::overrideCursor(), nullptr);
 }
 
@@ -276,11 +283,79 @@ TEST_F(Deductions, ACommandLineWriteGoesThroughWhileAFillsBoxWaits) {
     twtest::pick(w.CmbdetCnum, "Hill View");
     twtest::pick(w.CmbBillnum, "RA-1");
     std::pair<int, qint64> written{-1, 0};
-    EXPECT_EQ(enterOnRealBoxes([&] { click("Command4"); }, [&] { written = otherSiteBill(); }),
+    EXPECT_EQ(enterOnRealBoxes([&] { generate(); }, [&] { written = otherSiteBill(); }),
               QStringList{"Abstract Estimate: No Details Found"});
     EXPECT_EQ(written.first, 0);
     EXPECT_LT(written.second, 2500); // well within the store's busy timeout of 5 s
     EXPECT_EQ(db().keyed("billsraised", "tw_contract_num='OS-9'").size(), 1u);
+}
+
+// A bill's report keeps its writes until its pages are made; what its layout leaves out is told
+// after that, so the box holds no lock either.
+TEST_F(Deductions, ALayoutsWarningWaitsForTheBooksToBeWritten) {
+    otherSite();
+    // The shipped layouts in the folder's own, the abstract bill's with a picture from outside.
+    const QDir shipped(tw::AppFolder::resource("layouts"));
+    const QDir own(QDir(folder()).filePath("layouts"));
+    ASSERT_TRUE(own.mkpath("."));
+    for (const QString& name : shipped.entryList({"*.html"}, QDir::Files)) {
+        QFile from(shipped.filePath(name)), to(own.filePath(name));
+        ASSERT_TRUE(from.open(QIODevice::ReadOnly) && to.open(QIODevice::WriteOnly));
+        if (name == "Abstract_Report.html")
+            to.write("<img src=\"/etc/hostname\">");
+        to.write(from.readAll());
+    }
+    openBill();
+    std::pair<int, qint64> written{-1, 0};
+    const QStringList shown =
+        enterOnRealBoxes([&] { generate(); }, [&] { written = otherSiteBill(); });
+    ASSERT_EQ(shown.size(), 1);
+    EXPECT_TRUE(shown.front().contains("Left out of the report: /etc/hostname"))
+        << shown.front().toStdString();
+    EXPECT_EQ(written.first, 0);
+    EXPECT_LT(written.second, 2500);
+    EXPECT_TRUE(screen->RptView->isVisibleTo(screen.get()));
+}
+
+// A long run leaves the window answering; its Cancel leaves the books as they were, byte for
+// byte, and the screen ready for the next run, whose writes the books do show.
+TEST_F(Deductions, TheWindowAnswersWhileAReportRunsAndCancelLeavesTheBooks) {
+    {
+        tw::Transaction tx(db());
+        for (int i = 0; i < 20000; ++i)
+            db().insert("BillMaster", {{"tw_contract_num", "HV-1"},
+                                       {"tw_bill_num", "RA-1"},
+                                       {"tw_sch_num", QString::number(i % 400)},
+                                       {"tw_cal_Area", i % 7},
+                                       {"tw_deduction", 0},
+                                       {"tw_quantity", 1}});
+        tx.commit();
+    }
+    const auto books = [] {
+        QFile file(tw::AppFolder::databasePath());
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    };
+    const QByteArray before = books();
+    auto& w = openBill();
+    click("Command4");
+    std::optional<bool> answeredWhileRunning;
+    QMetaObject::invokeMethod(
+        &w, [&] { answeredWhileRunning = w.running(); }, Qt::QueuedConnection);
+    EXPECT_TRUE(twtest::waitUntil([&] { return answeredWhileRunning.has_value(); }));
+    EXPECT_EQ(answeredWhileRunning, true);
+    messages().clear();
+    w.GenerateReport(); // a second run while the first is under way starts nothing
+    EXPECT_EQ(messages().texts(), Texts{});
+    QTest::mouseClick(w.cmdCancel, Qt::LeftButton);
+    EXPECT_TRUE(twtest::waitUntil([&] { return !w.running(); }));
+    EXPECT_TRUE(books() == before);
+    EXPECT_FALSE(w.RptView->isVisibleTo(&w));
+    EXPECT_FALSE(w.prgRun->isVisibleTo(&w));
+    EXPECT_TRUE(w.Command4->isEnabled());
+
+    generate();
+    EXPECT_TRUE(w.RptView->isVisibleTo(&w));
+    EXPECT_TRUE(books() != before);
 }
 
 // Leaving a generated open bill asks to freeze it: Enter answers No and leaves it open, Yes
@@ -295,7 +370,7 @@ TEST_F(Deductions, LeavingAnOpenBillAsksToFreezeItAndAFrozenBillIsNotAsked) {
                                {"tw_item_rate", 25}});
     auto& w = openBill();
     EXPECT_TRUE(w.Command5->isEnabled());
-    click("Command4");
+    generate();
     EXPECT_TRUE(w.RptView->isVisibleTo(&w));
     const size_t lines = 2; // the item's and the tax's
     EXPECT_EQ(enterOnRealBoxes([&] { click("Cmdrepexit"); }),
@@ -304,7 +379,7 @@ TEST_F(Deductions, LeavingAnOpenBillAsksToFreezeItAndAFrozenBillIsNotAsked) {
     EXPECT_TRUE(db().keyed("abstractbills").empty());
 
     openBill();
-    click("Command4");
+    generate();
     EXPECT_EQ(otherSiteBill().first, 0);
     const QStringList asked = twtest::withRealBoxes({"&Yes"}, [&] { click("Cmdrepexit"); });
     EXPECT_EQ(asked, QStringList{"Do you wish to freeze this bill? "});

@@ -189,6 +189,43 @@ TEST(Paging, NamesInAnyScriptHaveTheirGlyphs) {
     }
 }
 
+// The rows section is written a row at a time: a row still finds the report's own names, its
+// tags on lines of their own leave no lines behind (with either line end), a nested section of
+// an item keeps its own rows, and no rows at all is an empty list.
+TEST_F(Render, RowsAreWrittenOneAtATime) {
+    const QString dir = QDir(folder()).filePath("layouts");
+    QDir().mkpath(dir);
+    const struct {
+        const char* layout;
+        const char* text;
+        bool lines;
+        const char* want;
+    } cases[] = {
+        {"Lf",
+         "<p>\n{{#rows}}\n{{serial}}.{{line}} {{#feet}}{{whole_unit}}{{/feet}} {{project}}\n"
+         "{{/rows}}\n</p>\n",
+         true, "<p>\n1.1 ft Hill View\n1.2 ft Hill View\n2.1 ft Hill View\n</p>\n"},
+        {"Crlf", "{{#rows}}\r\n{{narration}}\r\n{{/rows}}\r\nend", true,
+         "North wall\r\nDoor D1\r\nHall ceiling\r\nend"},
+        {"Inline", "[{{#rows}}{{line}}{{/rows}}]", true, "[121]"},
+        {"Groups", "{{#groups}}{{serial}}:{{#rows}}{{line}}{{/rows}};{{/groups}}", true,
+         "1:12;2:1;"},
+        {"NoRows", "{{#rows}}{{line}}{{/rows}}{{^rows}}none{{/rows}}", false, "none"},
+    };
+    for (const auto& c : cases) {
+        QFile layout(dir + "/" + c.layout + ".html");
+        ASSERT_TRUE(layout.open(QIODevice::WriteOnly));
+        layout.write(c.text);
+        layout.close();
+        db().exec("delete from dummy_estimation");
+        if (c.lines)
+            estimate(false);
+        EXPECT_EQ(renderHtml({c.layout, "dummy_estimation", {}, &run, Context::Estimate}, db()),
+                  QString::fromUtf8(c.want))
+            << c.layout;
+    }
+}
+
 TEST_F(Render, AMissingOrBrokenLayoutIsNamed) {
     const QString dir = QDir(folder()).filePath("layouts");
     QDir().mkpath(dir);
@@ -306,7 +343,8 @@ TEST_F(Render, ALayoutShowsOnlyItsOwnPictures) {
 // A table of many pages, laid out by this printing (one heading row, or two with a cell over
 // both) or by Qt (a table with borders): every line once and in order, the heading on every
 // page the table runs onto, a figure that may not wrap widening its column instead of running
-// into the next, and the text under the table after its last line.
+// into the next, and the text under the table after its last line. Its rows are read in runs,
+// not held all at once, and stand on the pages as when read at once (as after a comment).
 TEST(Paging, LongTablesRunOverPagesWithTheirHeading) {
     const struct {
         const char *name, *table, *heading;
@@ -319,7 +357,7 @@ TEST(Paging, LongTablesRunOverPagesWithTheirHeading) {
         {"left to Qt", "border=\"1\"",
          "<tr><th width=\"8%\">Amount</th><th width=\"92%\">Item</th></tr>"},
     };
-    const int count = 300;
+    const int count = 1100;
     QStringList lines;
     for (int i = 1; i <= count; ++i)
         lines << QString("Line %1").arg(i);
@@ -333,8 +371,21 @@ TEST(Paging, LongTablesRunOverPagesWithTheirHeading) {
             html += QString("<tr><td class=\"n\">%1</td><td>%2</td></tr>")
                         .arg(money(i * 1234567.25), lines[i - 1]);
         html += "</table><p>Closing words</p></body></html>";
-        TextPages printer;
+        EXPECT_FALSE(makeDocument(html)->toPlainText().contains(lines.last())) << c.name;
+        TextPages printer, atOnce;
         const int pages = printDocument(*makeDocument(html), printer);
+        printDocument(*makeDocument(QString(html).replace("<body>", "<body><!-- -->")), atOnce);
+        ASSERT_EQ(atOnce.pages.size(), printer.pages.size()) << c.name;
+        for (size_t p = 0; p < printer.pages.size(); ++p) {
+            const auto& a = printer.pages[p];
+            const auto& b = atOnce.pages[p];
+            EXPECT_TRUE(std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                                   [](const Text& x, const Text& y) {
+                                       return x.text == y.text && x.at == y.at &&
+                                              x.width == y.width;
+                                   }))
+                << c.name << " page " << p + 1;
+        }
         ASSERT_EQ(size_t(pages), printer.pages.size()) << c.name;
         EXPECT_GT(pages, 4) << c.name;
         QStringList all;
@@ -379,9 +430,8 @@ TEST(Paging, TheViewerShowsThePagesOfTheSavedPdf) {
         view.show();
         view.setReport(makeDocument(html), "x.pdf");
         const QString path = QDir::temp().filePath("tw-pages.pdf");
-        EXPECT_EQ(view.preview->pageCount(), writePdf(*makeDocument(html), path)) << across;
-        EXPECT_EQ(view.preview->orientation(),
-                  across ? QPageLayout::Landscape : QPageLayout::Portrait);
+        EXPECT_EQ(view.pageCount(), writePdf(*makeDocument(html), path)) << across;
+        EXPECT_EQ(view.orientation(), across ? QPageLayout::Landscape : QPageLayout::Portrait);
         QFile::remove(path);
     }
 }
@@ -429,6 +479,10 @@ protected:
             twtest::pick(screen->CmbBillnum, bill);
     }
     bool shown(QWidget* w) const { return w->isVisibleTo(screen.get()); }
+    void generate() {
+        click("Command4");
+        EXPECT_TRUE(twtest::waitUntil([&] { return !screen->running(); }));
+    }
 };
 
 } // namespace
@@ -467,7 +521,7 @@ TEST_F(Screen, EachTypeAsksForWhatItNeeds) {
 // The checks before a report warn and go on: the report is made from what the last choice left.
 TEST_F(Screen, MissingChoicesWarnAndTheReportIsMadeAnyway) {
     choose("Contract / Schedule", "Hill View");
-    click("Command4");
+    generate();
     EXPECT_EQ(twtest::messages().texts(), std::vector<QString>{});
     ASSERT_TRUE(shown(screen->RptView));
     click("Cmdrepexit");
@@ -476,7 +530,7 @@ TEST_F(Screen, MissingChoicesWarnAndTheReportIsMadeAnyway) {
     EXPECT_EQ(screen->TypeofReport->currentIndex(), 0);
 
     choose("Contract / Schedule");
-    click("Command4");
+    generate();
     EXPECT_EQ(twtest::messages().texts(), std::vector<QString>{"Select Contract Name"});
     ASSERT_TRUE(shown(screen->RptView));
     EXPECT_TRUE(screen->RptView->document()->toPlainText().contains("Brick work"));
@@ -486,7 +540,7 @@ TEST_F(Screen, MissingChoicesWarnAndTheReportIsMadeAnyway) {
     choose("Detailed Estimate", "Hill View", "RA-1");
     twtest::pick(screen->CmbdetCnum, "Hill View");
     twtest::messages().clear();
-    click("Command4");
+    generate();
     const auto texts = twtest::messages().texts();
     ASSERT_FALSE(texts.empty());
     EXPECT_EQ(texts.front(), "Select Bill Number");
@@ -494,9 +548,49 @@ TEST_F(Screen, MissingChoicesWarnAndTheReportIsMadeAnyway) {
     EXPECT_GT(texts.size(), 1u);
 }
 
+// The first page shows while the rest are made; Cancel then leaves the screen choosing again.
+TEST_F(Screen, TheFirstPageShowsWhileTheRestAreMade) {
+    {
+        tw::Transaction tx(db());
+        for (int i = 0; i < 3000; ++i)
+            db().insert("BillMaster", {{"tw_contract_num", "HV-1"},
+                                       {"tw_bill_num", "RA-1"},
+                                       {"tw_sch_num", "1.1"},
+                                       {"tw_item_narration", QString("Wall %1").arg(i)},
+                                       {"tw_dim1", 3},
+                                       {"tw_dim2", 3},
+                                       {"tw_cal_Area", 9},
+                                       {"tw_Shape", "rectangle_area"},
+                                       {"tw_deduction", 0},
+                                       {"tw_quantity", 1}});
+        tx.commit();
+    }
+    RptView* view = screen->RptView;
+    const auto firstPage = [&] {
+        choose("Detailed Estimate", "Hill View", "RA-1");
+        click("Command4");
+        EXPECT_TRUE(twtest::waitUntil([&] { return view->pageCount() > 0 || !screen->running(); }));
+    };
+    firstPage();
+    EXPECT_TRUE(screen->running());
+    EXPECT_TRUE(shown(view));
+    EXPECT_FALSE(view->cmdSavePdf->isEnabled());
+    EXPECT_TRUE(twtest::waitUntil([&] { return !screen->running(); }));
+    EXPECT_GT(view->pageCount(), 20);
+    EXPECT_TRUE(view->cmdSavePdf->isEnabled());
+    click("Cmdrepexit");
+
+    firstPage();
+    QTest::mouseClick(screen->cmdCancel, Qt::LeftButton);
+    EXPECT_TRUE(twtest::waitUntil([&] { return !screen->running(); }));
+    EXPECT_FALSE(shown(view));
+    EXPECT_TRUE(shown(screen->Frame5));
+    EXPECT_EQ(view->pageCount(), 0);
+}
+
 TEST_F(Screen, SaveAsPdfProposesProjectBillAndType) {
     choose("Detailed Estimate", "Hill View", "RA-1");
-    click("Command4");
+    generate();
     ASSERT_TRUE(shown(screen->RptView));
     const QString file = QDir(folder()).filePath("saved.pdf");
     QString proposed;
@@ -514,7 +608,7 @@ TEST_F(Screen, SaveAsPdfProposesProjectBillAndType) {
     // A type that takes no bill runs for the whole project, whatever bill was picked before.
     click("Cmdrepexit");
     choose("History of Changes", "Hill View");
-    click("Command4");
+    generate();
     ASSERT_TRUE(shown(screen->RptView));
     const QString history = screen->RptView->document()->toPlainText();
     EXPECT_TRUE(history.contains("added ContractMaster")) << history.toStdString();

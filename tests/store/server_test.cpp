@@ -203,6 +203,12 @@ TEST_F(ServerTest, DatabasesWhoseObjectsAreNotExactlyTheProgramsAreRefused) {
         {"create trigger history_units after insert on units for each row execute function "
          "history_record('', '', '', 'units')",
          "its trigger history_units is not as Tallywright makes it"},
+        {"drop index tw_billmaster_bill; create unique index tw_billmaster_bill on billmaster "
+         "(tw_contract_num, tw_bill_num)",
+         "it holds an index tw_billmaster_bill"},
+        {"drop index tw_billmaster_bill; create index tw_billmaster_bill on billmaster "
+         "(tw_bill_num, tw_contract_num)",
+         "it holds an index tw_billmaster_bill"},
         {"alter table units add column extra text", "its table units is not as Tallywright"},
         {"alter table payment_rec alter tw_netamt set default 0", "its table payment_rec is not"},
         {"drop table costitems", "it has no table costitems"},
@@ -219,6 +225,13 @@ TEST_F(ServerTest, DatabasesWhoseObjectsAreNotExactlyTheProgramsAreRefused) {
         EXPECT_EQ(said.contains(other.database), *c.says != 0) << said.toStdString();
         twtest::dropDatabase(other);
     }
+    // A database made before the program kept its indexes gets them on opening.
+    const tw::ServerAddress older = twtest::newServerDatabase();
+    twtest::asSuperuser(QStringLiteral("drop index tw_billmaster_bill"), older.database);
+    EXPECT_EQ(refusalOf(older), QString());
+    EXPECT_NO_THROW(
+        twtest::asSuperuser(QStringLiteral("drop index tw_billmaster_bill"), older.database));
+    twtest::dropDatabase(older);
     // An empty database gets every table; one holding anything else is not taken for empty.
     const tw::ServerAddress empty = twtest::newServerDatabase(true);
     twtest::asSuperuser(QStringLiteral("create sequence stray"), empty.database);

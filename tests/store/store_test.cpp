@@ -600,6 +600,31 @@ TEST_F(StoreTest, RowsWrittenInBulkAreStoredAsAStatementStoresThem) {
     EXPECT_EQ(written.size(), values.size() - 3);
 }
 
+// Rows written in bulk are all in the table once the writer is done, whatever number of
+// statements carried them, inside an action as outside one; the rows before one the store
+// refuses stay written.
+TEST_F(StoreTest, RowsWrittenInBulkAllArriveAndARefusedRowKeepsThoseBefore) {
+    db().exec(QStringLiteral("create temp table bulk_n (n integer check (n <> 2600))"));
+    const auto write = [&](int from, int to) {
+        tw::RowWriter writer(db(), QStringLiteral("bulk_n"), {QStringLiteral("n")});
+        for (int n = from; n <= to; ++n)
+            writer.add({n});
+        writer.flush();
+    };
+    const auto stored = [&] {
+        return db().first(QStringLiteral("select count(*) || ' ' || sum(n) from bulk_n"))->text(0);
+    };
+    {
+        tw::Transaction tx(db());
+        write(1, 2500);
+        tx.commit();
+    }
+    EXPECT_EQ(stored(), QStringLiteral("2500 3126250"));
+    db().exec(QStringLiteral("delete from bulk_n"));
+    EXPECT_THROW(write(2590, 2610), tw::Error);
+    EXPECT_EQ(stored(), QStringLiteral("10 25945"));
+}
+
 // A file made before the program kept its indexes gets them when it is opened, and its lists
 // keep the order the rows were written in.
 TEST_F(StoreTest, AFileWithoutTheIndexesGetsThemAndListsKeepTheirOrder) {

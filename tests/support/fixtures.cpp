@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QMessageBox>
+#include <QTest>
 #include <QTimer>
 
 namespace twtest {
@@ -54,6 +55,10 @@ QStringList withRealBoxes(const QStringList& buttons, const std::function<void()
     timer.stop();
     installScriptedMessages();
     return shown;
+}
+
+bool waitUntil(const std::function<bool()>& done) {
+    return QTest::qWaitFor(done, 60'000);
 }
 
 } // namespace twtest

@@ -34,6 +34,10 @@ void pick(QComboBox* list, const QString& text);
 // Gives the texts of the boxes shown.
 QStringList withRealBoxes(const QStringList& buttons, const std::function<void()>& action);
 
+// Serves the event loop until `done` holds, as a user waiting for work done off the window's
+// thread; gives false when it still does not after a minute.
+bool waitUntil(const std::function<bool()>& done);
+
 // One screen of class S opened on the test's database (rows put in before it opens are there).
 template <class S> class ScreenTest : public AppFolderTest {
 protected:

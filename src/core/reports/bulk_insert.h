@@ -1,5 +1,5 @@
 #pragma once
-// Writing many rows at once: one prepared insert, bound again for every row.
+// Writing many rows at once.
 
 #include "store/rowwriter.h"
 #include "store/store.h"
@@ -10,8 +10,8 @@
 
 namespace tw::reports {
 
-// One prepared insert into `table`, bound again for every row: a run writes thousands of rows
-// and prepares the statement once.
+// The rows of a working table, written as tw::RowWriter writes them: a run writes thousands of
+// rows and prepares its statement once.
 using BulkInsert = RowWriter;
 
 // Empties a working table: its rows belong to the last run.

@@ -45,34 +45,8 @@ void readReportOrgName(ReportRun& run) {
     }
 }
 
-namespace {
-// What the steps of a fill tell the user waits for the end of its action: a box waiting for its
-// answer then holds no lock on the file, and another program (or screen) goes on writing. No
-// step asks a question, which could not wait.
-class HeldMessages : public Messenger {
-public:
-    explicit HeldMessages(Messenger& to) : to_(to) {}
-    void release() {
-        for (const Message& m : std::exchange(held_, {}))
-            to_.say(m.text, m.flags, m.title);
-    }
-
-protected:
-    Answer show(const Message& m) override {
-        if (buttonsOf(m.flags) != Ok)
-            throw Error(
-                QStringLiteral("A report run cannot ask \"%1\" while it fills.").arg(m.text));
-        held_.push_back(m);
-        return Answer::Ok;
-    }
-
-private:
-    Messenger& to_;
-    std::vector<Message> held_;
-};
-} // namespace
-
-bool fill(const ReportType& type, ReportRun& run, const ConClass& con, Messenger& messages) {
+bool fill(const ReportType& type, ReportRun& run, const ConClass& con, Messenger& messages,
+          const GoOn& goOn) {
     if (run.ewp.isEmpty())
         run.ewp = QStringLiteral("0");
     if (run.wws.isEmpty())
@@ -80,6 +54,8 @@ bool fill(const ReportType& type, ReportRun& run, const ConClass& con, Messenger
     // Group numbers only key the rows of this run: counting on from the last run would run a
     // large project past the 16-bit field after a few reports.
     run.group_counter = 0;
+    // What the steps tell the user waits for the end of the action: a box waiting for its
+    // answer then holds no lock on the file, and another program (or screen) goes on writing.
     HeldMessages held(messages);
     try {
         Transaction tx(con);
@@ -88,8 +64,13 @@ bool fill(const ReportType& type, ReportRun& run, const ConClass& con, Messenger
             // wrote, and waits for a freeze of it to end.
             if (type.writesFile)
                 holdFor(con, billKey(run));
-            for (FillStep step : type.formOf(run).steps)
-                step(run, con, held);
+            const auto& steps = type.formOf(run).steps;
+            for (size_t i = 0; i <= steps.size(); ++i) {
+                if (goOn && !goOn(static_cast<int>(i)))
+                    return false; // the transaction's end rolls back, the held messages go
+                if (i < steps.size())
+                    steps[i](run, con, held);
+            }
         } catch (const Error&) {
             // A run that stops midway leaves what it wrote.
             tx.commit();

@@ -11,6 +11,7 @@
 #include <QStringList>
 #include <QVariantList>
 
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -115,7 +116,12 @@ void readReportOrgName(ReportRun& run);
 // locked. A failure that ends the run shows its text in a critical box through `messages`; what
 // the run wrote up to then stays, as a run that stops midway leaves it. Gives false when the
 // run failed.
-bool fill(const ReportType& type, ReportRun& run, const ConClass& con, Messenger& messages);
+// `goOn`, when given, is asked before each step (counted from 0) and once more before the
+// writes are kept (with the number of steps); when it says no, the run is cancelled: everything
+// it wrote is rolled back, nothing is told, and fill gives false.
+using GoOn = std::function<bool(int step)>;
+bool fill(const ReportType& type, ReportRun& run, const ConClass& con, Messenger& messages,
+          const GoOn& goOn = {});
 
 // The layout's parameters, in order, for `type` and `run`.
 QVariantList parameters(const ReportType& type, const ReportRun& run);

@@ -491,6 +491,7 @@ void freezeOnce(ReportRun& run, const ConClass& con) {
             v << r.value(c);
         insert.add(v);
     }
+    insert.flush();
     tx.commit();
     run.frozen_flag = true;
 }

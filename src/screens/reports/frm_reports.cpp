@@ -4,8 +4,10 @@
 #include "core/reports/running_bill.h"
 #include "render/paged.h"
 #include "render/render.h"
+#include "screens/reports/page_recorder.h"
 
 #include <QApplication>
+#include <QCoreApplication>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QKeyEvent>
@@ -32,6 +34,18 @@ double columnSum(const QTreeWidget* grid, int column) {
 }
 } // namespace
 
+// What a run works on, apart from the window: a copy of the screen's members, given back when
+// the run ends, and the document it made.
+struct Frm_Reports::Job {
+    tw::reports::ReportRun run;
+    // The run's rows are its own until the report is left: the viewer, printing and freezing
+    // read them there, whatever another run fills meanwhile. Made, used and let go on the
+    // run's thread.
+    std::unique_ptr<tw::reports::RunTables> rows;
+    std::unique_ptr<QTextDocument> doc;
+    bool pages = false; // every page made
+};
+
 Frm_Reports::Frm_Reports(QWidget* parent) : ui::Screen(parent) {
     setObjectName(QStringLiteral("Frm_Reports"));
     setWindowTitle(tr("Reports Form"));
@@ -51,6 +65,8 @@ Frm_Reports::Frm_Reports(QWidget* parent) : ui::Screen(parent) {
     CmbBillnum = named(new QComboBox(Frame5), "CmbBillnum");
     CmbBillnum->setMinimumContentsLength(14);
     Command4 = named(new QPushButton(tr("Generate"), Frame5), "Command4");
+    prgRun = named(new QProgressBar(this), "prgRun");
+    cmdCancel = named(new QPushButton(tr("Cancel"), this), "cmdCancel");
 
     Frame10 = named(new QGroupBox(tr("Percentages of Electrical && Plumbing"), this), "Frame10");
     txtEWP = named(new QLineEdit(Frame10), "txtEWP");
@@ -155,6 +171,8 @@ Frm_Reports::Frm_Reports(QWidget* parent) : ui::Screen(parent) {
     LstVwDd->setMinimumHeight(fontMetrics().height() * 6);
 
     auto* exitRow = new QHBoxLayout;
+    exitRow->addWidget(prgRun, 1);
+    exitRow->addWidget(cmdCancel);
     exitRow->addStretch();
     exitRow->addWidget(Command1);
     exitRow->addWidget(Cmdrepexit);
@@ -186,6 +204,7 @@ Frm_Reports::Frm_Reports(QWidget* parent) : ui::Screen(parent) {
     connect(Option2, &QRadioButton::clicked, this, ui::guarded([this] { Option2_clicked(); }));
     connect(Command15, &QPushButton::clicked, this, ui::guarded([this] { Command15_clicked(); }));
     connect(Command4, &QPushButton::clicked, this, ui::guarded([this] { Command4_clicked(); }));
+    connect(cmdCancel, &QPushButton::clicked, this, ui::guarded([this] { cmdCancel_clicked(); }));
     connect(Cmdrepexit, &QPushButton::clicked, this, ui::guarded([this] { Cmdrepexit_clicked(); }));
     connect(Command1, &QPushButton::clicked, this, ui::guarded([this] { Command1_clicked(); }));
     connect(txtdedDec, &QLineEdit::textEdited, this,
@@ -205,6 +224,8 @@ Frm_Reports::Frm_Reports(QWidget* parent) : ui::Screen(parent) {
     Frame14->hide();
     RptView->hide();
     Cmdrepexit->hide();
+    prgRun->hide();
+    cmdCancel->hide();
     Command4->setEnabled(false);
     Option1->setChecked(true);
     Fromdate->setEnabled(false);
@@ -217,6 +238,7 @@ Frm_Reports::Frm_Reports(QWidget* parent) : ui::Screen(parent) {
 }
 
 Frm_Reports::~Frm_Reports() {
+    dropRun();
     restoreCursor();
     con.conclose();
 }
@@ -357,9 +379,18 @@ void Frm_Reports::Command4_clicked() {
     GenerateReport();
 }
 
+void Frm_Reports::cmdCancel_clicked() {
+    // The run stops at its next step; what it wrote is rolled back when it ends.
+    if (thread_ && running_)
+        thread_->cancel();
+    cmdCancel->setEnabled(false);
+}
+
 void Frm_Reports::Command1_clicked() {
-    if (rows_)
-        tw::reports::ComputeNetAmounts(run, rows_->con(), ui::boxes());
+    if (job_ && job_->rows && !running_)
+        thread_->call([this] {
+            tw::reports::ComputeNetAmounts(run, job_->rows->con(), thread_->messages());
+        });
 }
 
 // Warns of a missing choice and no more: the report is made from what the last choice left.
@@ -373,6 +404,8 @@ void Frm_Reports::CheckSelections(const ReportType& t) {
 }
 
 void Frm_Reports::GenerateReport() {
+    if (running_)
+        return; // one run at a time
     ui::BusyCursor busy;
     if (CmbdetCnum->currentIndex() >= 0) {
         run.projectName = CmbdetCnum->currentText();
@@ -401,35 +434,133 @@ void Frm_Reports::GenerateReport() {
         Command4->setEnabled(true);
         TypeofReport->setFocus();
     } else {
-        // The run's rows are its own until the report is left: the viewer, printing and freezing
-        // read them there, whatever another run fills meanwhile.
-        rows_ = std::make_unique<tw::reports::RunTables>(*t, ui::boxes());
-        if (rows_->isOpen() && tw::reports::fill(*t, run, rows_->con(), ui::boxes())) {
-            if (t->runningBill)
-                Frame11->hide();
-            ReportShow(*t);
-        } else {
-            rows_.reset();
-            Command4->setEnabled(true);
-        }
+        startRun(*t);
     }
     CmbdetCnum->setCurrentIndex(-1);
     restoreCursor();
 }
 
-void Frm_Reports::ReportShow(const ReportType& t) {
-    // A layout that cannot be read leaves the screen choosing, Generate ready for another try.
-    try {
-        auto doc =
-            tw::reports::makeDocument(tw::reports::renderHtml(t, run, rows_->con()), &ui::boxes());
-        RptView->setReport(
-            std::move(doc),
-            reportFileName(run.projectName, t.needsBill() ? run.bill : QString(), t.caption));
-    } catch (...) {
-        rows_.reset();
-        Command4->setEnabled(true);
-        throw;
+void Frm_Reports::startRun(const ReportType& t) {
+    dropRun();
+    thread_ = std::make_unique<RunThread>();
+    running_ = true;
+    const int steps = static_cast<int>(t.formOf(run).steps.size());
+    // Each step of the fill begun, keeping its rows, and the document made.
+    prgRun->setRange(0, steps + 2);
+    prgRun->setValue(0);
+    prgRun->show();
+    cmdCancel->setEnabled(true);
+    cmdCancel->show();
+
+    auto job = job_ = std::make_shared<Job>();
+    job->run = run;
+    RunThread* thread = thread_.get();
+    const auto reached = [this](int value) {
+        QMetaObject::invokeMethod(
+            this, [this, value] { prgRun->setValue(value); }, Qt::QueuedConnection);
+    };
+    // The document, then its pages, each shown as soon as it is made.
+    const auto render = [this, &t, job, thread](tw::Messenger& says) {
+        const QString html = tw::reports::renderHtml(t, job->run, job->rows->con());
+        if (thread->cancelled())
+            return;
+        job->doc = tw::reports::makeDocument(html, &says);
+        const bool landscape = tw::reports::isLandscape(*job->doc);
+        bool first = true;
+        const bool whole =
+            !thread->cancelled() && recordPages(*job->doc, landscape, [&](QPicture page) {
+                QMetaObject::invokeMethod(
+                    this,
+                    [this, &t, job, page, landscape, first = std::exchange(first, false)] {
+                        if (job != job_)
+                            return; // a page of a run let go
+                        if (first) {
+                            ReportShow(t, landscape);
+                            prgRun->setRange(0, 0); // pages until the last: how many is not known
+                        }
+                        RptView->addPage(page);
+                    },
+                    Qt::QueuedConnection);
+                return !thread->cancelled();
+            });
+        if (!whole) {
+            job->doc.reset();
+            return;
+        }
+        job->doc->moveToThread(QCoreApplication::instance()->thread());
+        job->pages = true;
+    };
+    thread->post(
+        [&t, job, thread, reached, render, steps] {
+            job->rows = std::make_unique<tw::reports::RunTables>(t, thread->messages());
+            if (!job->rows->isOpen())
+                return;
+            // What the document tells while the books' writes are kept waiting is told after.
+            tw::HeldMessages whileWriting(thread->messages());
+            const bool filled =
+                tw::reports::fill(t, job->run, job->rows->con(), thread->messages(), [&](int step) {
+                    reached(step + 1);
+                    // A run that writes the books keeps its writes only once its document is
+                    // made, so that a Cancel until then undoes them.
+                    if (step == steps && t.writesFile && !thread->cancelled())
+                        render(whileWriting);
+                    return !thread->cancelled();
+                });
+            if (!filled || thread->cancelled()) {
+                job->rows.reset();
+                return;
+            }
+            whileWriting.release();
+            if (!job->pages)
+                render(thread->messages());
+            reached(steps + 2);
+        },
+        [this](std::exception_ptr failure) { ui::guard([&] { runEnded(failure); }); });
+}
+
+void Frm_Reports::runEnded(std::exception_ptr failure) {
+    Job& job = *job_;
+    running_ = false;
+    prgRun->hide();
+    cmdCancel->hide();
+    const bool cancelled = thread_->cancelled();
+    // The members as the fill left them, as when the fill ran on the window's thread.
+    run = job.run;
+    if (failure || cancelled || !job.pages) {
+        // A layout that cannot be read, a fill that failed or a run cancelled leave the screen
+        // choosing, Generate ready for another try; pages already shown go.
+        job.doc.reset();
+        dropRun();
+        if (RptView->isVisibleTo(this))
+            backToChoosing();
+        else
+            Command4->setEnabled(true);
+        if (failure)
+            std::rethrow_exception(failure);
+        return;
     }
+    RptView->finishReport(std::move(job.doc));
+}
+
+void Frm_Reports::dropRun() {
+    if (!thread_)
+        return;
+    // The rows go on the thread that made them, before it ends.
+    std::unique_ptr<RunThread> thread = std::move(thread_);
+    thread->cancel();
+    thread->post([job = std::move(job_)] { job->rows.reset(); }, {});
+    thread.reset();
+    running_ = false;
+    prgRun->hide();
+    cmdCancel->hide();
+}
+
+void Frm_Reports::ReportShow(const ReportType& t, bool landscape) {
+    if (t.runningBill)
+        Frame11->hide();
+    RptView->startReport(
+        reportFileName(run.projectName, t.needsBill() ? run.bill : QString(), t.caption),
+        landscape);
     Frame5->hide();
     Picture5->hide();
     RptView->show();
@@ -445,15 +576,21 @@ void Frm_Reports::ReportShow(const ReportType& t) {
 }
 
 void Frm_Reports::Cmdrepexit_clicked() {
+    if (running_)
+        dropRun(); // pages still to come: the run stops, and its writes go with it
     // A bill once frozen is reprinted as it stands and never asked about again. Freezing cannot
     // be undone, so Enter answers No. What is frozen is what the viewer showed: the run's rows.
-    if (rows_ && entry().runningBill && !run.frozen_flag &&
+    if (job_ && job_->rows && entry().runningBill && !run.frozen_flag &&
         ui::MsgBox(tr("Do you wish to freeze this bill? "), ui::YesNo | ui::DefaultButton2) ==
             ui::Answer::Yes) {
         run.bill = CmbBillnum->currentText();
-        tw::reports::FreezeBill(run, rows_->con());
+        thread_->call([this] { tw::reports::FreezeBill(run, job_->rows->con()); });
     }
-    rows_.reset();
+    dropRun();
+    backToChoosing();
+}
+
+void Frm_Reports::backToChoosing() {
     TypeofReport->setCurrentIndex(0);
     TypeofReport_activated();
     RptView->clear();

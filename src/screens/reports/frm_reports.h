@@ -5,6 +5,7 @@
 
 #include "core/reports/report_run.h"
 #include "screens/reports/rptview.h"
+#include "screens/reports/run_thread.h"
 #include "ui/kit.h"
 #include "ui/screen.h"
 
@@ -12,6 +13,7 @@
 #include <QGroupBox>
 #include <QLabel>
 #include <QLineEdit>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QTreeWidget>
@@ -34,6 +36,9 @@ public:
     QLabel* Label46;
     QComboBox* CmbBillnum;
     QPushButton* Command4; // Generate
+    // How far the report being generated has come, and its Cancel.
+    QProgressBar* prgRun;
+    QPushButton* cmdCancel;
     // The electrical and plumbing shares of an abstract estimate.
     QGroupBox* Frame10;
     QLineEdit* txtEWP;
@@ -71,6 +76,7 @@ public:
     void Option2_clicked();
     void Command15_clicked();
     void Command4_clicked(); // GenerateReport
+    void cmdCancel_clicked();
     void Cmdrepexit_clicked();
     void Command1_clicked();
     // The deductions entry of an abstract bill.
@@ -87,7 +93,10 @@ public:
     // steel for the reinforcement report.
     void FillBillNumbers(const QString& table);
     void GenerateReport();
-    void ReportShow(const tw::reports::ReportType& type);
+    // The viewer in place of the choices, for the pages to come.
+    void ReportShow(const tw::reports::ReportType& type, bool landscape);
+    // A report is being generated: its rows filled and its document made, off the window.
+    bool running() const { return running_; }
     // The picked bill of an abstract bill: its deductions, and whether it is frozen.
     void OpenBill();
     void LoadDeductions();
@@ -99,13 +108,23 @@ private:
     // The catalogue's entry of the type picked.
     const tw::reports::ReportType& entry() const;
     void CheckSelections(const tw::reports::ReportType& type);
+    // Fills and renders the report on a thread of its own; the screen shows it when done.
+    void startRun(const tw::reports::ReportType& type);
+    struct Job;
+    void runEnded(std::exception_ptr failure);
+    // Lets the run's rows and thread go.
+    void dropRun();
+    // The viewer let go and the choices shown, as the screen opened.
+    void backToChoosing();
 
     // Takes the hourglass off, if a save of the deductions left it on.
     void restoreCursor();
 
     tw::reports::ReportRun run;
-    // The rows of the report generated, kept until it is left.
-    std::unique_ptr<tw::reports::RunTables> rows_;
+    // The thread of the report generated and its run, kept until the report is left.
+    std::unique_ptr<RunThread> thread_;
+    std::shared_ptr<Job> job_;
+    bool running_ = false;
     // The row of LstVwDd last clicked, counted from 1; 0 when none.
     qint16 selected_row = 0;
     bool hourglass_ = false;

@@ -1,20 +1,30 @@
 #include "screens/reports/rptview.h"
 
 #include "render/paged.h"
+#include "screens/reports/page_recorder.h"
 #include "ui/kit.h"
 
 #include <QDir>
 #include <QFileDialog>
 #include <QHBoxLayout>
+#include <QPaintEvent>
+#include <QPainter>
 #include <QPrintDialog>
 #include <QRegularExpression>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QStandardPaths>
 #include <QStyle>
 #include <QVBoxLayout>
+#include <QtMath>
+
+#include <algorithm>
 
 using ui::named;
 
 namespace {
+
+constexpr int kGap = 12; // screen pixels around each page
 
 RptView::FileChooser& chooser() {
     static RptView::FileChooser c;
@@ -43,6 +53,64 @@ QString reportFileName(const QString& project, const QString& bill, const QStrin
     return parts.join(u' ') + QStringLiteral(".pdf");
 }
 
+void PageStrip::setPage(const QSizeF& size, const QPointF& printable) {
+    size_ = size;
+    printable_ = printable;
+    updateGeometry();
+    update();
+}
+
+void PageStrip::add(QPicture page) {
+    pages.push_back(std::move(page));
+    resize(sizeHint());
+    update(pageRect(count() - 1).toAlignedRect());
+}
+
+void PageStrip::clear() {
+    pages.clear();
+    resize(sizeHint());
+    update();
+}
+
+void PageStrip::setZoom(qreal zoom) {
+    zoom_ = zoom;
+    resize(sizeHint());
+    update();
+}
+
+QSize PageStrip::sizeHint() const {
+    const int n = std::max(count(), 1);
+    return QSize(qCeil(size_.width() * zoom_) + 2 * kGap,
+                 n * (qCeil(size_.height() * zoom_) + kGap) + kGap);
+}
+
+QRectF PageStrip::pageRect(int page) const {
+    const qreal w = size_.width() * zoom_, h = size_.height() * zoom_;
+    const qreal left = std::max<qreal>(kGap, (width() - w) / 2);
+    return QRectF(left, kGap + page * (qCeil(h) + kGap), w, h);
+}
+
+void PageStrip::paintEvent(QPaintEvent* event) {
+    QPainter p(this);
+    p.fillRect(event->rect(), palette().dark());
+    for (int i = 0; i < count(); ++i) {
+        const QRectF r = pageRect(i);
+        if (!r.adjusted(0, 0, 3, 3).intersects(event->rect()))
+            continue;
+        p.fillRect(r.translated(3, 3), palette().shadow());
+        p.fillRect(r, Qt::white);
+        p.save();
+        p.setClipRect(r);
+        p.translate(r.topLeft());
+        p.scale(zoom_, zoom_);
+        p.translate(printable_);
+        p.setRenderHint(QPainter::Antialiasing);
+        p.setRenderHint(QPainter::TextAntialiasing);
+        p.drawPicture(0, 0, pages[size_t(i)]);
+        p.restore();
+    }
+}
+
 void RptView::setFileChooser(FileChooser c) {
     chooser() = std::move(c);
 }
@@ -51,8 +119,12 @@ RptView::RptView(QWidget* parent) : QWidget(parent) {
     setObjectName(QStringLiteral("RptView"));
     tw::reports::setUpPage(printer);
     printer.setDocName(tr("Report"));
-    preview = named(new QPrintPreviewWidget(&printer, this), "preview");
-    preview->setZoomMode(QPrintPreviewWidget::FitToWidth);
+    scroll = named(new QScrollArea(this), "scroll");
+    pages = named(new PageStrip, "pages");
+    scroll->setWidget(pages);
+    scroll->setAlignment(Qt::AlignHCenter);
+    scroll->setBackgroundRole(QPalette::Dark);
+    scroll->viewport()->installEventFilter(this);
     cmdZoomIn = named(new QPushButton(tr("Zoom &In"), this), "cmdZoomIn");
     cmdZoomOut = named(new QPushButton(tr("Zoom &Out"), this), "cmdZoomOut");
     cmdFitWidth = named(new QPushButton(tr("&Fit Width"), this), "cmdFitWidth");
@@ -72,15 +144,14 @@ RptView::RptView(QWidget* parent) : QWidget(parent) {
     auto* box = new QVBoxLayout(this);
     box->setContentsMargins(0, 0, 0, 0);
     box->addLayout(tools);
-    box->addWidget(preview, 1);
+    box->addWidget(scroll, 1);
 
-    connect(preview, &QPrintPreviewWidget::paintRequested, this,
-            [this](QPrinter* p) { ui::guard([&] { preview_paintRequested(p); }); });
-    connect(preview, &QPrintPreviewWidget::previewChanged, this,
-            [this] { preview_previewChanged(); });
-    connect(cmdZoomIn, &QPushButton::clicked, preview, [this] { preview->zoomIn(1.25); });
-    connect(cmdZoomOut, &QPushButton::clicked, preview, [this] { preview->zoomOut(1.25); });
-    connect(cmdFitWidth, &QPushButton::clicked, preview, &QPrintPreviewWidget::fitToWidth);
+    connect(cmdZoomIn, &QPushButton::clicked, this, [this] { zoomBy(1.25); });
+    connect(cmdZoomOut, &QPushButton::clicked, this, [this] { zoomBy(1 / 1.25); });
+    connect(cmdFitWidth, &QPushButton::clicked, this, [this] {
+        fitting = true;
+        fitWidth();
+    });
     connect(cmdPrint, &QPushButton::clicked, this, ui::guarded([this] { cmdPrint_clicked(); }));
     connect(cmdSavePdf, &QPushButton::clicked, this, ui::guarded([this] { cmdSavePdf_clicked(); }));
     clear();
@@ -89,33 +160,77 @@ RptView::RptView(QWidget* parent) : QWidget(parent) {
 RptView::~RptView() = default;
 
 void RptView::setReport(std::unique_ptr<QTextDocument> d, const QString& name) {
-    doc = std::move(d);
+    startReport(name, tw::reports::isLandscape(*d));
+    recordPages(*d, tw::reports::isLandscape(*d), [this](QPicture page) {
+        addPage(page);
+        return true;
+    });
+    finishReport(std::move(d));
+}
+
+void RptView::startReport(const QString& name, bool landscape) {
+    clear();
     pdfName = name;
-    tw::reports::setUpPage(printer, tw::reports::isLandscape(*doc));
-    printer.setDocName(doc->metaInformation(QTextDocument::DocumentTitle));
-    for (auto* b : {cmdZoomIn, cmdZoomOut, cmdFitWidth, cmdPrint, cmdSavePdf})
+    tw::reports::setUpPage(printer, landscape);
+    const QPageLayout page = printer.pageLayout();
+    pages->setPage(page.fullRectPixels(tw::reports::kPageResolution).size(),
+                   page.paintRectPixels(tw::reports::kPageResolution).topLeft());
+    for (auto* b : {cmdZoomIn, cmdZoomOut, cmdFitWidth})
         b->setEnabled(true);
-    preview->updatePreview();
     // A report is read from its top, whatever was looked at before.
-    preview->setCurrentPage(1);
+    scroll->verticalScrollBar()->setValue(0);
+    if (fitting)
+        fitWidth();
+}
+
+void RptView::addPage(QPicture page) {
+    pages->add(std::move(page));
+    showCount();
+}
+
+void RptView::finishReport(std::unique_ptr<QTextDocument> d) {
+    doc = std::move(d);
+    printer.setDocName(doc->metaInformation(QTextDocument::DocumentTitle));
+    for (auto* b : {cmdPrint, cmdSavePdf})
+        b->setEnabled(true);
+    showCount();
 }
 
 void RptView::clear() {
     doc.reset();
     pdfName.clear();
+    pages->clear();
     for (auto* b : {cmdZoomIn, cmdZoomOut, cmdFitWidth, cmdPrint, cmdSavePdf})
         b->setEnabled(false);
-    preview->updatePreview();
+    showCount();
 }
 
-void RptView::preview_paintRequested(QPrinter* p) {
-    if (doc)
-        tw::reports::printDocument(*doc, *p);
+QPageLayout::Orientation RptView::orientation() const {
+    return printer.pageLayout().orientation();
 }
 
-void RptView::preview_previewChanged() {
-    const int pages = preview->pageCount();
-    lblPages->setText(doc && pages > 0 ? tr("%n page(s)", nullptr, pages) : QString());
+void RptView::showCount() {
+    const int n = pages->count();
+    lblPages->setText(n == 0 ? QString()
+                      : doc  ? tr("%n page(s)", nullptr, n)
+                             : tr("%n page(s) so far", nullptr, n));
+}
+
+void RptView::fitWidth() {
+    const qreal width = pages->pageSize().width();
+    if (width > 0)
+        pages->setZoom((scroll->viewport()->width() - 2 * kGap) / width);
+}
+
+void RptView::zoomBy(qreal factor) {
+    fitting = false;
+    pages->setZoom(pages->zoom() * factor);
+}
+
+bool RptView::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == scroll->viewport() && event->type() == QEvent::Resize && fitting)
+        fitWidth();
+    return QWidget::eventFilter(watched, event);
 }
 
 void RptView::cmdPrint_clicked() {

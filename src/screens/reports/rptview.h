@@ -3,7 +3,7 @@
 // Save as PDF.
 
 #include <QLabel>
-#include <QPrintPreviewWidget>
+#include <QPicture>
 #include <QPrinter>
 #include <QPushButton>
 #include <QString>
@@ -12,6 +12,37 @@
 
 #include <functional>
 #include <memory>
+#include <vector>
+
+class QScrollArea;
+
+// The pages of a report, one under the other, at the viewer's zoom.
+class PageStrip : public QWidget {
+public:
+    explicit PageStrip(QWidget* parent = nullptr) : QWidget(parent) {}
+    // The page's size and where its printable area (what a page's picture holds) lies on it,
+    // in the pixels of the printed page.
+    void setPage(const QSizeF& size, const QPointF& printable);
+    void add(QPicture page);
+    void clear();
+    int count() const { return int(pages.size()); }
+    // Screen pixels a printed pixel.
+    void setZoom(qreal zoom);
+    qreal zoom() const { return zoom_; }
+    QSizeF pageSize() const { return size_; }
+    QSize sizeHint() const override;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    QRectF pageRect(int page) const;
+
+    std::vector<QPicture> pages;
+    QSizeF size_;
+    QPointF printable_;
+    qreal zoom_ = 0.25;
+};
 
 class RptView : public QWidget {
     Q_OBJECT
@@ -21,11 +52,20 @@ public:
 
     // Shows a report; `pdfName` is the file name Save as PDF proposes.
     void setReport(std::unique_ptr<QTextDocument> doc, const QString& pdfName);
+    // The same in three parts, for pages made elsewhere: no page yet, each page as it comes,
+    // and the document they came from, which Print and Save as PDF use.
+    void startReport(const QString& pdfName, bool landscape);
+    void addPage(QPicture page);
+    void finishReport(std::unique_ptr<QTextDocument> doc);
     // Lets the report go and shows nothing.
     void clear();
     const QTextDocument* document() const { return doc.get(); }
 
-    QPrintPreviewWidget* preview;
+    int pageCount() const { return pages->count(); }
+    QPageLayout::Orientation orientation() const;
+
+    QScrollArea* scroll;
+    PageStrip* pages;
     QPushButton* cmdZoomIn;
     QPushButton* cmdZoomOut;
     QPushButton* cmdFitWidth;
@@ -42,8 +82,12 @@ public:
     static void setFileChooser(FileChooser chooser);
 
 private:
-    void preview_paintRequested(QPrinter* printer);
-    void preview_previewChanged();
+    void showCount();
+    void fitWidth();
+    void zoomBy(qreal factor);
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+    bool fitting = true; // the pages follow the viewer's width until zoomed
 
     QPrinter printer; // set up as the saved PDF is, so that both have the same pages
     std::unique_ptr<QTextDocument> doc;

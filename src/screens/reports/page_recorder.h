@@ -1,0 +1,14 @@
+#pragma once
+// A report's pages as pictures, made one at a time: the viewer shows each as soon as it is made,
+// while the next ones are laid out, and paints them at any zoom.
+
+#include <QPicture>
+#include <QTextDocument>
+
+#include <functional>
+
+// Lays `doc` out on the pages a printed report has (tw::reports::setUpPage) and gives each page
+// to `page` as soon as it is painted. A page's picture is in the device pixels of the page's
+// printable area. Usable on any thread. When `page` gives false, no more pages are made and
+// recordPages gives false; the document is then fit only to be let go.
+bool recordPages(QTextDocument& doc, bool landscape, const std::function<bool(QPicture)>& page);
