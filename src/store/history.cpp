@@ -91,65 +91,91 @@ QString jsonValue(const QString& v, const QString& type) {
         .arg(plain, v, hex);
 }
 
-// The three triggers of one recorded table. Values are kept as JSON arrays in the table's column
-// order, not objects with names: the history of a large file is then about its measurements'
-// size again, not twice it. A change that leaves every value as it was (case included) is no
-// change.
-std::map<QString, QString> tableTriggers(const QString& name,
-                                         const std::vector<schema::Column>& columns) {
-    const Recorded* r = recordOf(name);
-    const QString spelled = r ? QString::fromLatin1(r->name) : name;
-    auto project = [&](const QString& row) {
-        if (r)
-            return r->project ? row + u'.' + quoted(QLatin1String(r->project))
-                              : QStringLiteral("null");
+// How a change to one recorded table is written into the history. Values are kept as JSON
+// arrays in the table's column order, not objects with names: the history of a large file is
+// then about its measurements' size again, not twice it.
+class Recorder {
+public:
+    Recorder(const QString& name, const std::vector<schema::Column>& columns)
+        : name_(name), r_(recordOf(name)), columns_(columns),
+          spelled_(r_ ? QString::fromLatin1(r_->name) : name) {}
+
+    const QString& spelled() const { return spelled_; }
+
+    // The history columns' values for the row `row` (new or old): the text of a VALUES list of
+    // a trigger, or of a SELECT over the table under that name.
+    QString record(const QString& action, const QString& row, const QString& before,
+                   const QString& after) const {
+        return QStringLiteral("CAST(strftime('%s', 'now') AS INTEGER), (SELECT tw_who FROM "
+                              "history_actor), (SELECT tw_computer FROM history_actor), '%1', "
+                              "%2.rowid, '%3', %4, %5, %6, %7, %8")
+            .arg(spelled_, row, action, project(row), bill(row), frozen(row), before, after);
+    }
+    QString values(const QString& row) const {
+        QStringList v;
+        for (const schema::Column& c : columns_)
+            v << jsonValue(row + u'.' + quoted(c.name), c.type);
+        return QStringLiteral("'[' || %1 || ']'").arg(v.join(QStringLiteral(" || ',' || ")));
+    }
+
+private:
+    QString project(const QString& row) const {
+        if (r_)
+            return r_->project ? row + u'.' + quoted(QLatin1String(r_->project))
+                               : QStringLiteral("null");
         // A project's own schedule has no project column: its name carries the project's key.
         return QStringLiteral("(select tw_contract_num from ContractMaster where tw_pkey = %1)")
-            .arg(name.mid(4));
-    };
-    auto bill = [&](const QString& row) {
-        return r && r->bill ? row + u'.' + quoted(QLatin1String(r->bill)) : QStringLiteral("null");
-    };
-    auto frozen = [&](const QString& row) {
-        return r && r->watched
+            .arg(name_.mid(4));
+    }
+    QString bill(const QString& row) const {
+        return r_ && r_->bill ? row + u'.' + quoted(QLatin1String(r_->bill))
+                              : QStringLiteral("null");
+    }
+    QString frozen(const QString& row) const {
+        return r_ && r_->watched
                    ? QStringLiteral("exists (select 1 from billsraised where tw_contract_num = %1 "
                                     "and tw_bill_num = %2 and tw_froze <> 0)")
                          .arg(project(row), bill(row))
                    : QStringLiteral("null");
-    };
-    auto values = [&](const QString& row) {
-        QStringList v;
-        for (const schema::Column& c : columns)
-            v << jsonValue(row + u'.' + quoted(c.name), c.type);
-        return QStringLiteral("'[' || %1 || ']'").arg(v.join(QStringLiteral(" || ',' || ")));
-    };
+    }
+
+    QString name_;
+    const Recorded* r_;
+    std::vector<schema::Column> columns_;
+    QString spelled_;
+};
+
+const QString historyColumns =
+    QStringLiteral("tw_when, tw_who, tw_computer, tw_table, tw_row, tw_action, tw_project, "
+                   "tw_bill, tw_frozen, tw_before, tw_after");
+
+// The three triggers of one recorded table. A change that leaves every value as it was (case
+// included) is no change.
+std::map<QString, QString> tableTriggers(const QString& name,
+                                         const std::vector<schema::Column>& columns) {
+    const Recorder rec(name, columns);
     QStringList differs;
     for (const schema::Column& c : columns)
         differs << QStringLiteral("old.%1 is not new.%1 collate binary").arg(quoted(c.name));
     auto trigger = [&](const QString& action, const QString& event, const QString& when,
                        const QString& row, const QString& before, const QString& after) {
-        const QString triggerName = QStringLiteral("history_%1_%2").arg(spelled, action);
-        return std::pair{
-            triggerName,
-            QStringLiteral(
-                "CREATE TRIGGER %1 AFTER %2 ON %3%4 BEGIN INSERT INTO history (tw_when, tw_who, "
-                "tw_computer, tw_table, tw_row, tw_action, tw_project, tw_bill, tw_frozen, "
-                "tw_before, tw_after) VALUES (CAST(strftime('%s', 'now') AS INTEGER), (SELECT "
-                "tw_who FROM history_actor), (SELECT tw_computer FROM history_actor), '%5', "
-                "%6.rowid, '%7', %8, %9, %10, %11, %12); END")
-                .arg(quoted(triggerName), event, quoted(spelled), when, spelled, row, action,
-                     project(row), bill(row), frozen(row), before, after)};
+        const QString triggerName = QStringLiteral("history_%1_%2").arg(rec.spelled(), action);
+        return std::pair{triggerName,
+                         QStringLiteral("CREATE TRIGGER %1 AFTER %2 ON %3%4 BEGIN INSERT INTO "
+                                        "history (%5) VALUES (%6); END")
+                             .arg(quoted(triggerName), event, quoted(rec.spelled()), when,
+                                  historyColumns, rec.record(action, row, before, after))};
     };
     std::map<QString, QString> out;
     out.insert(trigger(QStringLiteral("added"), QStringLiteral("INSERT"), QString(),
                        QStringLiteral("new"), QStringLiteral("null"),
-                       values(QStringLiteral("new"))));
+                       rec.values(QStringLiteral("new"))));
     out.insert(trigger(QStringLiteral("changed"), QStringLiteral("UPDATE"),
                        QStringLiteral(" WHEN ") + differs.join(QStringLiteral(" OR ")),
-                       QStringLiteral("new"), values(QStringLiteral("old")),
-                       values(QStringLiteral("new"))));
+                       QStringLiteral("new"), rec.values(QStringLiteral("old")),
+                       rec.values(QStringLiteral("new"))));
     out.insert(trigger(QStringLiteral("removed"), QStringLiteral("DELETE"), QString(),
-                       QStringLiteral("old"), values(QStringLiteral("old")),
+                       QStringLiteral("old"), rec.values(QStringLiteral("old")),
                        QStringLiteral("null")));
     return out;
 }
@@ -550,6 +576,25 @@ void watchLocal(const QSqlDatabase& db) {
                                    "where not exists (select 1 from %4); end")
                         .arg(quoted(QStringLiteral("tw_writer_%1_%2").arg(name, event)),
                              QLatin1String(event), quoted(name), actorTable));
+}
+
+QString addedRowsStatement(const QString& name) {
+    const schema::Table* t = recordOf(name) ? schema::programTable(name) : nullptr;
+    if (!t)
+        return {};
+    const Recorder rec(name, t->columns);
+    return QStringLiteral("INSERT INTO history (%1) SELECT %2 FROM main.%3 AS new WHERE new.rowid "
+                          "> ? ORDER BY new.rowid")
+        .arg(historyColumns,
+             rec.record(QStringLiteral("added"), QStringLiteral("new"), QStringLiteral("null"),
+                        rec.values(QStringLiteral("new"))),
+             quoted(rec.spelled()));
+}
+
+QString claimActorStatement() {
+    return QStringLiteral("insert into main.%1 select tw_who, tw_computer from temp.tw_writer "
+                          "where not exists (select 1 from main.%1)")
+        .arg(actorTable);
 }
 
 } // namespace tw::history

@@ -103,6 +103,12 @@ void clearWriter(const QSqlDatabase& db);
 // Makes the connection's own triggers that name the writer on every recorded table of the file
 // open on `db` that lacks them.
 void watchLocal(const QSqlDatabase& db);
+// Many rows added at once to a recorded table of the program: the statement that records the
+// rows of `name` after the row identity bound to it, as its triggers would one at a time (empty
+// for a table whose rows are recorded only by its triggers), and the statement that names the
+// action's writer first, as the connection's own triggers would at the first write.
+QString addedRowsStatement(const QString& name);
+QString claimActorStatement();
 
 // ---- the server ----
 

@@ -1,5 +1,6 @@
 #include "store/rowwriter.h"
 
+#include "store/history.h"
 #include "store/server.h"
 
 #include <QDateTime>
@@ -91,7 +92,49 @@ QString failure(sqlite3* db, const char* doing) {
 struct RowWriter::File {
     sqlite3* db = nullptr;
     sqlite3_stmt* stmt = nullptr;
+    // Rows added to a recorded table inside an action are recorded together, in one statement,
+    // with the connection's triggers off meanwhile: a trigger a row costs more than the row
+    // itself. Rows and their history still stand or fall with the action. Outside an action
+    // each row is kept alone, and its triggers record it with it.
+    QByteArray recordSql;
+    QByteArray table;
+    sqlite3_int64 lastBefore = 0;
+    bool triggersOff = false;
+
     ~File() { sqlite3_finalize(stmt); }
+
+    void turnTriggers(bool on) {
+        sqlite3_db_config(db, SQLITE_DBCONFIG_ENABLE_TRIGGER, on ? 1 : 0, nullptr);
+        triggersOff = !on;
+    }
+    // The value of a one-value query, with `bound` bound to its ?; throws tw::Error.
+    sqlite3_int64 single(const QByteArray& sql, sqlite3_int64 bound = 0) {
+        sqlite3_stmt* q = nullptr;
+        if (sqlite3_prepare_v2(db, sql.constData(), int(sql.size()), &q, nullptr) != SQLITE_OK)
+            throw Error(failure(db, "Unable to execute statement"));
+        if (sqlite3_bind_parameter_count(q) > 0)
+            sqlite3_bind_int64(q, 1, bound);
+        const int rc = sqlite3_step(q);
+        const sqlite3_int64 value = rc == SQLITE_ROW ? sqlite3_column_int64(q, 0) : 0;
+        if (rc != SQLITE_ROW && rc != SQLITE_DONE) {
+            const QString text = failure(db, "Unable to fetch row");
+            sqlite3_finalize(q);
+            throw Error(text);
+        }
+        sqlite3_finalize(q);
+        return value;
+    }
+    // Turns the triggers back on and records the rows added since they went off.
+    void record() {
+        if (!triggersOff)
+            return;
+        turnTriggers(true);
+        if (single("select exists (select 1 from main." + table + " where rowid > ?)",
+                   lastBefore) == 0)
+            return;
+        single(history::claimActorStatement().toUtf8());
+        single(recordSql, lastBefore);
+    }
 };
 
 // The server's side: rows held until there are enough for one statement.
@@ -134,9 +177,32 @@ RowWriter::RowWriter(const ConClass& con, const QString& table, const QStringLis
     if (sqlite3_prepare_v2(db, text.constData(), int(text.size()), &file_->stmt, nullptr) !=
         SQLITE_OK)
         throw Error(failure(db, "Unable to execute statement"));
+    const QString record = history::addedRowsStatement(table);
+    int triggersOn = 0;
+    sqlite3_db_config(db, SQLITE_DBCONFIG_ENABLE_TRIGGER, -1, &triggersOn);
+    if (!record.isEmpty() && sqlite3_get_autocommit(db) == 0 && triggersOn) {
+        file_->table = (u'"' + table + u'"').toUtf8();
+        file_->lastBefore = file_->single("select ifnull(max(rowid), 0) from main." + file_->table);
+        file_->recordSql = record.toUtf8();
+        file_->turnTriggers(false);
+    }
 }
 
 RowWriter::~RowWriter() noexcept(false) {
+    if (file_ && file_->triggersOff) {
+        if (std::uncaught_exceptions() == exceptionsAtStart_) {
+            file_->record();
+            return;
+        }
+        try {
+            file_->record();
+        } catch (const Error&) {
+            // The exception on its way says what went wrong first; the action rolls back.
+        }
+        if (file_->triggersOff)
+            file_->turnTriggers(true);
+        return;
+    }
     if (!server_ || server_->held.isEmpty())
         return;
     if (std::uncaught_exceptions() == exceptionsAtStart_) {
@@ -171,6 +237,8 @@ void RowWriter::add(const QVariantList& values) {
 }
 
 void RowWriter::flush() {
+    if (file_)
+        file_->record();
     if (!server_ || server_->held.isEmpty())
         return;
     Server& s = *server_;

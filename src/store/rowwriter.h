@@ -29,8 +29,10 @@ public:
     // and sent many to a statement (each statement is a round trip), so they are in the table
     // once flush() has run or the writer is gone.
     void add(const QVariantList& values);
-    // Writes the rows held. Throws tw::Error with the text of the first row the store refuses,
-    // the rows before it written.
+    // Writes the rows held, and on the file records in the history the rows added to a
+    // recorded table. Throws tw::Error with the text of the first row the store refuses, the
+    // rows before it written. Until then, the connection writes nothing else: on the file its
+    // triggers may be off while the writer lives.
     void flush();
 
 private:

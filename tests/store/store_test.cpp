@@ -625,6 +625,58 @@ TEST_F(StoreTest, RowsWrittenInBulkAllArriveAndARefusedRowKeepsThoseBefore) {
     EXPECT_EQ(stored(), QStringLiteral("10 25945"));
 }
 
+// Lines written in bulk are recorded as lines written one at a time, inside an action and
+// outside one; a writer stopped by a failure leaves later changes recorded as ever.
+TEST_F(StoreTest, LinesWrittenInBulkAreRecordedAsLinesWrittenOneAtATime) {
+    tw::history::setUser(QStringLiteral("clerk2"));
+    const QStringList columns{QStringLiteral("tw_contract_num"), QStringLiteral("tw_bill_num"),
+                              QStringLiteral("tw_sch_num"), QStringLiteral("tw_cal_Area")};
+    const QVariantList line{QStringLiteral("P-1"), QStringLiteral("RA-1"), QStringLiteral("1.1"),
+                            12.5};
+    const auto one = [&] {
+        tw::Values v;
+        for (qsizetype i = 0; i < columns.size(); ++i)
+            v.push_back({columns[i], line[i]});
+        db().insert(QStringLiteral("BillMaster"), v);
+    };
+    const auto bulk = [&](int rows) {
+        tw::RowWriter writer(db(), QStringLiteral("BillMaster"), columns);
+        for (int i = 0; i < rows; ++i)
+            writer.add(line);
+    };
+    one();
+    {
+        tw::Transaction tx(db());
+        bulk(3);
+        tx.commit();
+    }
+    bulk(1);
+    try {
+        tw::Transaction tx(db());
+        tw::RowWriter writer(db(), QStringLiteral("BillMaster"), columns);
+        writer.add(line);
+        throw tw::Error(QStringLiteral("stopped"));
+    } catch (const tw::Error&) {
+    }
+    one();
+    const auto all = tw::history::read(db());
+    ASSERT_EQ(all.size(), 6u);
+    std::set<qint64> rows;
+    for (const tw::Row& r :
+         db().rows(QStringLiteral("select tw_recordkey from BillMaster order by tw_recordkey")))
+        rows.insert(qint64(r.number(0)));
+    for (const auto& e : all) {
+        // The values after the row's own key.
+        EXPECT_EQ(std::tuple(e.who, e.table, e.action, e.project, e.bill, e.before,
+                             e.after.section(u',', 1)),
+                  std::tuple(writer(), QStringLiteral("BillMaster"), QStringLiteral("added"),
+                             QStringLiteral("P-1"), QStringLiteral("RA-1"), QString(),
+                             all.back().after.section(u',', 1)));
+        EXPECT_TRUE(rows.erase(e.row)) << e.row;
+    }
+    EXPECT_TRUE(rows.empty());
+}
+
 // A file made before the program kept its indexes gets them when it is opened, and its lists
 // keep the order the rows were written in.
 TEST_F(StoreTest, AFileWithoutTheIndexesGetsThemAndListsKeepTheirOrder) {
