@@ -17,7 +17,9 @@
 #include <QSqlDatabase>
 #include <QSqlQuery>
 
+#include <algorithm>
 #include <future>
+#include <limits>
 #include <set>
 
 #include <sqlite3.h>
@@ -630,48 +632,63 @@ TEST_F(StoreTest, RowsWrittenInBulkAllArriveAndARefusedRowKeepsThoseBefore) {
 TEST_F(StoreTest, LinesWrittenInBulkAreRecordedAsLinesWrittenOneAtATime) {
     tw::history::setUser(QStringLiteral("clerk2"));
     const QStringList columns{QStringLiteral("tw_contract_num"), QStringLiteral("tw_bill_num"),
-                              QStringLiteral("tw_sch_num"), QStringLiteral("tw_cal_Area")};
-    const QVariantList line{QStringLiteral("P-1"), QStringLiteral("RA-1"), QStringLiteral("1.1"),
-                            12.5};
-    const auto one = [&] {
-        tw::Values v;
-        for (qsizetype i = 0; i < columns.size(); ++i)
-            v.push_back({columns[i], line[i]});
-        db().insert(QStringLiteral("BillMaster"), v);
+                              QStringLiteral("tw_item_narration"), QStringLiteral("tw_cal_Area")};
+    // Plain figures, texts JSON must escape, a huge figure; on the file, whose columns take
+    // anything, also a control character, a text in a number column, a blob and an infinity.
+    std::vector<QVariantList> lines{
+        {QStringLiteral("P-1"), QStringLiteral("RA-1"), QStringLiteral("Wall, line 1"), 12.5},
+        {QStringLiteral("P-1"), QStringLiteral("RA-1"), QStringLiteral("q\"'\\\n\t\r"), 1e300},
+        {QStringLiteral("P-1"), QStringLiteral("RA-1"), QStringLiteral("bell\x07"),
+         QStringLiteral("12.5.1")},
+        {QStringLiteral("P-1"), QStringLiteral("RA-1"), QByteArray("\x01\xff", 2), 0.5},
+        {QStringLiteral("P-1"), QStringLiteral("RA-1"), QStringLiteral("Wall"),
+         std::numeric_limits<double>::infinity()},
     };
-    const auto bulk = [&](int rows) {
+    if (onServer())
+        lines.resize(2);
+    const auto one = [&] {
+        for (const QVariantList& line : lines) {
+            tw::Values v;
+            for (qsizetype i = 0; i < columns.size(); ++i)
+                v.push_back({columns[i], line[i]});
+            db().insert(QStringLiteral("BillMaster"), v);
+        }
+    };
+    const auto bulk = [&] {
         tw::RowWriter writer(db(), QStringLiteral("BillMaster"), columns);
-        for (int i = 0; i < rows; ++i)
+        for (const QVariantList& line : lines)
             writer.add(line);
     };
     one();
     {
         tw::Transaction tx(db());
-        bulk(3);
+        bulk();
         tx.commit();
     }
-    bulk(1);
+    bulk();
     try {
         tw::Transaction tx(db());
-        tw::RowWriter writer(db(), QStringLiteral("BillMaster"), columns);
-        writer.add(line);
+        bulk();
         throw tw::Error(QStringLiteral("stopped"));
     } catch (const tw::Error&) {
     }
     one();
-    const auto all = tw::history::read(db());
-    ASSERT_EQ(all.size(), 6u);
+    auto all = tw::history::read(db());
+    std::reverse(all.begin(), all.end());
+    ASSERT_EQ(all.size(), 4 * lines.size());
     std::set<qint64> rows;
     for (const tw::Row& r :
          db().rows(QStringLiteral("select tw_recordkey from BillMaster order by tw_recordkey")))
         rows.insert(qint64(r.number(0)));
-    for (const auto& e : all) {
-        // The values after the row's own key.
+    for (size_t i = 0; i < all.size(); ++i) {
+        const auto& e = all[i];
+        // The values after the row's own key, as the same line written alone has them.
         EXPECT_EQ(std::tuple(e.who, e.table, e.action, e.project, e.bill, e.before,
                              e.after.section(u',', 1)),
                   std::tuple(writer(), QStringLiteral("BillMaster"), QStringLiteral("added"),
                              QStringLiteral("P-1"), QStringLiteral("RA-1"), QString(),
-                             all.back().after.section(u',', 1)));
+                             all[i % lines.size()].after.section(u',', 1)))
+            << i;
         EXPECT_TRUE(rows.erase(e.row)) << e.row;
     }
     EXPECT_TRUE(rows.empty());
