@@ -502,6 +502,14 @@ Rows ConClass::keyedColumns(const QString& table, const QStringList& columns,
     return keyedRows(db(), table, columns.join(QStringLiteral(", ")), condition, params, 0);
 }
 
+QStringList ConClass::texts(const QString& table, const QString& column, const QString& condition,
+                            const QVariantList& params) const {
+    QStringList out;
+    for (const Row& r : keyedRows(db(), table, column, condition, params, 0))
+        out << r.text(0);
+    return out;
+}
+
 QStringList ConClass::distinctInOrder(const QString& table, const QString& column,
                                       const QString& condition, const QVariantList& params) const {
     const QString id = identityOf(db(), table);
@@ -762,10 +770,7 @@ QString FindTableName(const ConClass& con, const QString& contractNum, bool trim
 }
 
 QStringList projectNames(const ConClass& con) {
-    QStringList names;
-    for (const Row& r : con.rows(QStringLiteral("select tw_contract_name from contractmaster")))
-        names << r.text(0);
-    return names;
+    return con.texts(QStringLiteral("ContractMaster"), QStringLiteral("tw_contract_name"));
 }
 
 QString FindContractNo(const ConClass& con, const QString& pkey) {

@@ -160,6 +160,10 @@ public:
     // rows reads just what it needs.
     Rows keyedColumns(const QString& table, const QStringList& columns, const QString& condition,
                       const QVariantList& params) const;
+    // The texts of `column` in the rows of `table` that meet `condition`, in store order: the
+    // lists the screens offer.
+    QStringList texts(const QString& table, const QString& column, const QString& condition = {},
+                      const QVariantList& params = {}) const;
     // The distinct values of `column` in the rows of `table` that meet `condition`, each as it
     // was first written, in the order they were first written: an index over the column does
     // not turn the order of a list into the order of the index.

@@ -694,6 +694,18 @@ TEST_F(StoreTest, LinesWrittenInBulkAreRecordedAsLinesWrittenOneAtATime) {
     EXPECT_TRUE(rows.empty());
 }
 
+// The lists the screens offer keep the order the rows were written in, a row changed since
+// included: the server moves a changed row to the end of its table.
+TEST_F(StoreTest, ListsKeepTheOrderTheRowsWereWrittenIn) {
+    for (const char* name : {"Alpha", "Beta"})
+        db().insert(QStringLiteral("ContractMaster"),
+                    {{QStringLiteral("tw_contract_num"), QString::fromLatin1(name).left(1)},
+                     {QStringLiteral("tw_contract_name"), QString::fromLatin1(name)}});
+    db().exec(QStringLiteral("update ContractMaster set tw_contract_name = 'Alpha 2' where "
+                             "tw_contract_num = 'A'"));
+    EXPECT_EQ(tw::projectNames(db()), (QStringList{"Alpha 2", "Beta"}));
+}
+
 // A file made before the program kept its indexes gets them when it is opened, and its lists
 // keep the order the rows were written in.
 TEST_F(StoreTest, AFileWithoutTheIndexesGetsThemAndListsKeepTheirOrder) {

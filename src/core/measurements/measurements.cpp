@@ -77,10 +77,7 @@ std::optional<Item> findItem(const ConClass& con, const QString& contract, const
 }
 
 QStringList shapeNames(const ConClass& con) {
-    QStringList names;
-    for (const auto& r : con.keyed(QStringLiteral("shapes")))
-        names << r.text(QStringLiteral("tw_Shape"));
-    return names;
+    return con.texts(QStringLiteral("shapes"), QStringLiteral("tw_Shape"));
 }
 
 std::optional<Shape> findShape(const ConClass& con, const QString& name) {

@@ -35,10 +35,7 @@ QStringList billNumbers(const ConClass& con, const QString& contract) {
 }
 
 QStringList diameters(const ConClass& con) {
-    QStringList sizes;
-    for (const auto& r : con.keyed(QStringLiteral("diameter")))
-        sizes << r.text(0);
-    return sizes;
+    return con.texts(QStringLiteral("diameter"), QStringLiteral("tw_diameter"));
 }
 
 void learnDiameter(const ConClass& con, const QString& typed) {

@@ -114,10 +114,8 @@ Listing list(const ConClass& con, const QString& contractNum, const QString& bil
 }
 
 QStringList bills(const ConClass& con, const QString& contractNum) {
-    QStringList out;
-    for (const Row& r : con.keyed(Bills, QStringLiteral("tw_contract_num=?"), {contractNum}))
-        out << r.text(QStringLiteral("tw_bill_num"));
-    return out;
+    return con.texts(Bills, QStringLiteral("tw_bill_num"), QStringLiteral("tw_contract_num=?"),
+                     {contractNum});
 }
 
 std::optional<QString> raisedBill(const ConClass& con, const QString& contractNum,

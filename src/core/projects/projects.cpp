@@ -67,10 +67,7 @@ std::optional<Row> findByNumber(const ConClass& con, const QString& number) {
 }
 
 QStringList numbers(const ConClass& con) {
-    QStringList out;
-    for (const Row& r : con.keyed(Projects))
-        out << r.text(QStringLiteral("tw_contract_num"));
-    return out;
+    return con.texts(Projects, QStringLiteral("tw_contract_num"));
 }
 
 std::optional<Fields> show(const ConClass& con, const QString& id) {

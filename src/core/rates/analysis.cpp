@@ -29,10 +29,7 @@ QString analysisTable(const QString& units) {
 }
 
 QStringList categoryNames(const ConClass& con, const QString& units) {
-    QStringList names;
-    for (const auto& r : con.keyed(analysisTable(units)))
-        names << r.text(0);
-    return names;
+    return con.texts(analysisTable(units), QStringLiteral("tw_category_name"));
 }
 
 std::vector<std::pair<QString, QString>> analysisItems(const ConClass& con,
@@ -46,10 +43,7 @@ std::vector<std::pair<QString, QString>> analysisItems(const ConClass& con,
 }
 
 QStringList costItems(const ConClass& con) {
-    QStringList items;
-    for (const auto& r : con.rows(QStringLiteral("select tw_cost_item from costitems")))
-        items << r.text(0);
-    return items;
+    return con.texts(QStringLiteral("costitems"), QStringLiteral("tw_cost_item"));
 }
 
 std::optional<QString> costItemRate(const ConClass& con, const QString& item) {

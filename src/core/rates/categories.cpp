@@ -48,10 +48,7 @@ std::vector<QStringList> FillCategoryList(const ConClass& con, const QString& me
 }
 
 QStringList unitNos(const ConClass& con) {
-    QStringList units;
-    for (const auto& r : con.keyed(QStringLiteral("units")))
-        units << r.text(QStringLiteral("units"));
-    return units;
+    return con.texts(QStringLiteral("units"), QStringLiteral("units"));
 }
 
 QStringList measureTypes(const ConClass& con, const QString& measureSystem) {

@@ -31,10 +31,7 @@ std::vector<QStringList> materialRows(const ConClass& con) {
 }
 
 QStringList materialNames(const ConClass& con) {
-    QStringList names;
-    for (const auto& r : con.rows(QStringLiteral("select tw_mat_desc from Materials")))
-        names << r.text(0);
-    return names;
+    return con.texts(QStringLiteral("Materials"), QStringLiteral("tw_mat_desc"));
 }
 
 std::optional<Refusal> checkMaterial(const QString& material, const QString& rate) {

@@ -427,10 +427,7 @@ std::vector<Deduction> LoadDeductions(ReportRun& run, const ConClass& con) {
 }
 
 QStringList UnitLabels(const ConClass& con) {
-    QStringList labels;
-    for (const Row& r : con.keyed(QStringLiteral("unitlbls")))
-        labels << r.text(0);
-    return labels;
+    return con.texts(QStringLiteral("unitlbls"), QStringLiteral("tw_unit_lbl"));
 }
 
 void LearnUnitLabel(const ConClass& con, const QString& label) {

@@ -20,13 +20,6 @@ QString categoryTable(const QString& units) {
                                           : QStringLiteral("categorylist_meter");
 }
 
-QStringList column(const ConClass& con, const QString& table, const QString& name) {
-    QStringList out;
-    for (const Row& r : con.keyed(table))
-        out << r.text(name);
-    return out;
-}
-
 // A list or caption as it is written: an item saved with nothing picked stores an empty text,
 // never Null (a Null unit label or type of measure would list as "XXX" and "xxx").
 QString storedText(const QString& text) {
@@ -41,9 +34,9 @@ std::optional<QString> nullable(const Row& row, const char* column) {
 } // namespace
 
 ItemLists itemLists(const ConClass& con, const QString& units) {
-    return {column(con, QStringLiteral("volarea"), QStringLiteral("tw_volarea")),
-            column(con, QStringLiteral("units"), QStringLiteral("units")),
-            column(con, categoryTable(units), QStringLiteral("tw_category_name"))};
+    return {con.texts(QStringLiteral("volarea"), QStringLiteral("tw_volarea")),
+            con.texts(QStringLiteral("units"), QStringLiteral("units")),
+            con.texts(categoryTable(units), QStringLiteral("tw_category_name"))};
 }
 
 std::vector<QStringList> itemLines(const ConClass& con, const QString& contractNum) {
