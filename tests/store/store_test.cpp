@@ -1,6 +1,7 @@
 #include "core/measurements/measurements.h"
 #include "core/measurements/steel.h"
 #include "core/reports/report_run.h"
+#include "core/schedules/items.h"
 #include "store/backup.h"
 #include "store/files.h"
 #include "store/history.h"
@@ -701,9 +702,41 @@ TEST_F(StoreTest, ListsKeepTheOrderTheRowsWereWrittenIn) {
         db().insert(QStringLiteral("ContractMaster"),
                     {{QStringLiteral("tw_contract_num"), QString::fromLatin1(name).left(1)},
                      {QStringLiteral("tw_contract_name"), QString::fromLatin1(name)}});
-    db().exec(QStringLiteral("update ContractMaster set tw_contract_name = 'Alpha 2' where "
-                             "tw_contract_num = 'A'"));
+    for (const char* n : {"1", "2"}) {
+        db().insert(QStringLiteral("Sch_master"),
+                    {{QStringLiteral("tw_contract_num"), QStringLiteral("A")},
+                     {QStringLiteral("tw_sch_num"), QString::fromLatin1(n)}});
+        db().insert(QStringLiteral("BillMaster"),
+                    {{QStringLiteral("tw_contract_num"), QStringLiteral("A")},
+                     {QStringLiteral("tw_bill_num"), QStringLiteral("RA-1")},
+                     {QStringLiteral("tw_sch_num"), QString::fromLatin1(n)}});
+        db().insert(QStringLiteral("Reinforcementmaster"),
+                    {{QStringLiteral("tw_contract_num"), QStringLiteral("A")},
+                     {QStringLiteral("tw_bill_num"), QStringLiteral("RA-1")},
+                     {QStringLiteral("tw_narration"), QString::fromLatin1(n)}});
+    }
+    for (const char* sql : {"update ContractMaster set tw_contract_name = 'Alpha 2' where "
+                            "tw_contract_num = 'A'",
+                            "update Sch_master set tw_item_desc = 'Earth' where tw_sch_num = '1'",
+                            // a line moved to another bill and back
+                            "update BillMaster set tw_bill_num = 'RA-2' where tw_sch_num = '1'",
+                            "update BillMaster set tw_bill_num = 'RA-1' where tw_sch_num = '1'",
+                            "update Reinforcementmaster set tw_bill_num = 'RA-2' where "
+                            "tw_narration = '1'",
+                            "update Reinforcementmaster set tw_bill_num = 'RA-1', tw_remarks = 'x' "
+                            "where tw_narration = '1'"})
+        db().exec(QString::fromLatin1(sql));
     EXPECT_EQ(tw::projectNames(db()), (QStringList{"Alpha 2", "Beta"}));
+    const auto items = tw::schedules::itemNames(db(), QStringLiteral("A"));
+    ASSERT_EQ(items.size(), 2u);
+    EXPECT_EQ(items[0], std::pair(QStringLiteral("1"), QStringLiteral("Earth")));
+    const auto lines = tw::measurements::Show_Measurements(db(), "A", "RA-1");
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(lines[0].front(), QStringLiteral("1"));
+    const auto steel = tw::steel::Show_Reinforcement(db(), "A", "RA-1", false);
+    ASSERT_EQ(steel.size(), 2u);
+    EXPECT_TRUE(steel[0].contains(QStringLiteral("1"))) << steel[0].join('|').toStdString();
+    EXPECT_FALSE(steel[1].contains(QStringLiteral("x")));
 }
 
 // A file made before the program kept its indexes gets them when it is opened, and its lists

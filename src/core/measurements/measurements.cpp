@@ -56,16 +56,6 @@ QStringList billNumbers(const ConClass& con, const QString& contract) {
                                QStringLiteral("tw_contract_num=?"), {contract});
 }
 
-std::vector<std::pair<QString, QString>> scheduleItems(const ConClass& con,
-                                                       const QString& contract) {
-    std::vector<std::pair<QString, QString>> items;
-    for (const auto& r :
-         con.rows(QStringLiteral("select * from sch_master where tw_contract_num=?"), {contract}))
-        items.emplace_back(r.text(QStringLiteral("tw_sch_num")),
-                           r.text(QStringLiteral("tw_item_desc")));
-    return items;
-}
-
 std::optional<Item> findItem(const ConClass& con, const QString& contract, const QString& sch) {
     const auto item = con.first(
         QStringLiteral("select * from sch_master where (tw_contract_num=?) and (tw_sch_num=?)"),
@@ -207,10 +197,9 @@ std::vector<QStringList> Show_Measurements(const ConClass& con, const QString& c
         columns << QStringLiteral("tw_dim%1").arg(i) << QStringLiteral("tw_dim%1_inches").arg(i);
     columns << QStringLiteral("tw_quantity") << QStringLiteral("tw_deduction");
     std::vector<QStringList> rows;
-    const auto lines = con.rows(QStringLiteral("select %1 from billmaster where "
-                                               "(tw_contract_num=?) and (tw_bill_num=?)")
-                                    .arg(columns.join(u',')),
-                                {contract, bill});
+    const auto lines = con.keyedColumns(QStringLiteral("billmaster"), columns,
+                                        QStringLiteral("(tw_contract_num=?) and (tw_bill_num=?)"),
+                                        {contract, bill});
     rows.reserve(lines.size());
     for (const auto& r : lines) {
         QStringList cells{r.text(0), r.text(1), r.text(2)};

@@ -27,9 +27,6 @@ std::optional<Project> projectByNumber(const ConClass& con, const QString& numbe
 
 // The bills of a project: each number its lines carry, once.
 QStringList billNumbers(const ConClass& con, const QString& contract);
-// The schedule items of a project, number and description, in store order.
-std::vector<std::pair<QString, QString>> scheduleItems(const ConClass& con,
-                                                       const QString& contract);
 // One item of the project by its number, with the number as the item spells it; nullopt when
 // the project has no such item.
 struct Item {

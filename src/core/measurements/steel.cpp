@@ -149,9 +149,9 @@ std::vector<QStringList> Show_Reinforcement(const ConClass& con, const QString& 
     // 5 being 0.05 m.
     const double parts = feet ? 12.0 : 100.0;
     std::vector<QStringList> rows;
-    const auto lines = con.rows(QStringLiteral("select * from reinforcementmaster where "
-                                               "(tw_contract_num=?) and (tw_bill_num=?)"),
-                                {contract, bill});
+    const auto lines =
+        con.keyed(QStringLiteral("reinforcementmaster"),
+                  QStringLiteral("(tw_contract_num=?) and (tw_bill_num=?)"), {contract, bill});
     int number = 0;
     for (const auto& r : lines) {
         const QString whole = numberText(r.value(QStringLiteral("tw_length_ft")));

@@ -32,16 +32,6 @@ QStringList categoryNames(const ConClass& con, const QString& units) {
     return con.texts(analysisTable(units), QStringLiteral("tw_category_name"));
 }
 
-std::vector<std::pair<QString, QString>> analysisItems(const ConClass& con,
-                                                       const QString& contract) {
-    std::vector<std::pair<QString, QString>> items;
-    for (const auto& r : con.rows(QStringLiteral("select tw_sch_num,tw_item_desc from sch_master "
-                                                 "where tw_contract_num=?"),
-                                  {contract}))
-        items.emplace_back(r.text(0), r.text(1));
-    return items;
-}
-
 QStringList costItems(const ConClass& con) {
     return con.texts(QStringLiteral("costitems"), QStringLiteral("tw_cost_item"));
 }

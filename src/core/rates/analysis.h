@@ -20,9 +20,6 @@ QString analysisTable(const QString& units);
 
 // The names of the category items of the measure system, in store order.
 QStringList categoryNames(const ConClass& con, const QString& units);
-// The schedule items of a project, number and description, in store order.
-std::vector<std::pair<QString, QString>> analysisItems(const ConClass& con,
-                                                       const QString& contract);
 // The cost items, in store order.
 QStringList costItems(const ConClass& con);
 // The last rate entered for a cost item, as stored.

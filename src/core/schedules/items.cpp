@@ -39,6 +39,16 @@ ItemLists itemLists(const ConClass& con, const QString& units) {
             con.texts(categoryTable(units), QStringLiteral("tw_category_name"))};
 }
 
+std::vector<std::pair<QString, QString>> itemNames(const ConClass& con,
+                                                   const QString& contractNum) {
+    std::vector<std::pair<QString, QString>> items;
+    for (const Row& r :
+         con.keyedColumns(Items, {QStringLiteral("tw_sch_num"), QStringLiteral("tw_item_desc")},
+                          QStringLiteral("tw_contract_num=?"), {contractNum}))
+        items.emplace_back(r.text(0), r.text(1));
+    return items;
+}
+
 std::vector<QStringList> itemLines(const ConClass& con, const QString& contractNum) {
     std::vector<QStringList> lines;
     for (const Row& r : con.keyed(Items, QStringLiteral("tw_contract_num=?"), {contractNum}))

@@ -10,6 +10,7 @@
 #include <QStringList>
 
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace tw::schedules {
@@ -22,6 +23,10 @@ struct ItemLists {
     QStringList categories;
 };
 ItemLists itemLists(const ConClass& con, const QString& units);
+
+// The items of a project in store order, number and description: the lists of the screens that
+// pick an item (measurements, rate analysis).
+std::vector<std::pair<QString, QString>> itemNames(const ConClass& con, const QString& contractNum);
 
 // The items of a project in store order, a line each: Sl No, Sch. No, description, category,
 // unit rate, unit label ("XXX" for none) and type of measure ("xxx" for none).

@@ -1,6 +1,7 @@
 #include "screens/measurements/frm_dims.h"
 
 #include "core/measurements/measurements.h"
+#include "core/schedules/items.h"
 #include "ui/kit.h"
 
 #include <QGridLayout>
@@ -241,7 +242,7 @@ void frm_dims::cmb_proj_name_activated() {
     cmb_bill_num->setCurrentIndex(-1);
 
     Lst_Schd->clear();
-    for (const auto& [number, description] : core::scheduleItems(con, contract))
+    for (const auto& [number, description] : tw::schedules::itemNames(con, contract))
         ui::addListRow(Lst_Schd, {number, description});
     ui::fitColumns(Lst_Schd);
 

@@ -2,6 +2,7 @@
 
 #include "core/projects/projects.h"
 #include "core/rates/analysis.h"
+#include "core/schedules/items.h"
 #include "screens/rates/rateform.h"
 #include "values/values.h"
 
@@ -216,7 +217,7 @@ void Frm_RateAnalysis::CmbCntrNm_activated() {
     const auto project = tw::projects::findByName(con, name);
     TxtUnits->setText(project ? project->text(QStringLiteral("tw_units")) : QString());
     contractNum_ = project ? project->text(QStringLiteral("tw_contract_num")) : QString();
-    const auto items = core::analysisItems(con, contractNum_);
+    const auto items = tw::schedules::itemNames(con, contractNum_);
     if (items.empty()) {
         ui::MsgBox(tr("There are No Schedule Items Defined for ") + name + tr(" Contract..."),
                    ui::Information, tr("Schedule Items"));
