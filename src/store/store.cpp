@@ -436,8 +436,7 @@ void ConClass::contractno(QStringList& list, const QString& mode) const {
     if (mode.isEmpty())
         list << QStringLiteral("Add New");
     try {
-        for (const auto& r : rows(QStringLiteral("select tw_contract_num from ContractMaster")))
-            list << r.text(0);
+        list << texts(QStringLiteral("ContractMaster"), QStringLiteral("tw_contract_num"));
     } catch (const Error&) {
         // The list keeps what it got; a failure here is not worth a message.
     }

@@ -727,6 +727,9 @@ TEST_F(StoreTest, ListsKeepTheOrderTheRowsWereWrittenIn) {
                             "where tw_narration = '1'"})
         db().exec(QString::fromLatin1(sql));
     EXPECT_EQ(tw::projectNames(db()), (QStringList{"Alpha 2", "Beta"}));
+    QStringList numbers;
+    db().contractno(numbers, QStringLiteral("Edit"));
+    EXPECT_EQ(numbers, (QStringList{"A", "B"}));
     const auto items = tw::schedules::itemNames(db(), QStringLiteral("A"));
     ASSERT_EQ(items.size(), 2u);
     EXPECT_EQ(items[0], std::pair(QStringLiteral("1"), QStringLiteral("Earth")));

@@ -132,11 +132,8 @@ QString billAmount(const ConClass& con, const QString& contractNum, const QStrin
 }
 
 QStringList types(const ConClass& con) {
-    QStringList out;
-    for (const Row& r : con.rows(QStringLiteral("select distinct tw_pay_type from payment_rec "
-                                                "where tw_pay_type is not null")))
-        out << r.text(0);
-    return out;
+    return con.distinctInOrder(QStringLiteral("payment_rec"), QStringLiteral("tw_pay_type"),
+                               QStringLiteral("tw_pay_type is not null"), {});
 }
 
 } // namespace tw::payments

@@ -52,12 +52,8 @@ QStringList unitNos(const ConClass& con) {
 }
 
 QStringList measureTypes(const ConClass& con, const QString& measureSystem) {
-    QStringList kinds;
-    for (const auto& r : con.rows(QStringLiteral("select distinct tw_measure_type from %1 where "
-                                                 "tw_measure_type is not null")
-                                      .arg(categoryTable(measureSystem))))
-        kinds << r.text(0);
-    return kinds;
+    return con.distinctInOrder(categoryTable(measureSystem), QStringLiteral("tw_measure_type"),
+                               QStringLiteral("tw_measure_type is not null"), {});
 }
 
 UnitLabel ShowUnitLabel(const QString& measureType, bool metre) {
