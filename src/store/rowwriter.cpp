@@ -189,22 +189,6 @@ RowWriter::RowWriter(const ConClass& con, const QString& table, const QStringLis
 }
 
 RowWriter::~RowWriter() noexcept(false) {
-    if (file_ && file_->triggersOff) {
-        if (std::uncaught_exceptions() == exceptionsAtStart_) {
-            file_->record();
-            return;
-        }
-        try {
-            file_->record();
-        } catch (const Error&) {
-            // The exception on its way says what went wrong first; the action rolls back.
-        }
-        if (file_->triggersOff)
-            file_->turnTriggers(true);
-        return;
-    }
-    if (!server_ || server_->held.isEmpty())
-        return;
     if (std::uncaught_exceptions() == exceptionsAtStart_) {
         flush();
         return;
