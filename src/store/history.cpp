@@ -66,6 +66,16 @@ QString& userName() {
     return name;
 }
 
+} // namespace
+
+bool numericType(const QString& declared) {
+    static const QRegularExpression numeric(QStringLiteral("INT|REAL|FLOA|DOUB|NUM"),
+                                            QRegularExpression::CaseInsensitiveOption);
+    return numeric.match(declared).hasMatch();
+}
+
+namespace {
+
 // A value as JSON text, built from SQLite's own innocuous functions: the connections of the
 // program trust no function in a file's code that could harm, and the JSON functions are not
 // marked harmless, so a trigger calling them would refuse every write of the program. A number
@@ -79,9 +89,7 @@ QString jsonValue(const QString& v, const QString& type) {
     const QString plain =
         QStringLiteral("typeof(%1) BETWEEN 'integer' AND 'real', ifnull(%1, 'null')").arg(v);
     const QString hex = QStringLiteral("'{\"hex\":\"' || hex(%1) || '\"}'").arg(v);
-    static const QRegularExpression numeric(QStringLiteral("INT|REAL|FLOA|DOUB|NUM"),
-                                            QRegularExpression::CaseInsensitiveOption);
-    if (numeric.match(type).hasMatch())
+    if (numericType(type))
         return QStringLiteral("iif(%1, %2)").arg(plain, hex);
     // Control characters 1 to 8, 11, 12 and 14 to 31, as GLOB ranges.
     return QStringLiteral("iif(%1, iif(typeof(%2) = 'blob' OR %2 GLOB char(42, 91, 1, 45, 8, 11, "
@@ -99,9 +107,7 @@ QString plainForJson(const QString& v, const QString& type) {
     const QString number =
         QStringLiteral("typeof(%1) BETWEEN 'integer' AND 'real' AND ifnull(abs(%1) < 9e999, 1)")
             .arg(v);
-    static const QRegularExpression numeric(QStringLiteral("INT|REAL|FLOA|DOUB|NUM"),
-                                            QRegularExpression::CaseInsensitiveOption);
-    if (numeric.match(type).hasMatch())
+    if (numericType(type))
         return u'(' + number + u')';
     return QStringLiteral("(%1 OR typeof(%2) = 'text' AND %2 NOT GLOB char(42, 91, 1, 45, 8, 11, "
                           "12, 14, 45, 31, 93, 42))")
@@ -135,16 +141,20 @@ public:
         return QStringLiteral("'[' || %1 || ']'").arg(v.join(QStringLiteral(" || ',' || ")));
     }
 
-    // values(), by json_array() wherever that writes the same text.
-    QString quickValues(const QString& row) const {
+    // values(), by json_array() wherever that writes the same text; the values of the columns
+    // `known` are not looked at again.
+    QString quickValues(const QString& row, const QStringList& known) const {
         QStringList plain, all;
         for (const schema::Column& c : columns_) {
             const QString v = row + u'.' + quoted(c.name);
-            plain << plainForJson(v, c.type);
+            if (!known.contains(c.name, Qt::CaseInsensitive))
+                plain << plainForJson(v, c.type);
             all << v;
         }
-        return QStringLiteral("CASE WHEN %1 THEN json_array(%2) ELSE %3 END")
-            .arg(plain.join(QStringLiteral(" AND ")), all.join(QStringLiteral(", ")), values(row));
+        const QString quick = QStringLiteral("json_array(%1)").arg(all.join(QStringLiteral(", ")));
+        return plain.isEmpty() ? quick
+                               : QStringLiteral("CASE WHEN %1 THEN %2 ELSE %3 END")
+                                     .arg(plain.join(QStringLiteral(" AND ")), quick, values(row));
     }
 
 private:
@@ -607,7 +617,7 @@ void watchLocal(const QSqlDatabase& db) {
                              QLatin1String(event), quoted(name), actorTable));
 }
 
-QString addedRowsStatement(const QString& name) {
+QString addedRowsStatement(const QString& name, const QStringList& plain) {
     const schema::Table* t = recordOf(name) ? schema::programTable(name) : nullptr;
     if (!t)
         return {};
@@ -616,7 +626,7 @@ QString addedRowsStatement(const QString& name) {
                           "> ? ORDER BY new.rowid")
         .arg(historyColumns,
              rec.record(QStringLiteral("added"), QStringLiteral("new"), QStringLiteral("null"),
-                        rec.quickValues(QStringLiteral("new"))),
+                        rec.quickValues(QStringLiteral("new"), plain)),
              quoted(rec.spelled()));
 }
 

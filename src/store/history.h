@@ -106,8 +106,13 @@ void watchLocal(const QSqlDatabase& db);
 // Many rows added at once to a recorded table of the program: the statement that records the
 // rows of `name` after the row identity bound to it, as its triggers would one at a time (empty
 // for a table whose rows are recorded only by its triggers), and the statement that names the
-// action's writer first, as the connection's own triggers would at the first write.
-QString addedRowsStatement(const QString& name);
+// action's writer first, as the connection's own triggers would at the first write. The values
+// of the columns `plain` are known to be written by json_array() as the triggers write them (a
+// finite number or a Null, or in a column not numeric a text with no control character but a
+// tab or a line end) and are not looked at again: for the rest the statement looks at each.
+QString addedRowsStatement(const QString& name, const QStringList& plain = {});
+// Whether a column declared `declared` holds numbers: a text kept there is recorded by its bytes.
+bool numericType(const QString& declared);
 QString claimActorStatement();
 
 // ---- the server ----

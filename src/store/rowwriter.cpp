@@ -1,6 +1,7 @@
 #include "store/rowwriter.h"
 
 #include "store/history.h"
+#include "store/schema.h"
 #include "store/server.h"
 
 #include <QDateTime>
@@ -8,6 +9,7 @@
 #include <QUuid>
 
 #include <algorithm>
+#include <cmath>
 #include <exception>
 #include <optional>
 
@@ -82,6 +84,39 @@ int bind(sqlite3_stmt* stmt, int at, const QVariant& v) {
     }
 }
 
+// Whether the value `v`, bound as bind() binds it into a column that is numeric or not, is
+// recorded in the history by json_array() as the file's triggers record it: a Null, a finite
+// number, or outside a numeric column a text with no control character but a tab or a line end.
+// The triggers keep a blob, an infinity, a text with another control character and a text a
+// numeric column may keep as text by their bytes, which json_array() does not.
+bool writtenAsJson(const QVariant& v, bool numeric) {
+    if (storedAsNull(v))
+        return true;
+    const auto plainText = [](const QString& text) {
+        return std::none_of(text.begin(), text.end(), [](QChar c) {
+            return c.unicode() < 32 && c != u'\t' && c != u'\n' && c != u'\r';
+        });
+    };
+    switch (v.typeId()) {
+    case QMetaType::QByteArray:
+        return false;
+    case QMetaType::Int:
+    case QMetaType::Bool:
+    case QMetaType::UInt:
+    case QMetaType::LongLong:
+        return true;
+    case QMetaType::Double:
+        return std::isfinite(v.toDouble());
+    case QMetaType::QDateTime:
+    case QMetaType::QTime:
+        return !numeric;
+    case QMetaType::QString:
+        return !numeric && plainText(*static_cast<const QString*>(v.constData()));
+    default:
+        return !numeric && plainText(v.toString());
+    }
+}
+
 // The store's text for a failure, worded as a failed Qt statement words it.
 QString failure(sqlite3* db, const char* doing) {
     return QString::fromUtf8(sqlite3_errmsg(db)) + u' ' + QLatin1String(doing);
@@ -96,10 +131,15 @@ struct RowWriter::File {
     // with the connection's triggers off meanwhile: a trigger a row costs more than the row
     // itself. Rows and their history still stand or fall with the action. Outside an action
     // each row is kept alone, and its triggers record it with it.
-    QByteArray recordSql;
+    QString recorded; // the table's name, when its rows are recorded together
     QByteArray table;
     sqlite3_int64 lastBefore = 0;
     bool triggersOff = false;
+    // The columns written, whether each is numeric, and whether every value written into it
+    // so far is one json_array() records as the triggers would: those the recording statement
+    // need not look at again, row by row.
+    QStringList columns;
+    std::vector<char> numeric, plain;
 
     ~File() { sqlite3_finalize(stmt); }
 
@@ -132,8 +172,12 @@ struct RowWriter::File {
         if (single("select exists (select 1 from main." + table + " where rowid > ?)",
                    lastBefore) == 0)
             return;
+        QStringList known;
+        for (qsizetype c = 0; c < columns.size(); ++c)
+            if (plain[size_t(c)])
+                known << columns[c];
         single(history::claimActorStatement().toUtf8());
-        single(recordSql, lastBefore);
+        single(history::addedRowsStatement(recorded, known).toUtf8(), lastBefore);
     }
 };
 
@@ -183,7 +227,17 @@ RowWriter::RowWriter(const ConClass& con, const QString& table, const QStringLis
     if (!record.isEmpty() && sqlite3_get_autocommit(db) == 0 && triggersOn) {
         file_->table = (u'"' + table + u'"').toUtf8();
         file_->lastBefore = file_->single("select ifnull(max(rowid), 0) from main." + file_->table);
-        file_->recordSql = record.toUtf8();
+        file_->recorded = table;
+        file_->columns = columns;
+        const schema::Table* t = schema::programTable(table);
+        for (const QString& name : columns) {
+            const auto c = std::find_if(t->columns.begin(), t->columns.end(), [&](const auto& c) {
+                return c.name.compare(name, Qt::CaseInsensitive) == 0;
+            });
+            // A column the table does not know is looked at with every row.
+            file_->numeric.push_back(c == t->columns.end() || history::numericType(c->type));
+            file_->plain.push_back(c != t->columns.end());
+        }
         file_->turnTriggers(false);
     }
 }
@@ -209,9 +263,12 @@ void RowWriter::add(const QVariantList& values) {
         return;
     }
     sqlite3_stmt* stmt = file_->stmt;
-    for (qsizetype i = 0; i < values.size(); ++i)
+    for (qsizetype i = 0; i < values.size(); ++i) {
         if (bind(stmt, int(i + 1), values[i]) != SQLITE_OK)
             throw Error(failure(file_->db, "Unable to bind parameters"));
+        if (file_->triggersOff && file_->plain[size_t(i)])
+            file_->plain[size_t(i)] = writtenAsJson(values[i], file_->numeric[size_t(i)]);
+    }
     if (sqlite3_step(stmt) != SQLITE_DONE) {
         const QString text = failure(file_->db, "Unable to fetch row");
         sqlite3_reset(stmt);

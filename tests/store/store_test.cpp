@@ -639,7 +639,8 @@ TEST_F(StoreTest, LinesWrittenInBulkAreRecordedAsLinesWrittenOneAtATime) {
     std::vector<QVariantList> lines{
         {QStringLiteral("P-1"), QStringLiteral("RA-1"), QStringLiteral("Wall, line 1"), 12.5},
         {QStringLiteral("P-1"), QStringLiteral("RA-1"), QStringLiteral("q\"'\\\n\t\r"), 1e300},
-        {QStringLiteral("P-1"), QStringLiteral("RA-1"), QStringLiteral("bell\x07"),
+        {QStringLiteral("P-1"), QStringLiteral("RA-1"), QStringLiteral("bell\x07"), 2.5},
+        {QStringLiteral("P-1"), QStringLiteral("RA-1"), QStringLiteral("Wall"),
          QStringLiteral("12.5.1")},
         {QStringLiteral("P-1"), QStringLiteral("RA-1"), QByteArray("\x01\xff", 2), 0.5},
         {QStringLiteral("P-1"), QStringLiteral("RA-1"), QStringLiteral("Wall"),
@@ -664,6 +665,10 @@ TEST_F(StoreTest, LinesWrittenInBulkAreRecordedAsLinesWrittenOneAtATime) {
     {
         tw::Transaction tx(db());
         bulk();
+        // Each line alone, so that no other line's value of the same column hides how its own
+        // are recorded.
+        for (const QVariantList& line : lines)
+            tw::RowWriter(db(), QStringLiteral("BillMaster"), columns).add(line);
         tx.commit();
     }
     bulk();
@@ -676,7 +681,7 @@ TEST_F(StoreTest, LinesWrittenInBulkAreRecordedAsLinesWrittenOneAtATime) {
     one();
     auto all = tw::history::read(db());
     std::reverse(all.begin(), all.end());
-    ASSERT_EQ(all.size(), 4 * lines.size());
+    ASSERT_EQ(all.size(), 5 * lines.size());
     std::set<qint64> rows;
     for (const tw::Row& r :
          db().rows(QStringLiteral("select tw_recordkey from BillMaster order by tw_recordkey")))
