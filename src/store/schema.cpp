@@ -480,6 +480,11 @@ const std::vector<Index>& indexes() {
         {QStringLiteral("tw_reinforcementmaster_bill"),
          QStringLiteral("Reinforcementmaster"),
          {QStringLiteral("tw_contract_num"), QStringLiteral("tw_bill_num")}},
+        // Whether a bill is frozen, asked by the history for every measurement and deduction
+        // line it records.
+        {QStringLiteral("tw_billsraised_bill"),
+         QStringLiteral("billsraised"),
+         {QStringLiteral("tw_contract_num"), QStringLiteral("tw_bill_num")}},
     };
     return all;
 }
