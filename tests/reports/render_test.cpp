@@ -190,8 +190,9 @@ TEST(Paging, NamesInAnyScriptHaveTheirGlyphs) {
 }
 
 // The rows section is written a row at a time: a row still finds the report's own names, its
-// tags on lines of their own leave no lines behind (with either line end), a nested section of
-// an item keeps its own rows, and no rows at all is an empty list.
+// tags on lines of their own leave no lines behind (with either line end, also after rows of
+// megabytes), a nested section of an item keeps its own rows, and no rows at all is an empty
+// list.
 TEST_F(Render, RowsAreWrittenOneAtATime) {
     const QString dir = QDir(folder()).filePath("layouts");
     QDir().mkpath(dir);
@@ -200,6 +201,7 @@ TEST_F(Render, RowsAreWrittenOneAtATime) {
         const char* text;
         bool lines;
         const char* want;
+        int wide = 0; // letters of param1
     } cases[] = {
         {"Lf",
          "<p>\n{{#rows}}\n{{serial}}.{{line}} {{#feet}}{{whole_unit}}{{/feet}} {{project}}\n"
@@ -211,6 +213,8 @@ TEST_F(Render, RowsAreWrittenOneAtATime) {
         {"Groups", "{{#groups}}{{serial}}:{{#rows}}{{line}}{{/rows}};{{/groups}}", true,
          "1:12;2:1;"},
         {"NoRows", "{{#rows}}{{line}}{{/rows}}{{^rows}}none{{/rows}}", false, "none"},
+        {"Wide", "{{#rows}}\r\n{{param1}}{{line}}\r\n{{/rows}}\r\nend", true,
+         "@1\r\n@2\r\n@1\r\nend", 700000},
     };
     for (const auto& c : cases) {
         QFile layout(dir + "/" + c.layout + ".html");
@@ -220,8 +224,12 @@ TEST_F(Render, RowsAreWrittenOneAtATime) {
         db().exec("delete from dummy_estimation");
         if (c.lines)
             estimate(false);
-        EXPECT_EQ(renderHtml({c.layout, "dummy_estimation", {}, &run, Context::Estimate}, db()),
-                  QString::fromUtf8(c.want))
+        const QString wide(c.wide, u'w');
+        EXPECT_EQ(
+            renderHtml({c.layout, "dummy_estimation", c.wide ? QVariantList{wide} : QVariantList{},
+                        &run, Context::Estimate},
+                       db()),
+            QString::fromUtf8(c.want).replace(u'@', wide))
             << c.layout;
     }
 }
