@@ -21,9 +21,11 @@
 #include <QTextFrame>
 #include <QTextLayout>
 #include <QTextTable>
+#include <QThread>
 
 #include <algorithm>
 #include <functional>
+#include <future>
 #include <limits>
 #include <optional>
 #include <utility>
@@ -342,6 +344,7 @@ private:
 
 // The tables of a long table's runs, as its rows are laid out: the document's own, the runs
 // held beside it, and the packed runs, each read when it is asked for and let go with the next.
+// Runs asked for in order are read one ahead on a thread of their own, while this one lays out.
 class RunTables {
 public:
     RunTables(const QTextTable& first, const LayoutDocument* doc, bool inRuns, QPaintDevice& device)
@@ -357,13 +360,15 @@ public:
         } else {
             if (readIndex_ != i) {
                 read_.reset();
-                read_ = doc_->readRun(
-                    QString::fromUtf8(qUncompress(doc_->packedRuns[i - 1 - doc_->runs.size()])));
+                read_ = take(i);
                 read_->documentLayout()->setPaintDevice(device_);
                 readIndex_ = i;
+                if (i == asked_ + 1 && i + 1 < size())
+                    readAhead(i + 1);
             }
             run = read_.get();
         }
+        asked_ = i;
         const QList<QTextFrame*> frames = run->rootFrame()->childFrames();
         return frames.size() == 1 ? qobject_cast<QTextTable*>(frames.front()) : nullptr;
     }
@@ -384,11 +389,31 @@ public:
     }
 
 private:
+    const QByteArray& packed(size_t i) const { return doc_->packedRuns[i - 1 - doc_->runs.size()]; }
+    std::unique_ptr<LayoutDocument> take(size_t i) {
+        if (ahead_.valid()) {
+            auto run = ahead_.get();
+            if (std::exchange(aheadIndex_, 0) == i)
+                return run;
+        }
+        return doc_->readRun(QString::fromUtf8(qUncompress(packed(i))));
+    }
+    void readAhead(size_t i) {
+        aheadIndex_ = i;
+        ahead_ = std::async(std::launch::async,
+                            [doc = doc_, text = packed(i), to = QThread::currentThread()] {
+                                auto run = doc->readRun(QString::fromUtf8(qUncompress(text)));
+                                run->moveToThread(to);
+                                return run;
+                            });
+    }
+
     const QTextTable* first_;
     const LayoutDocument* doc_;
     QPaintDevice* device_;
     std::unique_ptr<LayoutDocument> read_;
-    size_t readIndex_ = 0;
+    size_t readIndex_ = 0, asked_ = 0, aheadIndex_ = 0;
+    std::future<std::unique_ptr<LayoutDocument>> ahead_;
 };
 
 // How many of a long table's last runs are measured before the first.
@@ -463,11 +488,19 @@ public:
                                  size_t(run == 0 ? 0 : headingRows_));
             rows_.resize(runStarts_.back());
             heights_.resize(runStarts_.back());
-            setColumns(widths);
-            if (!layOut(run, &least))
-                return;
-            setColumns(widened(widths, least));
-            layOut(run, nullptr, &fits.emplace_back());
+            // The heading is measured apart; below it, the figures that may not wrap measure the
+            // same in any width, so a run is measured as it is laid out.
+            if (run == 0) {
+                setColumns(widths);
+                if (!layOut(run, &least))
+                    return;
+                setColumns(widened(widths, least));
+                layOut(run, nullptr, &fits.emplace_back());
+            } else {
+                setColumns(widened(widths, least));
+                if (!layOut(run, &least, &fits.emplace_back()))
+                    return;
+            }
             keepHeights(run);
             letGo(run);
         }
@@ -608,7 +641,8 @@ private:
     // The same for the rows from `first` to `end` standing for those of run `run`.
     bool layOut(size_t run, size_t first, size_t end, std::vector<qreal>* least,
                 std::vector<Fit>* fits) const {
-        const bool measuring = least;
+        // Given `fits` too, every block is laid out, and `least` widened by the figures.
+        const bool measuring = least && !fits;
         const Scale px = px_;
         const qreal padding = padding_;
         const QTextOption& option = option_;
@@ -687,7 +721,7 @@ private:
                     }
                     if (fits && !nowrap)
                         fit(*fits, c, span, out.width, lineWidth, *lines);
-                    if (measuring && span == 1) {
+                    if (least && span == 1 && (measuring || nowrap)) {
                         qreal used = nowrap ? 0 : lines->minimumWidth();
                         for (int i = 0; nowrap && i < lines->lineCount(); ++i)
                             used = std::max(used, lines->lineAt(i).naturalTextWidth());
