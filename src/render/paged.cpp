@@ -978,22 +978,45 @@ std::unique_ptr<QTextDocument> makeDocument(const QString& html, Messenger* mess
         // Each further run: the head, the table's opening and heading, and its rows.
         const QString head =
             html.left(table->bodyEnd) + html.mid(table->open, rows[0] - table->open);
-        const bool pictures = head.contains(QLatin1String("url("), Qt::CaseInsensitive);
+        const bool pictures = head.contains(QLatin1String("url("), Qt::CaseInsensitive) ||
+                              head.contains(QLatin1String("<link"), Qt::CaseInsensitive);
+        const auto mayShowPictures = [&](const QString& run) {
+            const QStringView rowsText = QStringView(run).mid(head.size());
+            return pictures || rowsText.contains(QLatin1String("<img"), Qt::CaseInsensitive) ||
+                   rowsText.contains(QLatin1String("background"), Qt::CaseInsensitive);
+        };
+        QStringList held;
+        bool apart = true; // the held runs may be read on two threads: none asks for a file
         for (size_t first = kRunRows; first < rows.size(); first += kRunRows) {
             const qsizetype end =
                 first + kRunRows < rows.size() ? rows[first + kRunRows] : table->close;
             const QString run = head + html.mid(rows[first], end - rows[first]) +
                                 QLatin1String("</table></body></html>");
             if (qsizetype(first) < kHeldRows) {
-                doc->runs.push_back(doc->readRun(run, doc.get()).release());
+                apart = apart && !mayShowPictures(run);
+                held << run;
                 continue;
             }
             // A packed run is read for its pictures only when it may show one.
-            const QStringView rowsText = QStringView(run).mid(head.size());
-            if (pictures || rowsText.contains(QLatin1String("<img"), Qt::CaseInsensitive) ||
-                rowsText.contains(QLatin1String("background"), Qt::CaseInsensitive))
+            if (mayShowPictures(run))
                 lookUp(*doc->readRun(run));
             doc->packedRuns.push_back(qCompress(run.toUtf8(), 1));
+        }
+        // The later half of the held runs is read on a thread of its own meanwhile.
+        const qsizetype half = apart ? held.size() / 2 : held.size();
+        auto later = std::async(std::launch::async, [&, to = QThread::currentThread()] {
+            std::vector<std::unique_ptr<LayoutDocument>> read;
+            for (qsizetype i = half; i < held.size(); ++i) {
+                read.push_back(doc->readRun(held[i]));
+                read.back()->moveToThread(to);
+            }
+            return read;
+        });
+        for (qsizetype i = 0; i < half; ++i)
+            doc->runs.push_back(doc->readRun(held[i], doc.get()).release());
+        for (auto& run : later.get()) {
+            run->setParent(doc.get());
+            doc->runs.push_back(run.release());
         }
     }
     // The HTML reader keeps no <meta> but the title, so the page's orientation is read here.
