@@ -41,5 +41,7 @@ for lines in "$@"; do
     fi
     # "Written: FILE (N pages)"
     pages=${written##*(}
-    echo "final bill of $lines lines: ${pages%)}, $figures"
+    # Figures of a loaded machine say little: the load stands beside them.
+    load=$(cut -d' ' -f1 /proc/loadavg 2>/dev/null || echo "?")
+    echo "final bill of $lines lines: ${pages%)}, $figures (load $load)"
 done

@@ -21,9 +21,12 @@
 #include <QTextFrame>
 #include <QTextLayout>
 #include <QTextTable>
+#include <QThread>
 
 #include <algorithm>
 #include <functional>
+#include <future>
+#include <limits>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -53,6 +56,13 @@ protected:
     void documentChanged(int, int, int) override {}
 };
 
+void setUpDocument(QTextDocument& doc) {
+    QFont font(QStringLiteral("DejaVu Sans"));
+    font.setPointSizeF(9);
+    doc.setDefaultFont(font);
+    doc.setDocumentMargin(0);
+}
+
 // A picture of one transparent pixel, as PNG.
 const QByteArray& emptyPicture() {
     static const QByteArray png = [] {
@@ -80,14 +90,26 @@ public:
     // to read the whole report as one document again.
     int longTable = -1;                // the long table's place among the document's tables
     std::vector<LayoutDocument*> runs; // its children: they go, and move to a thread, with it
-    QByteArray html;                   // packed: it is held for this alone
+    // The runs after those, packed: each is read while its rows are laid out, and let go.
+    std::vector<QByteArray> packedRuns;
+    QByteArray html; // packed: it is held for this alone
+    size_t runCount() const { return runs.size() + packedRuns.size(); }
     // The whole report in this document, for a table this printing cannot lay out itself.
     void makeWhole() {
-        if (runs.empty())
+        if (runs.empty() && packedRuns.empty())
             return;
         qDeleteAll(std::exchange(runs, {}));
+        packedRuns.clear();
         longTable = -1;
         setHtml(QString::fromUtf8(qUncompress(std::exchange(html, QByteArray()))));
+    }
+    // A run of rows read as a document of its own.
+    std::unique_ptr<LayoutDocument> readRun(const QString& text, QObject* parent = nullptr) const {
+        auto run = std::make_unique<LayoutDocument>(this, parent);
+        run->setDocumentLayout(new ContentOnly(run.get()));
+        setUpDocument(*run);
+        run->setHtml(text);
+        return run;
     }
 
 protected:
@@ -157,17 +179,14 @@ private:
     const QTextDocument* source_;
 };
 
-void setUpDocument(QTextDocument& doc) {
-    QFont font(QStringLiteral("DejaVu Sans"));
-    font.setPointSizeF(9);
-    doc.setDefaultFont(font);
-    doc.setDocumentMargin(0);
-}
-
 // Qt's reader of HTML builds a tree of the whole text before the document, some 2 KB for every
 // cell: 2.6 GB for a final bill of 200,000 lines. So the rows of a long table are read in runs
 // of this many, each as a table of its own below the layout's head and the table's heading.
-constexpr qsizetype kRunRows = 500;
+constexpr qsizetype kRunRows = 100;
+// The runs of a long table's first rows are read with the report and held; the rest are held
+// packed and read again for each pass over them: held, the runs of a final bill of 200,000
+// lines took 280 MB.
+constexpr qsizetype kHeldRows = 20000;
 
 // Where a report's longest table stands in its HTML: its place among the tables, its opening
 // tag, each row below its heading and its closing tag. Only a table that stands in the body
@@ -323,6 +342,83 @@ private:
     std::vector<qreal> breaks_;
 };
 
+// The tables of a long table's runs, as its rows are laid out: the document's own, the runs
+// held beside it, and the packed runs, each read when it is asked for and let go with the next.
+// Runs asked for in order are read one ahead on a thread of their own, while this one lays out.
+class RunTables {
+public:
+    RunTables(const QTextTable& first, const LayoutDocument* doc, bool inRuns, QPaintDevice& device)
+        : first_(&first), doc_(inRuns ? doc : nullptr), device_(&device) {}
+    size_t size() const { return 1 + (doc_ ? doc_->runCount() : 0); }
+    // The table of run `i`; none for a run that is not one table alone.
+    const QTextTable* table(size_t i) {
+        if (i == 0)
+            return first_;
+        const LayoutDocument* run = nullptr;
+        if (i - 1 < doc_->runs.size()) {
+            run = doc_->runs[i - 1];
+        } else {
+            if (readIndex_ != i) {
+                read_.reset();
+                read_ = take(i);
+                read_->documentLayout()->setPaintDevice(device_);
+                readIndex_ = i;
+                if (i == asked_ + 1 && i + 1 < size())
+                    readAhead(i + 1);
+            }
+            run = read_.get();
+        }
+        asked_ = i;
+        const QList<QTextFrame*> frames = run->rootFrame()->childFrames();
+        return frames.size() == 1 ? qobject_cast<QTextTable*>(frames.front()) : nullptr;
+    }
+    // The lines laid out in run `i` go: a held run's with a new layout, a read run with its
+    // document.
+    void letGo(size_t i) {
+        if (i == 0)
+            return;
+        if (i == readIndex_) {
+            read_.reset();
+            readIndex_ = 0;
+            return;
+        }
+        auto* doc = doc_->runs[i - 1];
+        QPaintDevice* device = doc->documentLayout()->paintDevice();
+        doc->setDocumentLayout(new ContentOnly(doc));
+        doc->documentLayout()->setPaintDevice(device);
+    }
+
+private:
+    const QByteArray& packed(size_t i) const { return doc_->packedRuns[i - 1 - doc_->runs.size()]; }
+    std::unique_ptr<LayoutDocument> take(size_t i) {
+        if (ahead_.valid()) {
+            auto run = ahead_.get();
+            if (std::exchange(aheadIndex_, 0) == i)
+                return run;
+        }
+        return doc_->readRun(QString::fromUtf8(qUncompress(packed(i))));
+    }
+    void readAhead(size_t i) {
+        aheadIndex_ = i;
+        ahead_ = std::async(std::launch::async,
+                            [doc = doc_, text = packed(i), to = QThread::currentThread()] {
+                                auto run = doc->readRun(QString::fromUtf8(qUncompress(text)));
+                                run->moveToThread(to);
+                                return run;
+                            });
+    }
+
+    const QTextTable* first_;
+    const LayoutDocument* doc_;
+    QPaintDevice* device_;
+    std::unique_ptr<LayoutDocument> read_;
+    size_t readIndex_ = 0, asked_ = 0, aheadIndex_ = 0;
+    std::future<std::unique_ptr<LayoutDocument>> ahead_;
+};
+
+// How many of a long table's last runs are measured before the first.
+constexpr size_t kRunsAhead = 3;
+
 // A plain table laid out row by row: each cell's blocks are laid out in the cell's width, a
 // row is as high as its highest cell, and a page may end between any two rows. A long table
 // comes as its first run of rows and its further runs, each a table of its own below a copy of
@@ -330,10 +426,10 @@ private:
 // pages are painted: held for every cell of a long bill they took gigabytes.
 class TablePiece : public Piece {
 public:
-    TablePiece(const std::vector<const QTextTable*>& runs, const QTextDocument& doc, Scale px,
-               qreal width)
-        : px_(px), option_(doc.defaultTextOption()), indentWidth_(doc.indentWidth()) {
-        const QTextTable& table = *runs.front();
+    TablePiece(RunTables runs, const QTextDocument& doc, Scale px, qreal width)
+        : px_(px), option_(doc.defaultTextOption()), indentWidth_(doc.indentWidth()),
+          runs_(std::move(runs)) {
+        const QTextTable& table = *runs_.table(0);
         const QTextTableFormat f = table.format();
         const QTextLength w = f.width();
         const qreal tableWidth = std::min(
@@ -355,43 +451,68 @@ public:
         bottom_ = px(f.bottomMargin()) + frame;
         headingRows_ = std::min(f.headerRowCount(), table.rows());
         columns_ = table.columns();
-        for (const QTextTable* run : runs) {
-            if (run->columns() != columns_)
-                return;
-            runStarts_.push_back(rowsOf_.size());
-            for (int r = run == &table ? 0 : headingRows_; r < run->rows(); ++r)
-                rowsOf_.emplace_back(run, r);
-        }
-        runStarts_.push_back(rowsOf_.size());
-        rows_.assign(rowsOf_.size(), Row{});
+        padding_ = px(f.cellPadding());
 
         // A column too narrow for its text (a figure that may not wrap, a long word) is widened,
-        // and the columns with room to spare pay for it in proportion to that room.
+        // and the columns with room to spare pay for it in proportion to that room. The widths
+        // depend on every row, but a run's rows are read once here: each run is laid out in the
+        // widths its rows and those before them ask for, and laid out again at the end only when
+        // the final widths would break one of its lines elsewhere. The rows are counted as read.
         std::vector<qreal> least(widths.size(), 0);
-        setColumns(widths);
-        for (size_t run = 0; run + 1 < runStarts_.size(); ++run) {
-            if (!layOut(run, &least))
-                return;
-            letGo(run);
-        }
-        qreal short_ = 0, spare = 0;
-        for (size_t c = 0; c < widths.size(); ++c) {
-            short_ += std::max<qreal>(0, least[c] - widths[c]);
-            spare += std::max<qreal>(0, widths[c] - least[c]);
-        }
-        if (short_ > 0.5 && spare > 0) {
-            const qreal share = std::min<qreal>(1, short_ / spare);
-            for (size_t c = 0; c < widths.size(); ++c)
-                widths[c] =
-                    least[c] > widths[c] ? least[c] : widths[c] - (widths[c] - least[c]) * share;
-        }
-        setColumns(widths);
-        heights_.resize(rows_.size());
-        for (size_t run = 0; run + 1 < runStarts_.size(); ++run) {
-            layOut(run, nullptr);
+        std::vector<std::vector<Fit>> fits;
+        const auto keepHeights = [&](size_t run) {
             for (size_t r = runStarts_[run]; r < runStarts_[run + 1]; ++r)
                 heights_[r] = rows_[r].height;
+        };
+        // The last rows come first: a table's widest figures (its totals, its highest numbers)
+        // stand at its end.
+        for (size_t last = runs_.size() - 1; last > 0 && last + kRunsAhead >= runs_.size();
+             --last) {
+            const QTextTable* t = runs_.table(last);
+            if (!t || t->columns() != columns_)
+                return;
+            const size_t first = size_t(headingRows_);
+            rows_.resize(first + size_t(t->rows() - headingRows_));
+            setColumns(widths);
+            if (!layOut(last, first, rows_.size(), &least, nullptr))
+                return;
+            rows_.clear();
+            runs_.letGo(last);
+        }
+        runStarts_.push_back(0);
+        for (size_t run = 0; run < runs_.size(); ++run) {
+            const QTextTable* t = runs_.table(run);
+            if (!t || t->columns() != columns_)
+                return;
+            runStarts_.push_back(runStarts_.back() + size_t(t->rows()) -
+                                 size_t(run == 0 ? 0 : headingRows_));
+            rows_.resize(runStarts_.back());
+            heights_.resize(runStarts_.back());
+            // The heading is measured apart; below it, the figures that may not wrap measure the
+            // same in any width, so a run is measured as it is laid out.
+            if (run == 0) {
+                setColumns(widths);
+                if (!layOut(run, &least))
+                    return;
+                setColumns(widened(widths, least));
+                layOut(run, nullptr, &fits.emplace_back());
+            } else {
+                setColumns(widened(widths, least));
+                if (!layOut(run, &least, &fits.emplace_back()))
+                    return;
+            }
+            keepHeights(run);
             letGo(run);
+        }
+        setColumns(widened(widths, least));
+        for (size_t run = 0; run < fits.size(); ++run) {
+            // The first run's cells are painted as they are laid out here.
+            if (run == 0 || !std::all_of(fits[run].begin(), fits[run].end(),
+                                         [&](const Fit& f) { return holds(f); })) {
+                layOut(run, nullptr);
+                keepHeights(run);
+                letGo(run);
+            }
         }
         // A cell over several rows makes the last of them higher when it needs the room (only
         // the heading's cells may, and they are in the first run).
@@ -449,6 +570,54 @@ private:
         std::vector<Cell> cells;
     };
 
+    // The widths of the columns once each is at least `least` wide.
+    static std::vector<qreal> widened(std::vector<qreal> widths, const std::vector<qreal>& least) {
+        qreal short_ = 0, spare = 0;
+        for (size_t c = 0; c < widths.size(); ++c) {
+            short_ += std::max<qreal>(0, least[c] - widths[c]);
+            spare += std::max<qreal>(0, widths[c] - least[c]);
+        }
+        if (short_ > 0.5 && spare > 0) {
+            const qreal share = std::min<qreal>(1, short_ / spare);
+            for (size_t c = 0; c < widths.size(); ++c)
+                widths[c] =
+                    least[c] > widths[c] ? least[c] : widths[c] - (widths[c] - least[c]) * share;
+        }
+        return widths;
+    }
+
+    // The widths a cell of the columns from `column` may take with its lines broken where they
+    // were: no narrower than its longest line, and no wider when one of its blocks took more
+    // than a line.
+    struct Fit {
+        int column, span;
+        qreal least, most;
+    };
+    // Narrows `fits` to a cell of `width` whose block took `lines` lines of `lineWidth`, the
+    // longest `natural` wide. A line is taken to need a little more than it measures: the ink of
+    // its last letter may stand out past it.
+    static void fit(std::vector<Fit>& fits, int column, int span, qreal width, qreal lineWidth,
+                    const QTextLayout& lines) {
+        qreal natural = 0;
+        for (int i = 0; i < lines.lineCount(); ++i)
+            natural = std::max(natural, lines.lineAt(i).naturalTextWidth());
+        const qreal least =
+            lineWidth > 0 ? std::min(width, width - (lineWidth - natural) + 2) : width;
+        const qreal most =
+            lineWidth > 0 && lines.lineCount() < 2 ? std::numeric_limits<qreal>::infinity() : width;
+        auto it = std::find_if(fits.begin(), fits.end(),
+                               [&](const Fit& f) { return f.column == column && f.span == span; });
+        if (it == fits.end())
+            it = fits.insert(fits.end(), Fit{column, span, least, most});
+        it->least = std::max(it->least, least);
+        it->most = std::min(it->most, most);
+    }
+    bool holds(const Fit& f) const {
+        const qreal width = columnX_[size_t(std::min(f.column + f.span, columns_))] - spacing_ -
+                            columnX_[size_t(f.column)];
+        return width >= f.least && width <= f.most;
+    }
+
     void setColumns(const std::vector<qreal>& widths) {
         columnX_.clear();
         qreal x = left_ + spacing_;
@@ -466,17 +635,24 @@ private:
     // broken then, so that its width counts). False for a cell that is more than text, has a
     // border, or spans rows below the heading. A block laid out while measuring at its final
     // width is kept as it is.
-    bool layOut(size_t run, std::vector<qreal>* least) const {
-        const bool measuring = least;
+    bool layOut(size_t run, std::vector<qreal>* least, std::vector<Fit>* fits = nullptr) const {
+        return layOut(run, runStarts_[run], runStarts_[run + 1], least, fits);
+    }
+    // The same for the rows from `first` to `end` standing for those of run `run`.
+    bool layOut(size_t run, size_t first, size_t end, std::vector<qreal>* least,
+                std::vector<Fit>* fits) const {
+        // Given `fits` too, every block is laid out, and `least` widened by the figures.
+        const bool measuring = least && !fits;
         const Scale px = px_;
-        const qreal padding = px(rowsOf_.front().first->format().cellPadding());
+        const qreal padding = padding_;
         const QTextOption& option = option_;
         const qreal indentWidth = indentWidth_;
         laidRun_ = run;
-        for (int r = int(runStarts_[run]); r < int(runStarts_[run + 1]); ++r) {
+        const QTextTable* table = runs_.table(run);
+        for (int r = int(first); r < int(end); ++r) {
             Row& row = rows_[size_t(r)];
             row = Row{};
-            const auto [table, tableRow] = rowsOf_[size_t(r)];
+            const int tableRow = r - int(first) + (run == 0 ? 0 : headingRows_);
             for (int c = 0; c < columns_;) {
                 const QTextTableCell cell = table->cellAt(tableRow, c);
                 const int span = cell.columnSpan();
@@ -543,7 +719,9 @@ private:
                         }
                         lines->endLayout();
                     }
-                    if (measuring && span == 1) {
+                    if (fits && !nowrap)
+                        fit(*fits, c, span, out.width, lineWidth, *lines);
+                    if (least && span == 1 && (measuring || nowrap)) {
                         qreal used = nowrap ? 0 : lines->minimumWidth();
                         for (int i = 0; nowrap && i < lines->lineCount(); ++i)
                             used = std::max(used, lines->lineAt(i).naturalTextWidth());
@@ -573,10 +751,7 @@ private:
             return;
         for (size_t r = runStarts_[run]; r < runStarts_[run + 1]; ++r)
             rows_[r] = Row{};
-        auto* doc = const_cast<QTextDocument*>(rowsOf_[runStarts_[run]].first->document());
-        QPaintDevice* device = doc->documentLayout()->paintDevice();
-        doc->setDocumentLayout(new ContentOnly(doc));
-        doc->documentLayout()->setPaintDevice(device);
+        runs_.letGo(run);
         laidRun_ = 0;
     }
 
@@ -623,7 +798,7 @@ private:
     Scale px_;
     QTextOption option_;
     qreal indentWidth_;
-    std::vector<std::pair<const QTextTable*, int>> rowsOf_; // each row's table and row in it
+    mutable RunTables runs_;
     std::vector<size_t> runStarts_; // the first row of each run, and past the last
     int columns_ = 0;
     std::vector<qreal> columnX_;
@@ -632,7 +807,7 @@ private:
     std::vector<qreal> heights_;
     std::vector<qreal> rowBottoms_, breaks_;
     QBrush background_;
-    qreal spacing_ = 0, left_ = 0, right_ = 0, top_ = 0, bottom_ = 0;
+    qreal spacing_ = 0, padding_ = 0, left_ = 0, right_ = 0, top_ = 0, bottom_ = 0;
     qreal headingHeight_ = 0, height_ = 0;
     int headingRows_ = 0;
     bool plain_ = false;
@@ -722,15 +897,9 @@ std::optional<std::vector<std::unique_ptr<Piece>>> piecesOf(QTextDocument& doc,
         if (QTextFrame* frame = it.currentFrame()) {
             auto* table = qobject_cast<QTextTable*>(frame);
             const bool inRuns = table && layout && layout->longTable == tables++;
-            std::vector<const QTextTable*> runs{table};
-            for (size_t r = 0; inRuns && r < layout->runs.size(); ++r) {
-                const QList<QTextFrame*> read = layout->runs[r]->rootFrame()->childFrames();
-                if (read.size() != 1 || !qobject_cast<QTextTable*>(read.front()))
-                    return std::nullopt;
-                runs.push_back(qobject_cast<QTextTable*>(read.front()));
-            }
             if (table && plainTable(*table)) {
-                if (auto piece = std::make_unique<TablePiece>(runs, doc, px, width);
+                if (auto piece = std::make_unique<TablePiece>(
+                        RunTables(*table, layout, inRuns, device), doc, px, width);
                     piece->plain()) {
                     flow();
                     pieces.push_back(std::move(piece));
@@ -788,6 +957,13 @@ int printWhole(QTextDocument& doc, QPagedPaintDevice& device, QPainter& painter,
 } // namespace
 
 std::unique_ptr<QTextDocument> makeDocument(const QString& html, Messenger* messages) {
+    // Every picture is looked up now, so what is left out is told once, before the pages.
+    const auto lookUp = [](const LayoutDocument& part) {
+        for (QTextBlock b = part.begin(); b.isValid(); b = b.next())
+            for (auto it = b.begin(); !it.atEnd(); ++it)
+                if (const QTextCharFormat f = it.fragment().charFormat(); f.isImageFormat())
+                    part.resource(QTextDocument::ImageResource, QUrl(f.toImageFormat().name()));
+    };
     auto doc = std::make_unique<LayoutDocument>();
     doc->setDocumentLayout(new ContentOnly(doc.get()));
     setUpDocument(*doc);
@@ -802,15 +978,45 @@ std::unique_ptr<QTextDocument> makeDocument(const QString& html, Messenger* mess
         // Each further run: the head, the table's opening and heading, and its rows.
         const QString head =
             html.left(table->bodyEnd) + html.mid(table->open, rows[0] - table->open);
+        const bool pictures = head.contains(QLatin1String("url("), Qt::CaseInsensitive) ||
+                              head.contains(QLatin1String("<link"), Qt::CaseInsensitive);
+        const auto mayShowPictures = [&](const QString& run) {
+            const QStringView rowsText = QStringView(run).mid(head.size());
+            return pictures || rowsText.contains(QLatin1String("<img"), Qt::CaseInsensitive) ||
+                   rowsText.contains(QLatin1String("background"), Qt::CaseInsensitive);
+        };
+        QStringList held;
+        bool apart = true; // the held runs may be read on two threads: none asks for a file
         for (size_t first = kRunRows; first < rows.size(); first += kRunRows) {
             const qsizetype end =
                 first + kRunRows < rows.size() ? rows[first + kRunRows] : table->close;
-            auto* run = new LayoutDocument(doc.get(), doc.get());
-            run->setDocumentLayout(new ContentOnly(run));
-            setUpDocument(*run);
-            run->setHtml(head + html.mid(rows[first], end - rows[first]) +
-                         QLatin1String("</table></body></html>"));
-            doc->runs.push_back(run);
+            const QString run = head + html.mid(rows[first], end - rows[first]) +
+                                QLatin1String("</table></body></html>");
+            if (qsizetype(first) < kHeldRows) {
+                apart = apart && !mayShowPictures(run);
+                held << run;
+                continue;
+            }
+            // A packed run is read for its pictures only when it may show one.
+            if (mayShowPictures(run))
+                lookUp(*doc->readRun(run));
+            doc->packedRuns.push_back(qCompress(run.toUtf8(), 1));
+        }
+        // The later half of the held runs is read on a thread of its own meanwhile.
+        const qsizetype half = apart ? held.size() / 2 : held.size();
+        auto later = std::async(std::launch::async, [&, to = QThread::currentThread()] {
+            std::vector<std::unique_ptr<LayoutDocument>> read;
+            for (qsizetype i = half; i < held.size(); ++i) {
+                read.push_back(doc->readRun(held[i]));
+                read.back()->moveToThread(to);
+            }
+            return read;
+        });
+        for (qsizetype i = 0; i < half; ++i)
+            doc->runs.push_back(doc->readRun(held[i], doc.get()).release());
+        for (auto& run : later.get()) {
+            run->setParent(doc.get());
+            doc->runs.push_back(run.release());
         }
     }
     // The HTML reader keeps no <meta> but the title, so the page's orientation is read here.
@@ -818,15 +1024,9 @@ std::unique_ptr<QTextDocument> makeDocument(const QString& html, Messenger* mess
         QStringLiteral("<meta\\s+name=\"orientation\"\\s+content=\"landscape\""),
         QRegularExpression::CaseInsensitiveOption);
     doc->setProperty(landscapeProperty, landscape.match(html).hasMatch());
-    // Every picture is looked up now, so what is left out is told once, before the pages.
-    std::vector<const LayoutDocument*> parts{doc.get()};
+    lookUp(*doc);
     for (const LayoutDocument* run : doc->runs)
-        parts.push_back(run);
-    for (const LayoutDocument* part : parts)
-        for (QTextBlock b = part->begin(); b.isValid(); b = b.next())
-            for (auto it = b.begin(); !it.atEnd(); ++it)
-                if (const QTextCharFormat f = it.fragment().charFormat(); f.isImageFormat())
-                    part->resource(QTextDocument::ImageResource, QUrl(f.toImageFormat().name()));
+        lookUp(*run);
     if (messages && !doc->leftOut.isEmpty())
         messages->say(QStringLiteral("Left out of the report: %1. A layout shows only pictures "
                                      "in the layouts folder or written into the layout, of at "

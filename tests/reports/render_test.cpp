@@ -190,8 +190,9 @@ TEST(Paging, NamesInAnyScriptHaveTheirGlyphs) {
 }
 
 // The rows section is written a row at a time: a row still finds the report's own names, its
-// tags on lines of their own leave no lines behind (with either line end), a nested section of
-// an item keeps its own rows, and no rows at all is an empty list.
+// tags on lines of their own leave no lines behind (with either line end, also after rows of
+// megabytes), a nested section of an item keeps its own rows, and no rows at all is an empty
+// list.
 TEST_F(Render, RowsAreWrittenOneAtATime) {
     const QString dir = QDir(folder()).filePath("layouts");
     QDir().mkpath(dir);
@@ -200,6 +201,7 @@ TEST_F(Render, RowsAreWrittenOneAtATime) {
         const char* text;
         bool lines;
         const char* want;
+        int wide = 0; // letters of param1
     } cases[] = {
         {"Lf",
          "<p>\n{{#rows}}\n{{serial}}.{{line}} {{#feet}}{{whole_unit}}{{/feet}} {{project}}\n"
@@ -211,6 +213,8 @@ TEST_F(Render, RowsAreWrittenOneAtATime) {
         {"Groups", "{{#groups}}{{serial}}:{{#rows}}{{line}}{{/rows}};{{/groups}}", true,
          "1:12;2:1;"},
         {"NoRows", "{{#rows}}{{line}}{{/rows}}{{^rows}}none{{/rows}}", false, "none"},
+        {"Wide", "{{#rows}}\r\n{{param1}}{{line}}\r\n{{/rows}}\r\nend", true,
+         "@1\r\n@2\r\n@1\r\nend", 700000},
     };
     for (const auto& c : cases) {
         QFile layout(dir + "/" + c.layout + ".html");
@@ -220,8 +224,12 @@ TEST_F(Render, RowsAreWrittenOneAtATime) {
         db().exec("delete from dummy_estimation");
         if (c.lines)
             estimate(false);
-        EXPECT_EQ(renderHtml({c.layout, "dummy_estimation", {}, &run, Context::Estimate}, db()),
-                  QString::fromUtf8(c.want))
+        const QString wide(c.wide, u'w');
+        EXPECT_EQ(
+            renderHtml({c.layout, "dummy_estimation", c.wide ? QVariantList{wide} : QVariantList{},
+                        &run, Context::Estimate},
+                       db()),
+            QString::fromUtf8(c.want).replace(u'@', wide))
             << c.layout;
     }
 }
@@ -344,24 +352,32 @@ TEST_F(Render, ALayoutShowsOnlyItsOwnPictures) {
 // both) or by Qt (a table with borders): every line once and in order, the heading on every
 // page the table runs onto, a figure that may not wrap widening its column instead of running
 // into the next, and the text under the table after its last line. Its rows are read in runs,
-// not held all at once, and stand on the pages as when read at once (as after a comment).
+// not held all at once, and stand on the pages as when read at once (as after a comment): also
+// when a figure far down widens its column and the lines above wrap elsewhere, and when the
+// table is long enough that its later runs are read again for each pass.
 TEST(Paging, LongTablesRunOverPagesWithTheirHeading) {
+    const char* oneHeading = "<tr><th width=\"8%\">Amount</th><th width=\"92%\">Item</th></tr>";
     const struct {
         const char *name, *table, *heading;
+        int count = 1100, wideAt = 0;
     } cases[] = {
-        {"plain", "border=\"0\"",
-         "<tr><th width=\"8%\">Amount</th><th width=\"92%\">Item</th></tr>"},
+        {"plain", "border=\"0\"", oneHeading},
         {"two heading rows", "border=\"0\"",
          "<tr><th width=\"8%\" rowspan=\"2\">Amount</th><th width=\"92%\">Item</th></tr>"
          "<tr><th>of the bill</th></tr>"},
-        {"left to Qt", "border=\"1\"",
-         "<tr><th width=\"8%\">Amount</th><th width=\"92%\">Item</th></tr>"},
+        {"left to Qt", "border=\"1\"", oneHeading},
+        {"widened far down", "border=\"0\"", oneHeading, 1100, 450},
+        {"read again", "border=\"0\"", oneHeading, 20500, 0},
     };
-    const int count = 1100;
-    QStringList lines;
-    for (int i = 1; i <= count; ++i)
-        lines << QString("Line %1").arg(i);
     for (const auto& c : cases) {
+        const int count = c.count;
+        QStringList lines;
+        for (int i = 1; i <= count; ++i)
+            lines << (c.wideAt
+                          ? QString("Line %1%2")
+                                .arg(i)
+                                .arg(QString(" of the bill measured at the site").repeated(i % 9))
+                          : QString("Line %1").arg(i));
         QString html = QString("<html><head><title>Long</title><style>td.n { white-space: nowrap; }"
                                "</style></head><body><p>Opening words</p>"
                                "<table width=\"100%\" cellspacing=\"0\" cellpadding=\"3\" %1>"
@@ -369,7 +385,7 @@ TEST(Paging, LongTablesRunOverPagesWithTheirHeading) {
                            .arg(c.table, c.heading);
         for (int i = 1; i <= count; ++i)
             html += QString("<tr><td class=\"n\">%1</td><td>%2</td></tr>")
-                        .arg(money(i * 1234567.25), lines[i - 1]);
+                        .arg(money(i == c.wideAt ? 1e15 : i * 1234567.25), lines[i - 1]);
         html += "</table><p>Closing words</p></body></html>";
         EXPECT_FALSE(makeDocument(html)->toPlainText().contains(lines.last())) << c.name;
         TextPages printer, atOnce;
@@ -410,7 +426,9 @@ TEST(Paging, LongTablesRunOverPagesWithTheirHeading) {
                 }
             }
         }
-        EXPECT_EQ(all.filter(QRegularExpression("^Line ")), lines) << c.name;
+        if (!c.wideAt) {
+            EXPECT_EQ(all.filter(QRegularExpression("^Line ")), lines) << c.name;
+        }
         EXPECT_EQ(all.count("Closing words"), 1) << c.name;
         EXPECT_GT(all.indexOf("Closing words"), all.indexOf(lines.last())) << c.name;
     }
