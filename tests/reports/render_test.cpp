@@ -234,6 +234,28 @@ TEST_F(Render, RowsAreWrittenOneAtATime) {
     }
 }
 
+// A long table's rows are read a slice at a time: each is written once, in its order.
+TEST_F(Render, EveryRowOfALongTableIsWrittenOnceInItsOrder) {
+    const QString dir = QDir(folder()).filePath("layouts");
+    QDir().mkpath(dir);
+    QFile layout(dir + "/Lines.html");
+    ASSERT_TRUE(layout.open(QIODevice::WriteOnly));
+    layout.write("{{#rows}}{{line}}:{{narration}};{{/rows}}");
+    layout.close();
+    constexpr int lines = 9000;
+    db().exec(QStringLiteral(
+                  "with recursive n(i) as (select 1 union all select i + 1 from n where i < %1) "
+                  "insert into dummy_estimation (tw_recordkey, tw_sch_num, tw_item_desc, "
+                  "tw_itemrate, tw_unit, tw_quantity, tw_cal_Area, tw_units, tw_deduction, "
+                  "tw_item_narration) select 7, '1.1', 'Brick work', 250, '10', 1, i, 'Feet', 0, "
+                  "'Wall ' || i from n")
+                  .arg(lines));
+    QString want;
+    for (int i = 1; i <= lines; ++i)
+        want += QStringLiteral("%1:Wall %1;").arg(i);
+    EXPECT_EQ(renderHtml({"Lines", "dummy_estimation", {}, &run, Context::Estimate}, db()), want);
+}
+
 TEST_F(Render, AMissingOrBrokenLayoutIsNamed) {
     const QString dir = QDir(folder()).filePath("layouts");
     QDir().mkpath(dir);
