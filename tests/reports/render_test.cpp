@@ -14,6 +14,8 @@
 #include <QPdfWriter>
 #include <QTest>
 #include <QTextLayout>
+#include <QThread>
+#include <QTimer>
 
 using namespace tw;
 using namespace tw::reports;
@@ -472,6 +474,21 @@ TEST(Paging, TheViewerShowsThePagesOfTheSavedPdf) {
         const QString path = QDir::temp().filePath("tw-pages.pdf");
         EXPECT_EQ(view.pageCount(), writePdf(*makeDocument(html), path)) << across;
         EXPECT_EQ(view.orientation(), across ? QPageLayout::Landscape : QPageLayout::Portrait);
+        // Saved from the viewer, the report is laid out on a thread of its own: the window goes
+        // on answering meanwhile, and has the report back for the next Print or Save.
+        QFile::remove(path);
+        RptView::setFileChooser([&](QWidget*, const QString&) { return path; });
+        bool saving = true, answered = false;
+        QTimer::singleShot(0, [&] { answered = saving; });
+        view.cmdSavePdf->click();
+        saving = false;
+        RptView::setFileChooser({});
+        EXPECT_TRUE(answered) << across;
+        EXPECT_EQ(view.document()->thread(), QThread::currentThread());
+        QFile saved(path);
+        ASSERT_TRUE(saved.open(QIODevice::ReadOnly));
+        EXPECT_EQ(saved.readAll().count("/Type /Page\n"), view.pageCount());
+        saved.close();
         QFile::remove(path);
     }
 }

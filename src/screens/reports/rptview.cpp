@@ -2,6 +2,7 @@
 
 #include "render/paged.h"
 #include "screens/reports/page_recorder.h"
+#include "screens/reports/run_thread.h"
 #include "ui/kit.h"
 
 #include <QDir>
@@ -240,7 +241,25 @@ void RptView::cmdPrint_clicked() {
     dialog.setWindowTitle(tr("Print Report"));
     if (dialog.exec() != QDialog::Accepted)
         return;
-    tw::reports::printDocument(*doc, printer);
+    printApart([this](QTextDocument& d) { tw::reports::printDocument(d, printer); });
+}
+
+void RptView::printApart(const std::function<void(QTextDocument&)>& print) {
+    if (!printing)
+        printing = std::make_unique<RunThread>();
+    ui::BusyCursor busy;
+    QThread* home = thread();
+    doc->moveToThread(&printing->thread());
+    // The document comes back whatever befalls the printing.
+    printing->call([&] {
+        try {
+            print(*doc);
+        } catch (...) {
+            doc->moveToThread(home);
+            throw;
+        }
+        doc->moveToThread(home);
+    });
 }
 
 void RptView::cmdSavePdf_clicked() {
@@ -254,7 +273,6 @@ void RptView::cmdSavePdf_clicked() {
         return;
     if (!path.endsWith(QLatin1String(".pdf"), Qt::CaseInsensitive))
         path += QStringLiteral(".pdf");
-    ui::BusyCursor busy;
-    tw::reports::writePdf(*doc, path);
+    printApart([&](QTextDocument& d) { tw::reports::writePdf(d, path); });
     lastFolder() = QFileInfo(path).absolutePath();
 }

@@ -15,6 +15,7 @@
 #include <vector>
 
 class QScrollArea;
+class RunThread;
 
 // The pages of a report, one under the other, at the viewer's zoom.
 class PageStrip : public QWidget {
@@ -86,12 +87,16 @@ private:
     void fitWidth();
     void zoomBy(qreal factor);
     bool eventFilter(QObject* watched, QEvent* event) override;
+    // Lays the report out again for `print` on a thread of its own: a long report takes about as
+    // long as it took to make, and the window goes on painting meanwhile.
+    void printApart(const std::function<void(QTextDocument&)>& print);
 
     bool fitting = true; // the pages follow the viewer's width until zoomed
 
     QPrinter printer; // set up as the saved PDF is, so that both have the same pages
     std::unique_ptr<QTextDocument> doc;
     QString pdfName;
+    std::unique_ptr<RunThread> printing; // made at the first Print or Save as PDF
 };
 
 // The file name a saved report proposes: "<project> <bill> <type>.pdf", with characters that

@@ -28,6 +28,9 @@ public:
     // input. Throws what `work` threw.
     void call(const std::function<void()>& work);
 
+    // The thread the work runs on: an object the work uses is moved there first.
+    QThread& thread() { return thread_; }
+
     void cancel() { cancelled_ = true; }
     bool cancelled() const { return cancelled_; }
 
