@@ -3,6 +3,7 @@
 #include "store/history.h"
 #include "store/schema.h"
 #include "store/server.h"
+#include "store/sqlitefile.h"
 
 #include <QDateTime>
 #include <QSqlDriver>
@@ -18,13 +19,6 @@
 namespace tw {
 
 namespace {
-
-sqlite3* fileHandle(const QSqlDatabase& db) {
-    const QVariant v = db.driver()->handle();
-    if (!v.isValid() || qstrcmp(v.typeName(), "sqlite3*") != 0)
-        return nullptr;
-    return *static_cast<sqlite3* const*>(v.constData());
-}
 
 // The values a Qt statement stores as Null: besides a Null, a null text or byte array and a date
 // or time that is no date or time.
@@ -207,7 +201,7 @@ RowWriter::RowWriter(const ConClass& con, const QString& table, const QStringLis
     // The names as they are spelled, unquoted: the server folds them as it folds every statement.
     const QString head =
         QStringLiteral("insert into %1 (%2) values ").arg(table, columns.join(u','));
-    sqlite3* db = server::isServer(con.db()) ? nullptr : fileHandle(con.db());
+    sqlite3* db = server::isServer(con.db()) ? nullptr : sqlite::handleOf(con.db());
     if (!db) {
         server_ = std::make_unique<Server>(con, head, columns_);
         // A statement the store refuses is refused now, before any row is taken.

@@ -22,11 +22,16 @@ void harden(sqlite3* db) {
     sqlite3_db_config(db, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
 }
 
-void harden(const QSqlDatabase& db) {
+sqlite3* handleOf(const QSqlDatabase& db) {
     const QVariant v = db.driver()->handle();
-    if (v.isValid() && qstrcmp(v.typeName(), "sqlite3*") == 0)
-        if (sqlite3* h = *static_cast<sqlite3* const*>(v.constData()))
-            harden(h);
+    if (!v.isValid() || qstrcmp(v.typeName(), "sqlite3*") != 0)
+        return nullptr;
+    return *static_cast<sqlite3* const*>(v.constData());
+}
+
+void harden(const QSqlDatabase& db) {
+    if (sqlite3* h = handleOf(db))
+        harden(h);
 }
 
 namespace {

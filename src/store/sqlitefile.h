@@ -19,6 +19,8 @@ namespace tw::sqlite {
 void harden(sqlite3* db);
 // The same for the handle under a Qt connection.
 void harden(const QSqlDatabase& db);
+// The handle under a Qt connection to a file; none under a server's.
+sqlite3* handleOf(const QSqlDatabase& db);
 
 // Plays back a journal that a crash left beside the database at `path` (a hot journal), as
 // SQLite does at the first read, so that the file is as it was at its last commit before it is

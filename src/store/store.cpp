@@ -23,6 +23,7 @@
 
 #include <fcntl.h>
 #include <sodium.h>
+#include <sqlite3.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -181,13 +182,13 @@ Row::Row(const QSqlRecord& rec, qint64 id) : id_(id) {
         values_.append(rec.value(i));
 }
 
-QVariant Row::value(const QString& column) const {
+const QVariant& Row::value(const QString& column) const {
     const int i = indexOf(column); // QSqlRecord compares names without regard to case
     if (i < 0)
         noSuchItem(column);
     return values_[i];
 }
-QVariant Row::value(int position) const {
+const QVariant& Row::value(int position) const {
     if (position < 0 || position >= values_.size())
         noSuchItem(QString::number(position));
     return values_[position];
@@ -499,6 +500,102 @@ Rows ConClass::keyed(const QString& table, const QString& condition, const QVari
 Rows ConClass::keyedColumns(const QString& table, const QStringList& columns,
                             const QString& condition, const QVariantList& params) const {
     return keyedRows(db(), table, columns.join(QStringLiteral(", ")), condition, params, 0);
+}
+
+namespace {
+// The value of column `i` of the statement's row as Qt's own reader gives it. `above` is the
+// value above it in its column, and `aboveText` that value's text as stored.
+QVariant fileValue(sqlite3_stmt* q, int i, const QVariant& above, QByteArray& aboveText) {
+    switch (sqlite3_column_type(q, i)) {
+    case SQLITE_INTEGER:
+        return QVariant(qlonglong(sqlite3_column_int64(q, i)));
+    case SQLITE_FLOAT:
+        return QVariant(sqlite3_column_double(q, i));
+    case SQLITE_NULL:
+        return QVariant(QMetaType::fromType<QString>());
+    case SQLITE_BLOB:
+        return QVariant(QByteArray(static_cast<const char*>(sqlite3_column_blob(q, i)),
+                                   sqlite3_column_bytes(q, i)));
+    default: {
+        // A text equal to the one above is that one again, found without a new one made.
+        const auto* stored = reinterpret_cast<const char*>(sqlite3_column_text(q, i));
+        const QByteArrayView bytes(stored, sqlite3_column_bytes(q, i));
+        if (above.typeId() == QMetaType::QString && !above.isNull() && bytes == aboveText)
+            return above;
+        aboveText = bytes.toByteArray();
+        const auto* text = static_cast<const QChar*>(sqlite3_column_text16(q, i));
+        return QVariant(QString(text, sqlite3_column_bytes16(q, i) / qsizetype(sizeof(QChar))));
+    }
+    }
+}
+} // namespace
+
+Rows ConClass::compactColumns(const QString& table, const QStringList& columns) const {
+    const QSqlDatabase handle = db();
+    const QString id = identityOf(handle, table);
+    Rows out;
+    sqlite3* file = server::isServer(handle) ? nullptr : sqlite::handleOf(handle);
+    if (!file) {
+        // A slice of identities at a time: the server's driver holds every row of a statement.
+        const std::optional<Row> span =
+            first(QStringLiteral("select min(%1), max(%1) from %2").arg(id, quoted(table)));
+        if (!span || span->isNull(0))
+            return out;
+        constexpr qint64 slice = 4096;
+        std::shared_ptr<const QSqlRecord> shape;
+        QVariantList above;
+        for (qint64 from = span->value(0).toLongLong(), last = span->value(1).toLongLong();
+             from <= last; from += slice) {
+            for (const Row& r :
+                 keyedColumns(table, columns, QStringLiteral("%1 >= ? and %1 < ?").arg(id),
+                              {from, from + slice})) {
+                if (!shape) {
+                    QSqlRecord names = r.record();
+                    names.clearValues();
+                    shape = std::make_shared<const QSqlRecord>(names);
+                    above.resize(r.count());
+                }
+                QVariantList values;
+                values.reserve(r.count());
+                for (int i = 0; i < r.count(); ++i) {
+                    const QVariant v = r.value(i);
+                    if (v.typeId() != QMetaType::QString ||
+                        above[i].typeId() != QMetaType::QString ||
+                        v.toString() != above[i].toString())
+                        above[i] = v;
+                    values.append(above[i]);
+                }
+                out.emplace_back(shape, std::move(values), r.id());
+            }
+        }
+        return out;
+    }
+    const QString sql = QStringLiteral("select %1, %2 from %3 order by %1")
+                            .arg(id, columns.join(QStringLiteral(", ")), quoted(table));
+    // The columns as Qt describes them: their names and declared types, or for a column of no
+    // declared type the type of its first value.
+    QSqlQuery firstRow = prepared(handle, sql + QStringLiteral(" limit 1"), {});
+    firstRow.next();
+    const Shape shape = describe(firstRow.record(), false, 1);
+    const QByteArray text = sql.toUtf8();
+    sqlite3_stmt* q = nullptr;
+    if (sqlite3_prepare_v2(file, text.constData(), int(text.size()), &q, nullptr) != SQLITE_OK)
+        throw Error(QString::fromUtf8(sqlite3_errmsg(file)));
+    const std::unique_ptr<sqlite3_stmt, int (*)(sqlite3_stmt*)> statement(q, sqlite3_finalize);
+    const int count = sqlite3_column_count(q);
+    QVariantList above(count - 1);
+    std::vector<QByteArray> aboveTexts(size_t(count - 1));
+    int step = SQLITE_ROW;
+    while ((step = sqlite3_step(q)) == SQLITE_ROW) {
+        QVariantList values;
+        values.reserve(count - 1);
+        for (int i = 1; i < count; ++i)
+            values.append(above[i - 1] = fileValue(q, i, above[i - 1], aboveTexts[size_t(i - 1)]));
+        out.emplace_back(shape.columns, std::move(values), sqlite3_column_int64(q, 0));
+    }
+    if (step != SQLITE_DONE)
+        throw Error(QString::fromUtf8(sqlite3_errmsg(file)));
+    return out;
 }
 
 QStringList ConClass::texts(const QString& table, const QString& column, const QString& condition,
