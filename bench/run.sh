@@ -14,7 +14,7 @@ here=$(cd "$(dirname "$0")" && pwd)
 repo=$(dirname "$here")
 build=$(cd "${1:-$repo/build}" && pwd)
 
-cmake --build "$build" --parallel 1 --target tallywright-cli twcore twkit
+cmake --build "$build" --parallel 1 --target tallywright-cli twcore twkit twrender twreports
 cmake -S "$here" -B "$build-bench" -G Ninja -DTW_BUILD_DIR="$build" >/dev/null
 cmake --build "$build-bench" --parallel 1
 

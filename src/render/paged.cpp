@@ -35,6 +35,7 @@ namespace tw::reports {
 namespace {
 
 const char* const landscapeProperty = "landscape";
+const char* const uncountedProperty = "uncounted";
 
 // Qt's own layout of a report of thousands of table rows lays the whole document out at once,
 // twice over, and spends most of that finding each cell's format again: a final bill of 5,000
@@ -874,7 +875,9 @@ void paintFoot(QPainter& painter, QPagedPaintDevice& device, const QTextDocument
     painter.drawText(foot, Qt::AlignLeft | Qt::AlignBottom,
                      doc.metaInformation(QTextDocument::DocumentTitle));
     painter.drawText(foot, Qt::AlignRight | Qt::AlignBottom,
-                     QStringLiteral("Page %1 of %2").arg(page + 1).arg(pages));
+                     doc.property(uncountedProperty).toBool()
+                         ? QStringLiteral("Page %1 of \u2026").arg(page + 1)
+                         : QStringLiteral("Page %1 of %2").arg(page + 1).arg(pages));
 }
 
 // The report cut into pieces at its plain tables, each laid out for the device. Gives nothing
@@ -1034,6 +1037,12 @@ std::unique_ptr<QTextDocument> makeDocument(const QString& html, Messenger* mess
                           .arg(doc->leftOut.join(QStringLiteral(", ")))
                           .arg(kLargestPicture / (1024 * 1024)),
                       Exclamation);
+    return doc;
+}
+
+std::unique_ptr<QTextDocument> makeFirstLook(const QString& html) {
+    auto doc = makeDocument(html);
+    doc->setProperty(uncountedProperty, true);
     return doc;
 }
 

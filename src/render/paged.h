@@ -26,6 +26,9 @@ inline constexpr qsizetype kLargestPicture = 10 * 1024 * 1024;
 // kLargestPicture; what else a layout names is left out unread, and `messages` is told once, naming
 // it.
 std::unique_ptr<QTextDocument> makeDocument(const QString& html, Messenger* messages = nullptr);
+// The same for a report's first rows alone (renderFirstRows), to show its first page while the
+// whole is made: how many pages the whole has is not known, so each foot says "Page N of …".
+std::unique_ptr<QTextDocument> makeFirstLook(const QString& html);
 // Whether the document's layout asked for a landscape page.
 bool isLandscape(const QTextDocument& doc);
 

@@ -79,9 +79,23 @@ bool isNumericColumn(const QSqlField& f) {
 // The figure in a value: a number as stored, or the leading number of a text (shares are kept
 // as formatted text such as "75.").
 double figure(const QVariant& v) {
-    if (v.typeId() == QMetaType::QString)
-        return leadingNumber(v.toString());
-    return v.toDouble();
+    // Read straight from the value: the rows of a long bill hold millions of figures.
+    switch (v.typeId()) {
+    case QMetaType::Double:
+        return *static_cast<const double*>(v.constData());
+    case QMetaType::LongLong:
+        return double(*static_cast<const qlonglong*>(v.constData()));
+    case QMetaType::QString:
+        return leadingNumber(*static_cast<const QString*>(v.constData()));
+    default:
+        return v.toDouble();
+    }
+}
+
+// Whether a value is a Null; a number read from the store never is.
+bool isNullValue(const QVariant& v) {
+    const int type = v.typeId();
+    return type != QMetaType::Double && type != QMetaType::LongLong && v.isNull();
 }
 
 // A text that holds a figure: a number, or a share printed as "##.##" ("75.", "." for 0).
@@ -99,22 +113,30 @@ struct Columns {
         if (rows.empty())
             return;
         const QSqlRecord rec = rows.front().record();
-        for (int i = 0; i < rec.count(); ++i) {
-            const QString name = rec.fieldName(i);
-            names.push_back(str(name));
-            qtNames.push_back(name);
-            bool declared = isNumericColumn(rec.field(i)), figures = true, any = false;
-            for (const Row& r : rows) {
-                const QVariant v = r.value(i);
-                if (v.isNull())
+        const size_t count = size_t(rec.count());
+        // Row by row, every column at once: a long bill's rows take more room than any cache.
+        std::vector<char> figures(count, 1), any(count, 0);
+        std::vector<const QChar*> checked(count); // a text held once is looked at once
+        for (const Row& r : rows) {
+            for (size_t i = 0; i < count; ++i) {
+                const QVariant& v = r.value(int(i));
+                if (!figures[i] || isNullValue(v))
                     continue;
-                any = true;
-                if (v.typeId() == QMetaType::QString && !isFigureText(v.toString())) {
-                    figures = false;
-                    break;
+                any[i] = 1;
+                if (v.typeId() != QMetaType::QString)
+                    continue;
+                const QString& text = *static_cast<const QString*>(v.constData());
+                if (text.constData() != checked[i]) {
+                    figures[i] = isFigureText(text);
+                    checked[i] = text.constData();
                 }
             }
-            numeric.push_back(any ? figures : declared);
+        }
+        for (size_t i = 0; i < count; ++i) {
+            const QString name = rec.fieldName(int(i));
+            names.push_back(str(name));
+            qtNames.push_back(name);
+            numeric.push_back(any[i] ? bool(figures[i]) : isNumericColumn(rec.field(int(i))));
             wanted.push_back(!named || named(name));
         }
     }
@@ -139,7 +161,7 @@ public:
         for (size_t i = 0; i < sums_.size(); ++i) {
             if (!columns_.numeric[i])
                 continue;
-            if (const QVariant v = r.value(int(i)); !v.isNull())
+            if (const QVariant& v = r.value(int(i)); !isNullValue(v))
                 sums_[i] += figure(v);
         }
     }
@@ -233,8 +255,12 @@ void addEstimationLine(mu::data& o, const Row& r, bool feet, int line) {
     o["signed_qty_q"] = val(quantity(ded ? -qty : qty));
 }
 
-// Each row's context in turn, made as the layout writes it.
-using RowSink = std::function<void(const mu::data&)>;
+// Each row's context in turn, made as the layout writes it: a source asks the sink whether it
+// wants a row (by its place among the rows) before it makes the row's context.
+struct RowSink {
+    std::function<bool(size_t)> wants;
+    std::function<void(const mu::data&)> put;
+};
 using RowSource = std::function<void(const RowSink&)>;
 
 bool allBlank(std::string_view text) {
@@ -275,6 +301,11 @@ struct SectionText {
 // line it stands on, and that line into its output, which a bill of 200,000 lines took 170 MB
 // more for. A section gives a marker of its text instead, replaced as the report's text is made.
 struct Aside {
+    // The rows a rows section writes, by their place; none: every row.
+    std::vector<bool> written;
+    // Rows a first look shows besides a column's widest, for figures of their own that stand
+    // out: the highest serial, the highest line number.
+    std::vector<size_t> telling;
     std::string marker = "\x02rows-" + QUuid::createUuid().toString(QUuid::Id128).toStdString();
     std::vector<SectionText> texts;
 
@@ -319,6 +350,7 @@ struct Aside {
             std::string().swap(part);
         }
         html.truncate(out - html.constData());
+        texts.clear();
         return html;
     }
 };
@@ -336,11 +368,12 @@ mu::data rowsAsWritten(const Rows& rows, const mu::data& report, Aside& aside, R
         const size_t start = text.starts_with("\r\n") ? 2 : text.starts_with('\n') ? 1 : 0;
         mu::mustache section(text.substr(start));
         SectionText out;
-        source([&](const mu::data& row) {
-            mu::context<std::string> lookup(&report);
-            lookup.push(&row);
-            out.append(section.render(lookup));
-        });
+        source({[&aside](size_t row) { return aside.written.empty() || aside.written[row]; },
+                [&](const mu::data& row) {
+                    mu::context<std::string> lookup(&report);
+                    lookup.push(&row);
+                    out.append(section.render(lookup));
+                }});
         // ... and the line its closing tag stands on ends the last row's line.
         if (start > 0 && text.ends_with('\n') && out.last.ends_with('\n')) {
             const size_t cut = out.last.ends_with("\r\n") ? 2 : 1;
@@ -356,10 +389,11 @@ mu::data rowsAsWritten(const Rows& rows, const mu::data& report, Aside& aside, R
 void forEachItem(const Rows& rows, const Columns& c,
                  const std::function<void(size_t, size_t, int, const Sums&)>& item) {
     int serial = 0;
+    const int keyColumn = rows.empty() ? -1 : rows.front().indexOf(QStringLiteral("tw_recordkey"));
     for (size_t begin = 0; begin < rows.size();) {
-        const QVariant key = rows[begin].value(QStringLiteral("tw_recordkey"));
+        const QVariant& key = rows[begin].value(keyColumn);
         size_t end = begin;
-        while (end < rows.size() && rows[end].value(QStringLiteral("tw_recordkey")) == key)
+        while (end < rows.size() && rows[end].value(keyColumn) == key)
             ++end;
         Sums sums(c);
         for (size_t i = begin; i < end; ++i)
@@ -377,6 +411,8 @@ double netQuantity(const Sums& sums) {
 void estimationLines(const Rows& rows, const Columns& c, bool feet, size_t begin, size_t end,
                      int serial, const Sums& sums, const RowSink& sink) {
     for (size_t i = begin; i < end; ++i) {
+        if (!sink.wants(i))
+            continue;
         mu::data line = rowObject(rows[i], c);
         addEstimationLine(line, rows[i], feet, int(i - begin + 1));
         line["serial"] = mu::data(std::to_string(serial));
@@ -384,7 +420,7 @@ void estimationLines(const Rows& rows, const Columns& c, bool feet, size_t begin
         line["is_last"] = mu::data(i + 1 == end);
         if (i + 1 == end)
             putFigure(line, "net_qty", netQuantity(sums));
-        sink(line);
+        sink.put(line);
     }
 }
 
@@ -399,12 +435,19 @@ void addEstimation(mu::data& ctx, Aside& aside, const Rows& rows, const Columns&
     mu::data groups{mu::data::type::list};
     double amount = 0, electrical = 0, plumbing = 0;
     int count = 0;
+    size_t longest = 0, lastItem = 0, longestEnd = 0;
     forEachItem(rows, c, [&](size_t begin, size_t end, int serial, const Sums& sums) {
         const Row& last = rows[end - 1];
+        lastItem = begin;
+        if (end - begin > longest) {
+            longest = end - begin;
+            longestEnd = end - 1;
+        }
         if (wantGroups) {
             mu::data lines{mu::data::type::list};
             estimationLines(rows, c, feet, begin, end, serial, sums,
-                            [&](const mu::data& line) { lines.push_back(line); });
+                            {[](size_t) { return true; },
+                             [&](const mu::data& line) { lines.push_back(line); }});
             mu::data group = rowObject(rows[begin], c);
             group["serial"] = mu::data(std::to_string(serial));
             group["rows"] = std::move(lines);
@@ -418,6 +461,8 @@ void addEstimation(mu::data& ctx, Aside& aside, const Rows& rows, const Columns&
         plumbing += figure(last.value(QStringLiteral("wws_amt")));
         count = serial;
     });
+    if (!rows.empty())
+        aside.telling = {lastItem, longestEnd}; // the highest serial, the highest line number
     ctx["rows"] = rowsAsWritten(rows, ctx, aside, [&rows, &c, feet](const RowSink& sink) {
         forEachItem(rows, c, [&](size_t begin, size_t end, int serial, const Sums& sums) {
             estimationLines(rows, c, feet, begin, end, serial, sums, sink);
@@ -477,14 +522,16 @@ void addReinforcement(mu::data& ctx, Aside& aside, const Rows& rows, const Colum
         diameters.push_back(o);
     }
     ctx["rows"] = rowsAsWritten(rows, ctx, aside, [&rows, &c, feet](const RowSink& sink) {
-        int serial = 0;
-        for (const Row& r : rows) {
+        for (size_t i = 0; i < rows.size(); ++i) {
+            if (!sink.wants(i))
+                continue;
+            const Row& r = rows[i];
             mu::data o = rowObject(r, c);
-            o["serial"] = mu::data(std::to_string(++serial));
+            o["serial"] = mu::data(std::to_string(i + 1));
             o["length"] = val(barLengthText(r.number(QStringLiteral("tw_length_ft")),
                                             r.number(QStringLiteral("tw_length_inches")), feet));
             putFigure(o, "weight", barWeight(r));
-            sink(o);
+            sink.put(o);
         }
     });
     ctx["diameters"] = std::move(diameters);
@@ -494,11 +541,12 @@ void addReinforcement(mu::data& ctx, Aside& aside, const Rows& rows, const Colum
 // Rows as they stand, numbered from 1.
 void addPlainRows(mu::data& ctx, Aside& aside, const Rows& rows, const Columns& c) {
     ctx["rows"] = rowsAsWritten(rows, ctx, aside, [&rows, &c](const RowSink& sink) {
-        int serial = 0;
-        for (const Row& r : rows) {
-            mu::data o = rowObject(r, c);
-            o["serial"] = mu::data(std::to_string(++serial));
-            sink(o);
+        for (size_t i = 0; i < rows.size(); ++i) {
+            if (!sink.wants(i))
+                continue;
+            mu::data o = rowObject(rows[i], c);
+            o["serial"] = mu::data(std::to_string(i + 1));
+            sink.put(o);
         }
     });
 }
@@ -665,45 +713,6 @@ QString addPartials(mu::data& ctx, const QString& layout, const QString& text) {
     return texts;
 }
 
-// The rows of a working table with only `columns`, read a slice of identities at a time, each
-// value like the one above it in its column held once: a bill's lines repeat their item's texts.
-// Read at once, the rows of a final bill of 200,000 lines took 275 MB.
-Rows compactRows(const ConClass& con, const QString& table, const QStringList& columns) {
-    const QString id = con.onServer() ? server::identity(table) : QStringLiteral("rowid");
-    const std::optional<Row> span =
-        con.first(QStringLiteral("select min(%1), max(%1) from \"%2\"").arg(id, table));
-    Rows out;
-    if (!span || span->isNull(0))
-        return out;
-    constexpr qint64 slice = 4096;
-    const qint64 last = span->value(1).toLongLong();
-    std::shared_ptr<const QSqlRecord> shape;
-    QVariantList above;
-    for (qint64 from = span->value(0).toLongLong(); from <= last; from += slice) {
-        for (const Row& r :
-             con.keyedColumns(table, columns, QStringLiteral("%1 >= ? and %1 < ?").arg(id),
-                              {from, from + slice})) {
-            if (!shape) {
-                QSqlRecord names = r.record();
-                names.clearValues();
-                shape = std::make_shared<const QSqlRecord>(names);
-                above.resize(r.count());
-            }
-            QVariantList values;
-            values.reserve(r.count());
-            for (int i = 0; i < r.count(); ++i) {
-                const QVariant v = r.value(i);
-                if (v.typeId() != QMetaType::QString || above[i].typeId() != QMetaType::QString ||
-                    v.toString() != above[i].toString())
-                    above[i] = v;
-                values.append(above[i]);
-            }
-            out.emplace_back(shape, std::move(values), r.id());
-        }
-    }
-    return out;
-}
-
 // The rows a layout is rendered over. Of a working table only the columns the layout names and
 // those the rows' own figures are made from are read: every column of a bill of 200,000 lines
 // held some 400 MB, nearly all of it never printed.
@@ -734,18 +743,69 @@ Rows rowsOf(const ReportInput& in, const ReportRun& run, const ConClass& con,
     }
     const QStringList ownColumns = own.split(u' ');
     static const QRegularExpression plainName(QStringLiteral("^[A-Za-z_][A-Za-z0-9_]*$"));
-    if (in.workingTable.isEmpty() || in.context == Context::Record)
+    const auto allColumns = [&] {
         return layoutRows(in.workingTable, in.parameters, run, con).rows;
+    };
+    if (in.workingTable.isEmpty() || in.context == Context::Record)
+        return allColumns();
     QStringList columns;
     for (const QString& c : con.columns(in.workingTable)) {
         if (!plainName.match(c).hasMatch())
-            return layoutRows(in.workingTable, in.parameters, run, con).rows;
+            return allColumns();
         if (named(c) || ownColumns.contains(c, Qt::CaseInsensitive))
             columns << c;
     }
     if (columns.isEmpty())
-        return layoutRows(in.workingTable, in.parameters, run, con).rows;
-    return compactRows(con, in.workingTable, columns);
+        return allColumns();
+    return con.compactColumns(in.workingTable, columns);
+}
+
+// The rows a first look writes: the first `first`, the last, those `telling`, and of each
+// column the row with its highest and its lowest figure, or its longest text. A column is as wide
+// as its widest figure, and a figure is the wider the more digits it has.
+std::vector<bool> firstLookRows(const Rows& rows, const Columns& c, size_t first,
+                                const std::vector<size_t>& telling) {
+    std::vector<bool> written(rows.size(), false);
+    std::fill_n(written.begin(), std::min(first, rows.size()), true);
+    written.back() = true;
+    for (const size_t r : telling)
+        written.at(r) = true;
+    // Of each column: the rows of its highest and lowest figure, or of its longest text.
+    struct Widest {
+        size_t high = 0, low = 0;
+        double highest = 0, lowest = 0;
+        qsizetype longest = -1;
+    };
+    std::vector<Widest> widest(c.names.size());
+    for (size_t r = 0; r < rows.size(); ++r) {
+        for (size_t col = 0; col < widest.size(); ++col) {
+            if (!c.wanted[col])
+                continue;
+            const QVariant& v = rows[r].value(int(col));
+            Widest& w = widest[col];
+            if (c.numeric[col]) {
+                const double f = figure(v);
+                if (r == 0 || f > w.highest) {
+                    w.highest = f;
+                    w.high = r;
+                }
+                if (r == 0 || f < w.lowest) {
+                    w.lowest = f;
+                    w.low = r;
+                }
+            } else if (const qsizetype length =
+                           v.typeId() == QMetaType::QString
+                               ? static_cast<const QString*>(v.constData())->size()
+                               : v.toString().size();
+                       length > w.longest) {
+                w.longest = length;
+                w.high = w.low = r;
+            }
+        }
+    }
+    for (const Widest& w : widest)
+        written[w.high] = written[w.low] = true;
+    return written;
 }
 
 } // namespace
@@ -764,7 +824,7 @@ QString layoutFile(const QString& name) {
         QStringLiteral("The report layout %1 is missing.").arg(QDir::toNativeSeparators(here)));
 }
 
-QString renderHtml(const ReportInput& in, const ConClass& con) {
+QString renderHtml(const ReportInput& in, const ConClass& con, const FirstLook* look) {
     const QString path = layoutFile(in.layout);
     const QString text = readLayout(path);
     mu::mustache tmpl(str(text));
@@ -835,11 +895,23 @@ QString renderHtml(const ReportInput& in, const ConClass& con) {
     ctx["row_count"] = mu::data(std::to_string(rows.size()));
     ctx["has_rows"] = mu::data(!rows.empty());
 
-    std::vector<std::string> parts;
-    tmpl.render(ctx, [&parts](const std::string& part) {
-        if (!part.empty())
-            parts.push_back(part);
-    });
+    const auto write = [&] {
+        std::vector<std::string> parts;
+        tmpl.render(ctx, [&parts](const std::string& part) {
+            if (!part.empty())
+                parts.push_back(part);
+        });
+        return parts;
+    };
+    const bool sections = in.context == Context::Estimate || in.context == Context::Reinforcement ||
+                          in.context == Context::Plain;
+    if (look && look->show && sections && qsizetype(rows.size()) > look->rows) {
+        aside.written = firstLookRows(rows, columns, size_t(look->rows), aside.telling);
+        std::vector<std::string> parts = write();
+        look->show(aside.html(parts));
+        aside.written.clear();
+    }
+    std::vector<std::string> parts = write();
     Rows().swap(rows); // written: they make room for the text
 #ifdef __GLIBC__
     // ... but the allocator keeps what they took for small pieces, and the text is one large
@@ -849,10 +921,11 @@ QString renderHtml(const ReportInput& in, const ConClass& con) {
     return aside.html(parts);
 }
 
-QString renderHtml(const ReportType& type, const ReportRun& run, const ConClass& con) {
+QString renderHtml(const ReportType& type, const ReportRun& run, const ConClass& con,
+                   const FirstLook* look) {
     return renderHtml(
         {type.formOf(run).layout, type.workingTable, parameters(type, run), &run, type.context},
-        con);
+        con, look);
 }
 
 } // namespace tw::reports

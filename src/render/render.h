@@ -39,6 +39,8 @@
 #include <QString>
 #include <QVariantList>
 
+#include <functional>
+
 namespace tw::reports {
 
 // The file of layout `name`. Throws tw::Error naming the file when neither folder holds it.
@@ -53,10 +55,22 @@ struct ReportInput {
     Context context = Context::Plain;
 };
 
+// A look at a long report's beginning while the whole is made. Its rows sections hold the first
+// `rows` rows, and of the rest only the few that hold a column's widest figure or longest text,
+// so that its columns come out as wide as the whole report's; every sum and count is still over
+// all rows.
+struct FirstLook {
+    qsizetype rows = 300;
+    std::function<void(const QString& html)> show;
+};
+
 // Renders the layout over its working table. Throws tw::Error naming the file for a missing
-// layout or one that is not a valid template.
-QString renderHtml(const ReportInput& in, const ConClass& con);
+// layout or one that is not a valid template. Given a first look, shows it first when the
+// report's rows sections would write more rows than it holds (made from the rows read for the
+// whole report, which is made next).
+QString renderHtml(const ReportInput& in, const ConClass& con, const FirstLook* look = nullptr);
 // The same for a report type of the catalogue and its run.
-QString renderHtml(const ReportType& type, const ReportRun& run, const ConClass& con);
+QString renderHtml(const ReportType& type, const ReportRun& run, const ConClass& con,
+                   const FirstLook* look = nullptr);
 
 } // namespace tw::reports

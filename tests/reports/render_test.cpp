@@ -258,6 +258,56 @@ TEST_F(Render, EveryRowOfALongTableIsWrittenOnceInItsOrder) {
     EXPECT_EQ(renderHtml({"Lines", "dummy_estimation", {}, &run, Context::Estimate}, db()), want);
 }
 
+// A first look at a long report holds its first rows, and of the rest those with a column's
+// widest figure or text, the highest serial and line number: its columns are as wide as the
+// whole report's. Its sums and counts are of every row; a short report has none.
+TEST_F(Render, AFirstLookHoldsTheFirstRowsAndTheWidestWithSumsOfAll) {
+    const QString dir = QDir(folder()).filePath("layouts");
+    QDir().mkpath(dir);
+    QFile layout(dir + "/Look.html");
+    ASSERT_TRUE(layout.open(QIODevice::WriteOnly));
+    layout.write("{{#rows}}{{serial}}/{{line}} {{tw_item_narration}};{{/rows}}"
+                 "|{{row_count}}|{{#totals}}{{tw_cal_Area}}{{/totals}}");
+    layout.close();
+    // Items of 10, 890 and 100 lines; the highest figure on line 500, the lowest on 700, the
+    // longest narration on 800.
+    db().exec("with recursive n(i) as (select 1 union all select i + 1 from n where i < 1000) "
+              "insert into dummy_estimation (tw_recordkey, tw_sch_num, tw_item_desc, "
+              "tw_itemrate, tw_unit, tw_quantity, tw_cal_Area, tw_units, tw_deduction, "
+              "tw_item_narration) select case when i <= 10 then 1 when i <= 900 then 2 else 3 "
+              "end, '1.1', 'Brick work', 250, '10', 1, case i when 500 then 99999.5 when 700 "
+              "then -5 else i end, 'Feet', 0, case i when 800 then 'Wall 800 by the long side' "
+              "else 'Wall ' || i end from n");
+    const ReportInput in{"Look", "dummy_estimation", {}, &run, Context::Estimate};
+    std::vector<QString> looks;
+    FirstLook look{20, [&](const QString& html) { looks.push_back(html); }};
+    const QString whole = renderHtml(in, db(), &look);
+    ASSERT_EQ(looks.size(), 1u);
+    const auto line = [](int i) {
+        const int serial = i <= 10 ? 1 : i <= 900 ? 2 : 3;
+        const int first = serial == 1 ? 1 : serial == 2 ? 11 : 901;
+        return QString("%1/%2 Wall %3;").arg(serial).arg(i - first + 1).arg(i);
+    };
+    QString want, all;
+    for (int i = 1; i <= 1000; ++i) {
+        QString text = line(i);
+        if (i == 800)
+            text.replace("Wall 800", "Wall 800 by the long side");
+        all += text;
+        if (i <= 20 || i == 500 || i == 700 || i == 800 || i == 900 || i == 901 || i == 1000)
+            want += text;
+    }
+    const QString sums = "|1000|599294.5";
+    EXPECT_EQ(looks.front(), want + sums);
+    EXPECT_EQ(whole, all + sums);
+
+    // No more rows than the look holds: the whole report alone.
+    looks.clear();
+    look.rows = 1000;
+    EXPECT_EQ(renderHtml(in, db(), &look), all + sums);
+    EXPECT_TRUE(looks.empty());
+}
+
 TEST_F(Render, AMissingOrBrokenLayoutIsNamed) {
     const QString dir = QDir(folder()).filePath("layouts");
     QDir().mkpath(dir);
@@ -628,13 +678,37 @@ TEST_F(Screen, TheFirstPageShowsWhileTheRestAreMade) {
         click("Command4");
         EXPECT_TRUE(twtest::waitUntil([&] { return view->pageCount() > 0 || !screen->running(); }));
     };
+    // The texts of page 1 as the viewer holds it, and the words at its foot.
+    const auto pageOne = [&] {
+        TextPages texts;
+        QPainter painter(&texts);
+        QPicture(view->pages->page(0)).play(&painter);
+        painter.end();
+        std::vector<QString> out;
+        for (const Text& t : texts.pages.front())
+            out.push_back(t.text);
+        return out;
+    };
     firstPage();
     EXPECT_TRUE(screen->running());
     EXPECT_TRUE(shown(view));
     EXPECT_FALSE(view->cmdSavePdf->isEnabled());
+    // Shown from the first rows alone, before the whole was laid out: how many pages there are
+    // is not yet known.
+    std::vector<QString> early = pageOne();
+    ASSERT_FALSE(early.empty());
+    EXPECT_EQ(early.back(), "Page 1 of \u2026");
     EXPECT_TRUE(twtest::waitUntil([&] { return !screen->running(); }));
     EXPECT_GT(view->pageCount(), 20);
     EXPECT_TRUE(view->cmdSavePdf->isEnabled());
+    // The whole report's first page took its place: the same page, counted.
+    std::vector<QString> whole = pageOne();
+    ASSERT_FALSE(whole.empty());
+    EXPECT_EQ(whole.back(), QString("Page 1 of %1").arg(view->pageCount()));
+    early.pop_back();
+    whole.pop_back();
+    EXPECT_EQ(early, whole);
+    EXPECT_GT(early.size(), 30u);
     click("Cmdrepexit");
 
     firstPage();

@@ -43,8 +43,15 @@ struct Frm_Reports::Job {
     // run's thread.
     std::unique_ptr<tw::reports::RunTables> rows;
     std::unique_ptr<QTextDocument> doc;
-    bool pages = false; // every page made
+    bool pages = false;     // every page made
+    bool firstLook = false; // a first page shown before the whole was made (window's thread)
 };
+
+namespace {
+// A long report's first page is shown from this many of its rows while the whole is made: a
+// page holds some tens of them.
+constexpr qsizetype kFirstLookRows = 300;
+} // namespace
 
 Frm_Reports::Frm_Reports(QWidget* parent) : ui::Screen(parent) {
     setObjectName(QStringLiteral("Frm_Reports"));
@@ -461,7 +468,28 @@ void Frm_Reports::startRun(const ReportType& t) {
     };
     // The document, then its pages, each shown as soon as it is made.
     const auto render = [this, &t, job, thread](tw::Messenger& says) {
-        const QString html = tw::reports::renderHtml(t, job->run, job->rows->con());
+        // A long report takes seconds to make whole: its first page, made from its first rows
+        // (and sums of all), is shown meanwhile, and the whole's first page takes its place.
+        tw::reports::FirstLook look;
+        look.rows = kFirstLookRows;
+        look.show = [&](const QString& firstRows) {
+            if (thread->cancelled())
+                return;
+            const auto doc = tw::reports::makeFirstLook(firstRows);
+            const bool landscape = tw::reports::isLandscape(*doc);
+            if (std::optional<QPicture> page = recordFirstPage(*doc, landscape))
+                QMetaObject::invokeMethod(
+                    this,
+                    [this, &t, job, page = std::move(*page), landscape] {
+                        if (job != job_)
+                            return;
+                        ReportShow(t, landscape);
+                        RptView->addPage(page);
+                        job->firstLook = true;
+                    },
+                    Qt::QueuedConnection);
+        };
+        const QString html = tw::reports::renderHtml(t, job->run, job->rows->con(), &look);
         if (thread->cancelled())
             return;
         job->doc = tw::reports::makeDocument(html, &says);
@@ -475,8 +503,12 @@ void Frm_Reports::startRun(const ReportType& t) {
                         if (job != job_)
                             return; // a page of a run let go
                         if (first) {
-                            ReportShow(t, landscape);
                             prgRun->setRange(0, 0); // pages until the last: how many is not known
+                            if (job->firstLook) {
+                                RptView->replacePage(0, page);
+                                return;
+                            }
+                            ReportShow(t, landscape);
                         }
                         RptView->addPage(page);
                     },

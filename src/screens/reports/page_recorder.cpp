@@ -157,3 +157,14 @@ bool recordPages(QTextDocument& doc, bool landscape, const std::function<bool(QP
         return false;
     }
 }
+
+std::optional<QPicture> recordFirstPage(QTextDocument& doc, bool landscape) {
+    std::optional<QPicture> first;
+    // Stopped after the first page: a page followed it.
+    if (recordPages(doc, landscape, [&](QPicture page) {
+            first = std::move(page);
+            return false;
+        }))
+        return std::nullopt;
+    return first;
+}

@@ -6,9 +6,14 @@
 #include <QTextDocument>
 
 #include <functional>
+#include <optional>
 
 // Lays `doc` out on the pages a printed report has (tw::reports::setUpPage) and gives each page
 // to `page` as soon as it is painted. A page's picture is in the device pixels of the page's
 // printable area. Usable on any thread. When `page` gives false, no more pages are made and
 // recordPages gives false; the document is then fit only to be let go.
 bool recordPages(QTextDocument& doc, bool landscape, const std::function<bool(QPicture)>& page);
+
+// The first page of `doc` laid out as recordPages does, when another page follows it; none when
+// it is the only one.
+std::optional<QPicture> recordFirstPage(QTextDocument& doc, bool landscape);

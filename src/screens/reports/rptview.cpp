@@ -67,6 +67,11 @@ void PageStrip::add(QPicture page) {
     update(pageRect(count() - 1).toAlignedRect());
 }
 
+void PageStrip::replace(int page, QPicture picture) {
+    pages.at(size_t(page)) = std::move(picture);
+    update(pageRect(page).toAlignedRect());
+}
+
 void PageStrip::clear() {
     pages.clear();
     resize(sizeHint());
@@ -187,6 +192,10 @@ void RptView::startReport(const QString& name, bool landscape) {
 void RptView::addPage(QPicture page) {
     pages->add(std::move(page));
     showCount();
+}
+
+void RptView::replacePage(int page, QPicture picture) {
+    pages->replace(page, std::move(picture));
 }
 
 void RptView::finishReport(std::unique_ptr<QTextDocument> d) {

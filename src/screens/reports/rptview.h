@@ -25,8 +25,10 @@ public:
     // in the pixels of the printed page.
     void setPage(const QSizeF& size, const QPointF& printable);
     void add(QPicture page);
+    void replace(int page, QPicture picture);
     void clear();
     int count() const { return int(pages.size()); }
+    const QPicture& page(int page) const { return pages.at(size_t(page)); }
     // Screen pixels a printed pixel.
     void setZoom(qreal zoom);
     qreal zoom() const { return zoom_; }
@@ -57,6 +59,8 @@ public:
     // and the document they came from, which Print and Save as PDF use.
     void startReport(const QString& pdfName, bool landscape);
     void addPage(QPicture page);
+    // A page shown before the whole report was made, made again with it.
+    void replacePage(int page, QPicture picture);
     void finishReport(std::unique_ptr<QTextDocument> doc);
     // Lets the report go and shows nothing.
     void clear();
