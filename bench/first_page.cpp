@@ -4,11 +4,13 @@
 // above their foot (TW_SHOW_TEXTS=1 lists both pages' texts side by side). Exits 1 when the first
 // page takes over a second.
 //
-//   first_page FOLDER PROJECT [CAPTION]
+//   first_page FOLDER PROJECT [CAPTION [BILL]]
 //
-// CAPTION is the report type as the report screen lists it (default: "Final Bill - Detailed").
+// CAPTION is the report type as the report screen lists it (default: "Final Bill - Detailed");
+// BILL the bill of a type that takes one.
 
 #include "core/reports/report_run.h"
+#include "core/reports/running_bill.h"
 #include "render/paged.h"
 #include "render/render.h"
 #include "screens/reports/page_recorder.h"
@@ -64,8 +66,8 @@ int main(int argc, char** argv) {
     ConsoleMessenger console;
     QApplication app(argc, argv);
     QTextStream out(stdout);
-    if (argc < 3 || argc > 4) {
-        QTextStream(stderr) << "usage: first_page FOLDER PROJECT [CAPTION]" << Qt::endl;
+    if (argc < 3 || argc > 5) {
+        QTextStream(stderr) << "usage: first_page FOLDER PROJECT [CAPTION [BILL]]" << Qt::endl;
         return 2;
     }
     AppFolder::set(QString::fromLocal8Bit(argv[1]));
@@ -81,7 +83,11 @@ int main(int argc, char** argv) {
         return 1;
     reports::ReportRun run;
     run.projectName = QString::fromLocal8Bit(argv[2]);
+    if (argc > 4)
+        run.bill = QString::fromLocal8Bit(argv[4]);
     reports::readProject(run, rows.con());
+    if (type->runningBill)
+        reports::LoadDeductions(run, rows.con()); // the bill opening, as on the screen
     QElapsedTimer timer;
     timer.start();
     if (!reports::fill(*type, run, rows.con(), console))
@@ -113,7 +119,10 @@ int main(int argc, char** argv) {
     out << caption << ", " << run.projectName << ": fill " << QString::number(fill, 'f', 2)
         << " s; ";
     if (!early) {
-        out << "no first look (a short report)";
+        // No first look: the whole report's first page is the first shown.
+        first = before;
+        out << "first page (of the whole report, made without a first look) "
+            << QString::number(first, 'f', 2) << " s after it (goal " << goalSeconds << " s)";
     } else {
         QStringList a = textsOf(*early), b = textsOf(*whole);
         a.removeLast(); // the feet: "Page 1 of ..." against "Page 1 of N"
@@ -126,5 +135,5 @@ int main(int argc, char** argv) {
             << " s; the same page: " << (a == b ? "yes" : "NO");
     }
     out << Qt::endl;
-    return early && first > goalSeconds ? 1 : 0;
+    return first > goalSeconds ? 1 : 0;
 }

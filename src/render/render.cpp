@@ -306,6 +306,7 @@ struct Aside {
     // Rows a first look shows besides a column's widest, for figures of their own that stand
     // out: the highest serial, the highest line number.
     std::vector<size_t> telling;
+    bool cut = false; // a rows section left a row out
     std::string marker = "\x02rows-" + QUuid::createUuid().toString(QUuid::Id128).toStdString();
     std::vector<SectionText> texts;
 
@@ -368,7 +369,11 @@ mu::data rowsAsWritten(const Rows& rows, const mu::data& report, Aside& aside, R
         const size_t start = text.starts_with("\r\n") ? 2 : text.starts_with('\n') ? 1 : 0;
         mu::mustache section(text.substr(start));
         SectionText out;
-        source({[&aside](size_t row) { return aside.written.empty() || aside.written[row]; },
+        source({[&aside](size_t row) {
+                    const bool wanted = aside.written.empty() || aside.written[row];
+                    aside.cut = aside.cut || !wanted;
+                    return wanted;
+                },
                 [&](const mu::data& row) {
                     mu::context<std::string> lookup(&report);
                     lookup.push(&row);
@@ -905,13 +910,19 @@ QString renderHtml(const ReportInput& in, const ConClass& con, const FirstLook* 
     };
     const bool sections = in.context == Context::Estimate || in.context == Context::Reinforcement ||
                           in.context == Context::Plain;
+    std::vector<std::string> parts;
     if (look && look->show && sections && qsizetype(rows.size()) > look->rows) {
         aside.written = firstLookRows(rows, columns, size_t(look->rows), aside.telling);
-        std::vector<std::string> parts = write();
-        look->show(aside.html(parts));
+        parts = write();
         aside.written.clear();
+        // A layout that writes its rows elsewhere than in a rows section has no shorter look.
+        if (std::exchange(aside.cut, false)) {
+            look->show(aside.html(parts));
+            parts = write();
+        }
+    } else {
+        parts = write();
     }
-    std::vector<std::string> parts = write();
     Rows().swap(rows); // written: they make room for the text
 #ifdef __GLIBC__
     // ... but the allocator keeps what they took for small pieces, and the text is one large

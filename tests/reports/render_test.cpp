@@ -306,6 +306,16 @@ TEST_F(Render, AFirstLookHoldsTheFirstRowsAndTheWidestWithSumsOfAll) {
     look.rows = 1000;
     EXPECT_EQ(renderHtml(in, db(), &look), all + sums);
     EXPECT_TRUE(looks.empty());
+
+    // Nor is there a look of a layout that writes no rows section.
+    QFile grouped(dir + "/Grouped.html");
+    ASSERT_TRUE(grouped.open(QIODevice::WriteOnly));
+    grouped.write("{{#groups}}{{serial}};{{/groups}}|{{row_count}}");
+    grouped.close();
+    look.rows = 20;
+    EXPECT_EQ(renderHtml({"Grouped", "dummy_estimation", {}, &run, Context::Estimate}, db(), &look),
+              "1;2;3;|1000");
+    EXPECT_TRUE(looks.empty());
 }
 
 TEST_F(Render, AMissingOrBrokenLayoutIsNamed) {
