@@ -71,6 +71,8 @@ int main(int argc, char** argv) {
         return 2;
     }
     AppFolder::set(QString::fromLocal8Bit(argv[1]));
+    if (const auto server = Store::configured()) // the folder's twk.cfg names a server
+        Store::use(Store::withRole(*server));
     const QString caption =
         argc > 3 ? QString::fromLocal8Bit(argv[3]) : QStringLiteral("Final Bill - Detailed");
     const reports::ReportType* type = reports::findByCaption(caption);

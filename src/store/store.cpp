@@ -506,25 +506,28 @@ namespace {
 // The value of column `i` of the statement's row as Qt's own reader gives it. `above` is the
 // value above it in its column, and `aboveText` that value's text as stored.
 QVariant fileValue(sqlite3_stmt* q, int i, const QVariant& above, QByteArray& aboveText) {
-    switch (sqlite3_column_type(q, i)) {
+    // The value itself, read without the connection's lock that each column call takes: the
+    // statement is stepped on this thread alone and stands on the row while it is read.
+    sqlite3_value* v = sqlite3_column_value(q, i);
+    switch (sqlite3_value_type(v)) {
     case SQLITE_INTEGER:
-        return QVariant(qlonglong(sqlite3_column_int64(q, i)));
+        return QVariant(qlonglong(sqlite3_value_int64(v)));
     case SQLITE_FLOAT:
-        return QVariant(sqlite3_column_double(q, i));
+        return QVariant(sqlite3_value_double(v));
     case SQLITE_NULL:
         return QVariant(QMetaType::fromType<QString>());
     case SQLITE_BLOB:
-        return QVariant(QByteArray(static_cast<const char*>(sqlite3_column_blob(q, i)),
-                                   sqlite3_column_bytes(q, i)));
+        return QVariant(
+            QByteArray(static_cast<const char*>(sqlite3_value_blob(v)), sqlite3_value_bytes(v)));
     default: {
         // A text equal to the one above is that one again, found without a new one made.
-        const auto* stored = reinterpret_cast<const char*>(sqlite3_column_text(q, i));
-        const QByteArrayView bytes(stored, sqlite3_column_bytes(q, i));
+        const auto* stored = reinterpret_cast<const char*>(sqlite3_value_text(v));
+        const QByteArrayView bytes(stored, sqlite3_value_bytes(v));
         if (above.typeId() == QMetaType::QString && !above.isNull() && bytes == aboveText)
             return above;
         aboveText = bytes.toByteArray();
-        const auto* text = static_cast<const QChar*>(sqlite3_column_text16(q, i));
-        return QVariant(QString(text, sqlite3_column_bytes16(q, i) / qsizetype(sizeof(QChar))));
+        const auto* text = static_cast<const QChar*>(sqlite3_value_text16(v));
+        return QVariant(QString(text, sqlite3_value_bytes16(v) / qsizetype(sizeof(QChar))));
     }
     }
 }
