@@ -765,9 +765,10 @@ Rows rowsOf(const ReportInput& in, const ReportRun& run, const ConClass& con,
     return con.compactColumns(in.workingTable, columns);
 }
 
-// The rows a first look writes: the first `first`, the last, those `telling`, and of each
-// column the row with its highest and its lowest figure, or its longest text. A column is as wide
-// as its widest figure, and a figure is the wider the more digits it has.
+// The rows a first look writes: the first `first`, the last, those `telling`, and of each figure
+// column the rows with its highest and its lowest figure, of each text the layout names the row
+// with its longest. A column is as wide as its widest figure, and a figure is the wider the more
+// digits it has.
 std::vector<bool> firstLookRows(const Rows& rows, const Columns& c, size_t first,
                                 const std::vector<size_t>& telling) {
     std::vector<bool> written(rows.size(), false);
@@ -784,7 +785,9 @@ std::vector<bool> firstLookRows(const Rows& rows, const Columns& c, size_t first
     std::vector<Widest> widest(c.names.size());
     for (size_t r = 0; r < rows.size(); ++r) {
         for (size_t col = 0; col < widest.size(); ++col) {
-            if (!c.wanted[col])
+            // A figure the layout does not name may still be printed as one made from it (a
+            // deduction's quantity, with its sign, from its own column).
+            if (!c.wanted[col] && !c.numeric[col])
                 continue;
             const QVariant& v = rows[r].value(int(col));
             Widest& w = widest[col];

@@ -270,14 +270,15 @@ TEST_F(Render, AFirstLookHoldsTheFirstRowsAndTheWidestWithSumsOfAll) {
                  "|{{row_count}}|{{#totals}}{{tw_cal_Area}}{{/totals}}");
     layout.close();
     // Items of 10, 890 and 100 lines; the highest figure on line 500, the lowest on 700, the
-    // longest narration on 800.
+    // longest narration on 800, the only deduction on 600 (its figure printed with a minus).
     db().exec("with recursive n(i) as (select 1 union all select i + 1 from n where i < 1000) "
               "insert into dummy_estimation (tw_recordkey, tw_sch_num, tw_item_desc, "
               "tw_itemrate, tw_unit, tw_quantity, tw_cal_Area, tw_units, tw_deduction, "
-              "tw_item_narration) select case when i <= 10 then 1 when i <= 900 then 2 else 3 "
-              "end, '1.1', 'Brick work', 250, '10', 1, case i when 500 then 99999.5 when 700 "
-              "then -5 else i end, 'Feet', 0, case i when 800 then 'Wall 800 by the long side' "
-              "else 'Wall ' || i end from n");
+              "tw_item_narration, test, Damt) select case when i <= 10 then 1 when i <= 900 "
+              "then 2 else 3 end, '1.1', 'Brick work', 250, '10', 1, case i when 500 then "
+              "99999.5 when 700 then -5 else i end, 'Feet', 0, case i when 800 then 'Wall 800 "
+              "by the long side' else 'Wall ' || i end, case i when 600 then 'Deduction' else "
+              "'NoDeduction' end, case i when 600 then 600 end from n");
     const ReportInput in{"Look", "dummy_estimation", {}, &run, Context::Estimate};
     std::vector<QString> looks;
     FirstLook look{20, [&](const QString& html) { looks.push_back(html); }};
@@ -294,7 +295,8 @@ TEST_F(Render, AFirstLookHoldsTheFirstRowsAndTheWidestWithSumsOfAll) {
         if (i == 800)
             text.replace("Wall 800", "Wall 800 by the long side");
         all += text;
-        if (i <= 20 || i == 500 || i == 700 || i == 800 || i == 900 || i == 901 || i == 1000)
+        if (i <= 20 || i == 500 || i == 600 || i == 700 || i == 800 || i == 900 || i == 901 ||
+            i == 1000)
             want += text;
     }
     const QString sums = "|1000|599294.5";
