@@ -14,6 +14,7 @@
 #include <QPagedPaintDevice>
 #include <QPainter>
 #include <QPdfWriter>
+#include <QPrinter>
 #include <QRegularExpression>
 #include <QTextBlock>
 #include <QTextCursor>
@@ -36,6 +37,9 @@ namespace {
 
 const char* const landscapeProperty = "landscape";
 const char* const uncountedProperty = "uncounted";
+
+// Thrown out of the layout when the printing is to stop.
+struct Stopped {};
 
 // Qt's own layout of a report of thousands of table rows lays the whole document out at once,
 // twice over, and spends most of that finding each cell's format again: a final bill of 5,000
@@ -427,7 +431,8 @@ constexpr size_t kRunsAhead = 3;
 // pages are painted: held for every cell of a long bill they took gigabytes.
 class TablePiece : public Piece {
 public:
-    TablePiece(RunTables runs, const QTextDocument& doc, Scale px, qreal width)
+    TablePiece(RunTables runs, const QTextDocument& doc, Scale px, qreal width,
+               const PageProgress& progress)
         : px_(px), option_(doc.defaultTextOption()), indentWidth_(doc.indentWidth()),
           runs_(std::move(runs)) {
         const QTextTable& table = *runs_.table(0);
@@ -482,6 +487,8 @@ public:
         }
         runStarts_.push_back(0);
         for (size_t run = 0; run < runs_.size(); ++run) {
+            if (progress && !progress(0, 0))
+                throw Stopped{};
             const QTextTable* t = runs_.table(run);
             if (!t || t->columns() != columns_)
                 return;
@@ -882,8 +889,8 @@ void paintFoot(QPainter& painter, QPagedPaintDevice& device, const QTextDocument
 
 // The report cut into pieces at its plain tables, each laid out for the device. Gives nothing
 // when a long table read in runs is not one this printing lays out itself.
-std::optional<std::vector<std::unique_ptr<Piece>>> piecesOf(QTextDocument& doc,
-                                                            QPaintDevice& device, qreal width) {
+std::optional<std::vector<std::unique_ptr<Piece>>>
+piecesOf(QTextDocument& doc, QPaintDevice& device, qreal width, const PageProgress& progress) {
     const Scale px{device.logicalDpiY() / 96.0};
     const auto* layout = dynamic_cast<const LayoutDocument*>(&doc);
     std::vector<std::unique_ptr<Piece>> pieces;
@@ -902,7 +909,7 @@ std::optional<std::vector<std::unique_ptr<Piece>>> piecesOf(QTextDocument& doc,
             const bool inRuns = table && layout && layout->longTable == tables++;
             if (table && plainTable(*table)) {
                 if (auto piece = std::make_unique<TablePiece>(
-                        RunTables(*table, layout, inRuns, device), doc, px, width);
+                        RunTables(*table, layout, inRuns, device), doc, px, width, progress);
                     piece->plain()) {
                     flow();
                     pieces.push_back(std::move(piece));
@@ -936,12 +943,13 @@ std::optional<std::vector<std::unique_ptr<Piece>>> piecesOf(QTextDocument& doc,
 
 // Qt's own layout of the whole document, for a report this printing cannot cut into pieces.
 int printWhole(QTextDocument& doc, QPagedPaintDevice& device, QPainter& painter, const QSizeF& body,
-               const QRectF& foot) {
+               const QRectF& foot, const PageProgress& progress) {
     if (dynamic_cast<ContentOnly*>(doc.documentLayout()))
         doc.setDocumentLayout(nullptr); // Qt's layout takes its place
     doc.documentLayout()->setPaintDevice(&device);
     doc.setPageSize(body);
     const int pages = doc.pageCount();
+    bool stopped = false;
     for (int page = 0; page < pages; ++page) {
         if (page > 0)
             device.newPage();
@@ -950,10 +958,24 @@ int printWhole(QTextDocument& doc, QPagedPaintDevice& device, QPainter& painter,
         doc.drawContents(&painter, QRectF(QPointF(0, page * body.height()), body));
         painter.restore();
         paintFoot(painter, device, doc, foot, page, pages);
+        if (progress && !progress(page + 1, pages)) {
+            stopped = true;
+            break;
+        }
     }
     // The device may go once printing is done: the document lays itself out anew for the screen.
     doc.documentLayout()->setPaintDevice(nullptr);
     doc.setPageSize(QSizeF());
+    return stopped ? 0 : pages;
+}
+
+// Ends the painting; a printer's job is abandoned when printing was stopped.
+int endPrinting(QPainter& painter, QPagedPaintDevice& device, int pages) {
+    if (pages == 0)
+        if (auto* printer = dynamic_cast<QPrinter*>(&device))
+            printer->abort();
+    if (painter.isActive())
+        painter.end();
     return pages;
 }
 
@@ -1050,7 +1072,7 @@ bool isLandscape(const QTextDocument& doc) {
     return doc.property(landscapeProperty).toBool();
 }
 
-int printDocument(QTextDocument& doc, QPagedPaintDevice& device) {
+int printDocument(QTextDocument& doc, QPagedPaintDevice& device, const PageProgress& progress) {
     QPainter painter;
     if (!painter.begin(&device))
         throw Error(QStringLiteral("The printer or file cannot be written."));
@@ -1061,11 +1083,8 @@ int printDocument(QTextDocument& doc, QPagedPaintDevice& device) {
     const QRectF foot(0, paper.height() - footHeight, body.width(), footHeight);
 
     auto* content = dynamic_cast<ContentOnly*>(doc.documentLayout());
-    if (!content) {
-        const int pages = printWhole(doc, device, painter, body, foot);
-        painter.end();
-        return pages;
-    }
+    if (!content)
+        return endPrinting(painter, device, printWhole(doc, device, painter, body, foot, progress));
     auto* layoutDoc = dynamic_cast<LayoutDocument*>(&doc);
     const auto runs = [&](const std::function<void(LayoutDocument&)>& each) {
         if (layoutDoc)
@@ -1075,20 +1094,31 @@ int printDocument(QTextDocument& doc, QPagedPaintDevice& device) {
     // The cells' fonts are measured for the device.
     content->setPaintDevice(&device);
     runs([&](LayoutDocument& run) { run.documentLayout()->setPaintDevice(&device); });
-    auto pieces = piecesOf(doc, device, body.width());
-    if (!pieces) {
-        layoutDoc->makeWhole();
-        pieces = piecesOf(doc, device, body.width());
+    // The laid-out lines of every cell go with a new layout; the next printing lays them out
+    // again for its own device.
+    const auto letGo = [&] {
+        doc.setDocumentLayout(new ContentOnly(&doc));
+        runs([](LayoutDocument& run) { run.setDocumentLayout(new ContentOnly(&run)); });
+    };
+    std::optional<std::vector<std::unique_ptr<Piece>>> pieces;
+    try {
+        pieces = piecesOf(doc, device, body.width(), progress);
+        if (!pieces) {
+            layoutDoc->makeWhole();
+            pieces = piecesOf(doc, device, body.width(), progress);
+        }
+    } catch (const Stopped&) {
+        letGo();
+        return endPrinting(painter, device, 0);
     }
     const auto pages = paginate(*pieces, body.height());
     if (pages.empty()) {
         if (layoutDoc)
             layoutDoc->makeWhole();
-        const int count = printWhole(doc, device, painter, body, foot);
-        painter.end();
-        return count;
+        return endPrinting(painter, device, printWhole(doc, device, painter, body, foot, progress));
     }
     const int count = int(pages.size());
+    int printed = count;
     for (int page = 0; page < count; ++page) {
         if (page > 0)
             device.newPage();
@@ -1103,13 +1133,14 @@ int printDocument(QTextDocument& doc, QPagedPaintDevice& device) {
             painter.restore();
         }
         paintFoot(painter, device, doc, foot, page, count);
+        if (progress && !progress(page + 1, count)) {
+            printed = 0;
+            break;
+        }
     }
-    painter.end();
-    // The laid-out lines of every cell go with a new layout; the next printing lays them out
-    // again for its own device.
-    doc.setDocumentLayout(new ContentOnly(&doc));
-    runs([](LayoutDocument& run) { run.setDocumentLayout(new ContentOnly(&run)); });
-    return count;
+    endPrinting(painter, device, printed);
+    letGo();
+    return printed;
 }
 
 namespace {
@@ -1152,7 +1183,7 @@ private:
 };
 } // namespace
 
-int writePdf(QTextDocument& doc, const QString& path) {
+int writePdf(QTextDocument& doc, const QString& path, const PageProgress& progress) {
     AtomicFile file(path);
     AtomicDevice device(file);
     int pages = 0;
@@ -1161,8 +1192,10 @@ int writePdf(QTextDocument& doc, const QString& path) {
         pdf.setCreator(QStringLiteral("Tallywright"));
         pdf.setTitle(doc.metaInformation(QTextDocument::DocumentTitle));
         setUpPage(pdf, isLandscape(doc));
-        pages = printDocument(doc, pdf);
+        pages = printDocument(doc, pdf, progress);
     }
+    if (pages == 0)
+        return 0; // stopped: the file goes unwritten
     device.finish();
     file.commit();
     return pages;

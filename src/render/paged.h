@@ -8,6 +8,7 @@
 #include <QString>
 #include <QTextDocument>
 
+#include <functional>
 #include <memory>
 
 class QPagedPaintDevice;
@@ -46,17 +47,22 @@ template <class Device> void setUpPage(Device& device, bool landscape = false) {
                                      QMarginsF(15, 12, 15, 12), QPageLayout::Millimeter));
 }
 
+// Told with 0 and 0 as the pages are laid out, then after each page is painted with its number
+// (from 1) and the number of pages; printing stops when it gives false.
+using PageProgress = std::function<bool(int page, int pages)>;
+
 // Lays `doc` out on the pages of `device` (a QPrinter or QPdfWriter set up by the caller) and
 // paints every page, the document's title and "Page N of M" at its foot. A page ends between
 // table rows, never inside one, and a table going on to the next page repeats its <thead> rows
-// there. Gives the number of pages. The document keeps no hold on the device afterwards.
-int printDocument(QTextDocument& doc, QPagedPaintDevice& device);
+// there. Gives the number of pages, or 0 when `progress` stopped it (a printer's job is then
+// abandoned). The document keeps no hold on the device afterwards.
+int printDocument(QTextDocument& doc, QPagedPaintDevice& device, const PageProgress& progress = {});
 
 // Writes the document as a PDF file and gives its number of pages; the file is written beside
 // its target and takes its name only when complete (tw::AtomicFile). Throws tw::Error naming the
 // file when it cannot be written ("No space left on the device" on a full disk); nothing of it
-// is left then.
-int writePdf(QTextDocument& doc, const QString& path);
+// is left then, nor when `progress` stopped it (it gives 0 then).
+int writePdf(QTextDocument& doc, const QString& path, const PageProgress& progress = {});
 
 // Writes text to a file as UTF-8, the same way.
 void writeText(const QString& text, const QString& path);

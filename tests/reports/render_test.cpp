@@ -12,6 +12,7 @@
 #include <QGlyphRun>
 #include <QPaintEngine>
 #include <QPdfWriter>
+#include <QProgressDialog>
 #include <QTest>
 #include <QTextLayout>
 #include <QThread>
@@ -551,6 +552,25 @@ TEST(Paging, TheViewerShowsThePagesOfTheSavedPdf) {
         ASSERT_TRUE(saved.open(QIODevice::ReadOnly));
         EXPECT_EQ(saved.readAll().count("/Type /Page\n"), view.pageCount());
         saved.close();
+        QFile::remove(path);
+
+        // Cancelled by the Cancel of the dialog that counts the pages of a long one: nothing is
+        // written, and the report is back for the next Save.
+        RptView::setFileChooser([&](QWidget*, const QString&) { return path; });
+        QTimer::singleShot(0, [&] {
+            if (auto* counting = view.findChild<QProgressDialog*>())
+                if (auto* cancel = counting->findChild<QPushButton*>())
+                    cancel->click();
+        });
+        view.cmdSavePdf->click();
+        EXPECT_FALSE(QFile::exists(path)) << across;
+        EXPECT_EQ(view.document()->thread(), QThread::currentThread());
+        EXPECT_TRUE(QDir(QFileInfo(path).absolutePath())
+                        .entryList({QFileInfo(path).fileName() + "*"}, QDir::Files | QDir::Hidden)
+                        .isEmpty());
+        view.cmdSavePdf->click();
+        RptView::setFileChooser({});
+        EXPECT_TRUE(QFile::exists(path)) << across;
         QFile::remove(path);
     }
 }

@@ -11,6 +11,7 @@
 #include <QPaintEvent>
 #include <QPainter>
 #include <QPrintDialog>
+#include <QProgressDialog>
 #include <QRegularExpression>
 #include <QScrollArea>
 #include <QScrollBar>
@@ -20,6 +21,9 @@
 #include <QtMath>
 
 #include <algorithm>
+#include <atomic>
+#include <limits>
+#include <optional>
 
 using ui::named;
 
@@ -250,25 +254,62 @@ void RptView::cmdPrint_clicked() {
     dialog.setWindowTitle(tr("Print Report"));
     if (dialog.exec() != QDialog::Accepted)
         return;
-    printApart([this](QTextDocument& d) { tw::reports::printDocument(d, printer); });
+    printApart(tr("Print Report"), [this](QTextDocument& d, const tw::reports::PageProgress& told) {
+        return tw::reports::printDocument(d, printer, told);
+    });
 }
 
-void RptView::printApart(const std::function<void(QTextDocument&)>& print) {
+bool RptView::printApart(
+    const QString& title,
+    const std::function<int(QTextDocument&, const tw::reports::PageProgress&)>& print) {
     if (!printing)
         printing = std::make_unique<RunThread>();
-    ui::BusyCursor busy;
+    std::optional<ui::BusyCursor> busy(std::in_place);
+    QProgressDialog progress(tr("Laying out the pages..."), tr("Cancel"), 0, 0, this);
+    progress.setWindowTitle(title);
+    progress.setWindowModality(Qt::ApplicationModal);
+    progress.setMinimumDuration(std::numeric_limits<int>::max()); // shown as the call finds slow
+    progress.setAutoClose(false);
+    progress.setAutoReset(false);
+    std::atomic<bool> cancelled{false};
+    // The dialog goes at once; the window waits, taking no input, for the printing to stop.
+    connect(&progress, &QProgressDialog::canceled, this, [&] {
+        cancelled = true;
+        busy.emplace();
+        printing->stopTakingInput();
+    });
+    const tw::reports::PageProgress told = [&](int page, int pages) {
+        if (pages == 0) // still laying out
+            return !cancelled;
+        QMetaObject::invokeMethod(
+            &progress,
+            [&progress, page, pages] {
+                progress.setLabelText(tr("Page %1 of %2").arg(page).arg(pages));
+                progress.setMaximum(pages);
+                progress.setValue(page);
+            },
+            Qt::QueuedConnection);
+        return !cancelled;
+    };
     QThread* home = thread();
     doc->moveToThread(&printing->thread());
+    int pages = 0;
     // The document comes back whatever befalls the printing.
-    printing->call([&] {
-        try {
-            print(*doc);
-        } catch (...) {
+    printing->call(
+        [&] {
+            try {
+                pages = print(*doc, told);
+            } catch (...) {
+                doc->moveToThread(home);
+                throw;
+            }
             doc->moveToThread(home);
-            throw;
-        }
-        doc->moveToThread(home);
-    });
+        },
+        [&] {
+            busy.reset(); // the dialog's Cancel takes clicks
+            progress.show();
+        });
+    return pages > 0;
 }
 
 void RptView::cmdSavePdf_clicked() {
@@ -282,6 +323,8 @@ void RptView::cmdSavePdf_clicked() {
         return;
     if (!path.endsWith(QLatin1String(".pdf"), Qt::CaseInsensitive))
         path += QStringLiteral(".pdf");
-    printApart([&](QTextDocument& d) { tw::reports::writePdf(d, path); });
-    lastFolder() = QFileInfo(path).absolutePath();
+    if (printApart(tr("Save as PDF"), [&](QTextDocument& d, const tw::reports::PageProgress& told) {
+            return tw::reports::writePdf(d, path, told);
+        }))
+        lastFolder() = QFileInfo(path).absolutePath();
 }

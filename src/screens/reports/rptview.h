@@ -2,6 +2,8 @@
 // The report viewer: the rendered report as it will print, page by page, with zoom, Print and
 // Save as PDF.
 
+#include "render/paged.h"
+
 #include <QLabel>
 #include <QPicture>
 #include <QPrinter>
@@ -92,8 +94,12 @@ private:
     void zoomBy(qreal factor);
     bool eventFilter(QObject* watched, QEvent* event) override;
     // Lays the report out again for `print` on a thread of its own: a long report takes about as
-    // long as it took to make, and the window goes on painting meanwhile.
-    void printApart(const std::function<void(QTextDocument&)>& print);
+    // long as it took to make, and the window goes on painting meanwhile. Past half a second a
+    // dialog titled `title` counts the pages, its Cancel stopping the printing. False when
+    // cancelled.
+    bool
+    printApart(const QString& title,
+               const std::function<int(QTextDocument&, const tw::reports::PageProgress&)>& print);
 
     bool fitting = true; // the pages follow the viewer's width until zoomed
 

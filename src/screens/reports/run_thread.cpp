@@ -5,6 +5,7 @@
 #include <QCoreApplication>
 #include <QEventLoop>
 #include <QSemaphore>
+#include <QTimer>
 
 RunThread::RunThread() : worker_(std::make_unique<QObject>()) {
     thread_.setObjectName(QStringLiteral("report run"));
@@ -37,19 +38,38 @@ void RunThread::post(std::function<void()> work, std::function<void(std::excepti
         Qt::QueuedConnection);
 }
 
-void RunThread::call(const std::function<void()>& work) {
+void RunThread::call(const std::function<void()>& work, const std::function<void()>& slow) {
     QEventLoop loop;
     std::exception_ptr failure;
     bool ended = false;
+    takesInput_ = false;
+    waiting_ = &loop;
     post(work, [&](std::exception_ptr e) {
         failure = e;
         ended = true;
         loop.quit();
     });
-    if (!ended)
-        loop.exec(QEventLoop::ExcludeUserInputEvents);
+    QTimer later;
+    later.setSingleShot(true);
+    if (slow) {
+        QObject::connect(&later, &QTimer::timeout, [&] {
+            slow();
+            takesInput_ = true;
+            loop.quit(); // and on, taking input
+        });
+        later.start(500);
+    }
+    while (!ended)
+        loop.exec(takesInput_ ? QEventLoop::AllEvents : QEventLoop::ExcludeUserInputEvents);
+    waiting_ = nullptr;
     if (failure)
         std::rethrow_exception(failure);
+}
+
+void RunThread::stopTakingInput() {
+    takesInput_ = false;
+    if (waiting_)
+        waiting_->quit(); // and on, without input
 }
 
 tw::Answer RunThread::WindowMessages::show(const tw::Message& m) {

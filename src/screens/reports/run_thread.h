@@ -5,6 +5,7 @@
 
 #include "store/messages.h"
 
+#include <QEventLoop>
 #include <QObject>
 #include <QThread>
 
@@ -25,8 +26,13 @@ public:
     // threw, if anything. Work posted runs in the order posted.
     void post(std::function<void()> work, std::function<void(std::exception_ptr)> done);
     // Runs `work` on the thread and waits for it; the window paints meanwhile but takes no
-    // input. Throws what `work` threw.
-    void call(const std::function<void()>& work);
+    // input. When the work takes more than half a second, `slow` runs (it shows a modal dialog,
+    // with a Cancel), and from then on input is taken: the dialog alone has it. Throws what
+    // `work` threw.
+    void call(const std::function<void()>& work, const std::function<void()>& slow = {});
+    // From the window's thread, while a call waits: it takes no input again until the work ends
+    // (the dialog was cancelled, and the work stops at its next look).
+    void stopTakingInput();
 
     // The thread the work runs on: an object the work uses is moved there first.
     QThread& thread() { return thread_; }
@@ -54,5 +60,7 @@ private:
     WindowMessages messages_{cancelled_};
     QThread thread_;
     std::unique_ptr<QObject> worker_; // lives on thread_
-    QObject home_;                    // lives on the window's thread: what `done` runs in
+    QEventLoop* waiting_ = nullptr;   // the loop of the call under way
+    bool takesInput_ = false;
+    QObject home_; // lives on the window's thread: what `done` runs in
 };
