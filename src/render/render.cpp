@@ -306,7 +306,9 @@ struct Aside {
     // Rows a first look shows besides a column's widest, for figures of their own that stand
     // out: the highest serial, the highest line number.
     std::vector<size_t> telling;
-    bool cut = false; // a rows section left a row out
+    bool cut = false;           // a rows section left a row out
+    std::function<bool()> goOn; // asked every so many rows written: false stops the writing
+    size_t rowsWritten = 0;
     std::string marker = "\x02rows-" + QUuid::createUuid().toString(QUuid::Id128).toStdString();
     std::vector<SectionText> texts;
 
@@ -375,6 +377,8 @@ mu::data rowsAsWritten(const Rows& rows, const mu::data& report, Aside& aside, R
                     return wanted;
                 },
                 [&](const mu::data& row) {
+                    if (aside.goOn && ++aside.rowsWritten % 256 == 0 && !aside.goOn())
+                        throw Cancelled{};
                     mu::context<std::string> lookup(&report);
                     lookup.push(&row);
                     out.append(section.render(lookup));
@@ -832,7 +836,8 @@ QString layoutFile(const QString& name) {
         QStringLiteral("The report layout %1 is missing.").arg(QDir::toNativeSeparators(here)));
 }
 
-QString renderHtml(const ReportInput& in, const ConClass& con, const FirstLook* look) {
+QString renderHtml(const ReportInput& in, const ConClass& con, const FirstLook* look,
+                   const std::function<bool()>& goOn) {
     const QString path = layoutFile(in.layout);
     const QString text = readLayout(path);
     mu::mustache tmpl(str(text));
@@ -878,6 +883,7 @@ QString renderHtml(const ReportInput& in, const ConClass& con, const FirstLook* 
 
     const Columns columns(rows, uses);
     Aside aside;
+    aside.goOn = goOn;
     switch (in.context) {
     case Context::Estimate:
         addEstimation(ctx, aside, rows, columns, feet, uses(QStringLiteral("groups")));
@@ -936,10 +942,10 @@ QString renderHtml(const ReportInput& in, const ConClass& con, const FirstLook* 
 }
 
 QString renderHtml(const ReportType& type, const ReportRun& run, const ConClass& con,
-                   const FirstLook* look) {
+                   const FirstLook* look, const std::function<bool()>& goOn) {
     return renderHtml(
         {type.formOf(run).layout, type.workingTable, parameters(type, run), &run, type.context},
-        con, look);
+        con, look, goOn);
 }
 
 } // namespace tw::reports

@@ -64,13 +64,18 @@ struct FirstLook {
     std::function<void(const QString& html)> show;
 };
 
+// Thrown by renderHtml when `goOn` said to stop.
+struct Cancelled {};
+
 // Renders the layout over its working table. Throws tw::Error naming the file for a missing
 // layout or one that is not a valid template. Given a first look, shows it first when the
 // report's rows sections would write more rows than it holds (made from the rows read for the
-// whole report, which is made next).
-QString renderHtml(const ReportInput& in, const ConClass& con, const FirstLook* look = nullptr);
+// whole report, which is made next). `goOn` is asked now and then as the rows are written (a
+// long report's take seconds); when it gives false, renderHtml throws Cancelled.
+QString renderHtml(const ReportInput& in, const ConClass& con, const FirstLook* look = nullptr,
+                   const std::function<bool()>& goOn = {});
 // The same for a report type of the catalogue and its run.
 QString renderHtml(const ReportType& type, const ReportRun& run, const ConClass& con,
-                   const FirstLook* look = nullptr);
+                   const FirstLook* look = nullptr, const std::function<bool()>& goOn = {});
 
 } // namespace tw::reports

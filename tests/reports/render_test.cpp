@@ -4,6 +4,7 @@
 #include "render/paged.h"
 #include "render/render.h"
 #include "screens/reports/frm_reports.h"
+#include "screens/reports/page_recorder.h"
 #include "support/fixtures.h"
 
 #include <QBuffer>
@@ -310,6 +311,12 @@ TEST_F(Render, AFirstLookHoldsTheFirstRowsAndTheWidestWithSumsOfAll) {
     EXPECT_EQ(renderHtml(in, db(), &look), all + sums);
     EXPECT_TRUE(looks.empty());
 
+    // A run cancelled while the rows are written stops there; the next writes them all.
+    int asked = 0;
+    EXPECT_THROW(renderHtml(in, db(), nullptr, [&] { return ++asked < 2; }), Cancelled);
+    EXPECT_EQ(asked, 2);
+    EXPECT_EQ(renderHtml(in, db(), nullptr, [] { return true; }), all + sums);
+
     // Nor is there a look of a layout that writes no rows section.
     QFile grouped(dir + "/Grouped.html");
     ASSERT_TRUE(grouped.open(QIODevice::WriteOnly));
@@ -523,6 +530,33 @@ TEST(Paging, LongTablesRunOverPagesWithTheirHeading) {
 
 // The viewer shows the pages that Save as PDF writes, however long the report (text measured at
 // another resolution wraps and stacks otherwise), upright or, for a layout that asks, across.
+// A run cancelled while its long report is laid out stops there, before any page is made, and
+// the document is laid out whole the next time.
+TEST(Paging, ALayoutStopsWhenItsRunIsCancelled) {
+    QString html = "<html><body><table width=\"100%\" border=\"0\"><thead><tr><th "
+                   "width=\"100%\">Item</th></tr></thead>";
+    for (int i = 1; i <= 700; ++i)
+        html += QString("<tr><td>Line %1<br>of the bill</td></tr>").arg(i);
+    html += "</table></body></html>";
+    const auto doc = makeDocument(html);
+    int asked = 0, pages = 0;
+    EXPECT_FALSE(recordPages(
+        *doc, false,
+        [&](QPicture) {
+            ++pages;
+            return true;
+        },
+        [&] { return ++asked < 3; }));
+    EXPECT_EQ(asked, 3);
+    EXPECT_EQ(pages, 0);
+    EXPECT_TRUE(recordPages(*doc, false, [&](QPicture) {
+        ++pages;
+        return true;
+    }));
+    EXPECT_EQ(pages, writePdf(*makeDocument(html), QDir::temp().filePath("tw-stopped.pdf")));
+    QFile::remove(QDir::temp().filePath("tw-stopped.pdf"));
+}
+
 TEST(Paging, TheViewerShowsThePagesOfTheSavedPdf) {
     for (const bool across : {false, true}) {
         QString html = QString("<html><head>%1</head><body><table width=\"100%\" border=\"0\">"

@@ -489,32 +489,43 @@ void Frm_Reports::startRun(const ReportType& t) {
                     },
                     Qt::QueuedConnection);
         };
-        const QString html = tw::reports::renderHtml(t, job->run, job->rows->con(), &look);
+        QString html;
+        try {
+            html = tw::reports::renderHtml(t, job->run, job->rows->con(), &look,
+                                           [thread] { return !thread->cancelled(); });
+        } catch (const tw::reports::Cancelled&) {
+            return;
+        }
         if (thread->cancelled())
             return;
         job->doc = tw::reports::makeDocument(html, &says);
         const bool landscape = tw::reports::isLandscape(*job->doc);
         bool first = true;
         const bool whole =
-            !thread->cancelled() && recordPages(*job->doc, landscape, [&](QPicture page) {
-                QMetaObject::invokeMethod(
-                    this,
-                    [this, &t, job, page, landscape, first = std::exchange(first, false)] {
-                        if (job != job_)
-                            return; // a page of a run let go
-                        if (first) {
-                            prgRun->setRange(0, 0); // pages until the last: how many is not known
-                            if (job->firstLook) {
-                                RptView->replacePage(0, page);
-                                return;
+            !thread->cancelled() &&
+            recordPages(
+                *job->doc, landscape,
+                [&](QPicture page) {
+                    QMetaObject::invokeMethod(
+                        this,
+                        [this, &t, job, page, landscape, first = std::exchange(first, false)] {
+                            if (job != job_)
+                                return; // a page of a run let go
+                            if (first) {
+                                prgRun->setRange(0,
+                                                 0); // pages until the last: how many is not known
+                                if (job->firstLook) {
+                                    RptView->replacePage(0, page);
+                                    return;
+                                }
+                                ReportShow(t, landscape);
                             }
-                            ReportShow(t, landscape);
-                        }
-                        RptView->addPage(page);
-                    },
-                    Qt::QueuedConnection);
-                return !thread->cancelled();
-            });
+                            RptView->addPage(page);
+                        },
+                        Qt::QueuedConnection);
+                    return !thread->cancelled();
+                },
+                [thread] { return !thread->cancelled(); });
         if (!whole) {
             job->doc.reset();
             return;

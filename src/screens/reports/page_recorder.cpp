@@ -147,12 +147,17 @@ private:
 
 } // namespace
 
-bool recordPages(QTextDocument& doc, bool landscape, const std::function<bool(QPicture)>& page) {
-    PageRecorder recorder(page);
+bool recordPages(QTextDocument& doc, bool landscape, const std::function<bool(QPicture)>& page,
+                 const std::function<bool()>& goOn) {
+    bool stopped = false;
+    // The page under way when the layout stops is ended unpainted: it is not handed on.
+    PageRecorder recorder([&](QPicture picture) { return !stopped && page(std::move(picture)); });
     tw::reports::setUpPage(recorder, landscape);
+    tw::reports::PageProgress progress;
+    if (goOn)
+        progress = [&](int, int) { return !(stopped = !goOn()); };
     try {
-        tw::reports::printDocument(doc, recorder);
-        return true;
+        return tw::reports::printDocument(doc, recorder, progress) > 0;
     } catch (const Stopped&) {
         return false;
     }
