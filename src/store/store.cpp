@@ -580,6 +580,7 @@ Rows ConClass::compactColumns(const QString& table, const QStringList& columns) 
     QSqlQuery firstRow = prepared(handle, sql + QStringLiteral(" limit 1"), {});
     firstRow.next();
     const Shape shape = describe(firstRow.record(), false, 1);
+    firstRow.finish();
     const QByteArray text = sql.toUtf8();
     sqlite3_stmt* q = nullptr;
     if (sqlite3_prepare_v2(file, text.constData(), int(text.size()), &q, nullptr) != SQLITE_OK)

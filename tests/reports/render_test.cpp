@@ -588,20 +588,27 @@ TEST(Paging, TheViewerShowsThePagesOfTheSavedPdf) {
         saved.close();
         QFile::remove(path);
 
-        // Cancelled by the Cancel of the dialog that counts the pages of a long one: nothing is
-        // written, and the report is back for the next Save.
+        // Cancelled in the dialog that counts the pages of a long one, by its Cancel or by
+        // Escape: nothing is written, and the report is back for the next Save.
         RptView::setFileChooser([&](QWidget*, const QString&) { return path; });
-        QTimer::singleShot(0, [&] {
-            if (auto* counting = view.findChild<QProgressDialog*>())
-                if (auto* cancel = counting->findChild<QPushButton*>())
+        for (const bool escape : {false, true}) {
+            QTimer::singleShot(0, [&] {
+                auto* counting = view.findChild<QProgressDialog*>();
+                if (!counting)
+                    return;
+                if (escape)
+                    QTest::keyClick(counting, Qt::Key_Escape);
+                else if (auto* cancel = counting->findChild<QPushButton*>())
                     cancel->click();
-        });
-        view.cmdSavePdf->click();
-        EXPECT_FALSE(QFile::exists(path)) << across;
-        EXPECT_EQ(view.document()->thread(), QThread::currentThread());
-        EXPECT_TRUE(QDir(QFileInfo(path).absolutePath())
-                        .entryList({QFileInfo(path).fileName() + "*"}, QDir::Files | QDir::Hidden)
-                        .isEmpty());
+            });
+            view.cmdSavePdf->click();
+            EXPECT_FALSE(QFile::exists(path)) << across << escape;
+            EXPECT_EQ(view.document()->thread(), QThread::currentThread());
+            EXPECT_TRUE(
+                QDir(QFileInfo(path).absolutePath())
+                    .entryList({QFileInfo(path).fileName() + "*"}, QDir::Files | QDir::Hidden)
+                    .isEmpty());
+        }
         view.cmdSavePdf->click();
         RptView::setFileChooser({});
         EXPECT_TRUE(QFile::exists(path)) << across;

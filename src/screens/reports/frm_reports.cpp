@@ -512,8 +512,8 @@ void Frm_Reports::startRun(const ReportType& t) {
                             if (job != job_)
                                 return; // a page of a run let go
                             if (first) {
-                                prgRun->setRange(0,
-                                                 0); // pages until the last: how many is not known
+                                // Pages until the last: how many is not known.
+                                prgRun->setRange(0, 0);
                                 if (job->firstLook) {
                                     RptView->replacePage(0, page);
                                     return;

@@ -273,11 +273,15 @@ bool RptView::printApart(
     progress.setAutoReset(false);
     std::atomic<bool> cancelled{false};
     // The dialog goes at once; the window waits, taking no input, for the printing to stop.
-    connect(&progress, &QProgressDialog::canceled, this, [&] {
-        cancelled = true;
+    // Escape rejects the dialog without its Cancel.
+    const auto cancel = [&] {
+        if (cancelled.exchange(true))
+            return;
         busy.emplace();
         printing->stopTakingInput();
-    });
+    };
+    connect(&progress, &QProgressDialog::canceled, this, cancel);
+    connect(&progress, &QDialog::rejected, this, cancel);
     const tw::reports::PageProgress told = [&](int page, int pages) {
         if (pages == 0) // still laying out
             return !cancelled;
