@@ -153,17 +153,20 @@ void putFigure(mu::data& o, const std::string& name, double v) {
     o[name + "_m"] = val(money(v));
 }
 
-// Sums of the numeric columns of some rows; a Null adds nothing.
+// Sums of the numeric columns of some rows, or of those named; a Null adds nothing.
 class Sums {
 public:
-    explicit Sums(const Columns& c) : columns_(c), sums_(c.names.size(), 0.0) {}
+    explicit Sums(const Columns& c, const QStringList& only = {})
+        : columns_(c), sums_(c.names.size(), 0.0) {
+        for (size_t i = 0; i < sums_.size(); ++i)
+            if (c.numeric[i] &&
+                (only.isEmpty() || only.contains(c.qtNames[i], Qt::CaseInsensitive)))
+                added_.push_back(i);
+    }
     void add(const Row& r) {
-        for (size_t i = 0; i < sums_.size(); ++i) {
-            if (!columns_.numeric[i])
-                continue;
+        for (const size_t i : added_)
             if (const QVariant& v = r.value(int(i)); !isNullValue(v))
                 sums_[i] += figure(v);
-        }
     }
     double operator[](const QString& column) const {
         for (size_t i = 0; i < sums_.size(); ++i)
@@ -182,6 +185,7 @@ public:
 private:
     const Columns& columns_;
     std::vector<double> sums_;
+    std::vector<size_t> added_;
 };
 
 // Every column of a row by its name, numeric ones also formatted.
@@ -393,42 +397,49 @@ mu::data rowsAsWritten(const Rows& rows, const mu::data& report, Aside& aside, R
     }));
 }
 
-// The rows in runs of one group number, as the fill numbered them: each item's first and
-// past-the-last row, its serial and the sums of its rows.
-void forEachItem(const Rows& rows, const Columns& c,
-                 const std::function<void(size_t, size_t, int, const Sums&)>& item) {
+// An item of an estimate: a run of rows of one group number, as the fill numbered them.
+struct Item {
+    size_t begin = 0, end = 0; // its first and past-the-last row
     int serial = 0;
+    double netQty = 0; // its additions less its deductions
+};
+
+const QStringList netColumns = {QStringLiteral("ndamt"), QStringLiteral("Damt")};
+
+double netQuantity(const Sums& sums) {
+    return sums[netColumns[0]] - sums[netColumns[1]];
+}
+
+// The items in order, each with its net quantity: found once for the report, as a look at a bill
+// of a million lines and its whole both walk them.
+std::vector<Item> itemsOf(const Rows& rows, const Columns& c) {
+    std::vector<Item> items;
     const int keyColumn = rows.empty() ? -1 : rows.front().indexOf(QStringLiteral("tw_recordkey"));
     for (size_t begin = 0; begin < rows.size();) {
         const QVariant& key = rows[begin].value(keyColumn);
         size_t end = begin;
+        Sums net(c, netColumns);
         while (end < rows.size() && rows[end].value(keyColumn) == key)
-            ++end;
-        Sums sums(c);
-        for (size_t i = begin; i < end; ++i)
-            sums.add(rows[i]);
-        item(begin, end, ++serial, sums);
+            net.add(rows[end++]);
+        items.push_back({begin, end, int(items.size()) + 1, netQuantity(net)});
         begin = end;
     }
-}
-
-double netQuantity(const Sums& sums) {
-    return sums[QStringLiteral("ndamt")] - sums[QStringLiteral("Damt")];
+    return items;
 }
 
 // Every line of an item, as `rows` and a group's `rows` show it.
-void estimationLines(const Rows& rows, const Columns& c, bool feet, size_t begin, size_t end,
-                     int serial, const Sums& sums, const RowSink& sink) {
-    for (size_t i = begin; i < end; ++i) {
+void estimationLines(const Rows& rows, const Columns& c, bool feet, const Item& item,
+                     const RowSink& sink) {
+    for (size_t i = item.begin; i < item.end; ++i) {
         if (!sink.wants(i))
             continue;
         mu::data line = rowObject(rows[i], c);
-        addEstimationLine(line, rows[i], feet, int(i - begin + 1));
-        line["serial"] = mu::data(std::to_string(serial));
-        line["is_first"] = mu::data(i == begin);
-        line["is_last"] = mu::data(i + 1 == end);
-        if (i + 1 == end)
-            putFigure(line, "net_qty", netQuantity(sums));
+        addEstimationLine(line, rows[i], feet, int(i - item.begin + 1));
+        line["serial"] = mu::data(std::to_string(item.serial));
+        line["is_first"] = mu::data(i == item.begin);
+        line["is_last"] = mu::data(i + 1 == item.end);
+        if (i + 1 == item.end)
+            putFigure(line, "net_qty", item.netQty);
         sink.put(line);
     }
 }
@@ -441,52 +452,52 @@ void estimationLines(const Rows& rows, const Columns& c, bool feet, size_t begin
 // net quantity.
 void addEstimation(mu::data& ctx, Aside& aside, const Rows& rows, const Columns& c, bool feet,
                    bool wantGroups) {
+    auto items = std::make_shared<const std::vector<Item>>(itemsOf(rows, c));
     mu::data groups{mu::data::type::list};
     double amount = 0, electrical = 0, plumbing = 0;
-    int count = 0;
-    size_t longest = 0, lastItem = 0, longestEnd = 0;
-    forEachItem(rows, c, [&](size_t begin, size_t end, int serial, const Sums& sums) {
-        const Row& last = rows[end - 1];
-        lastItem = begin;
-        if (end - begin > longest) {
-            longest = end - begin;
-            longestEnd = end - 1;
+    size_t longest = 0, longestEnd = 0;
+    for (const Item& item : *items) {
+        const Row& last = rows[item.end - 1];
+        if (item.end - item.begin > longest) {
+            longest = item.end - item.begin;
+            longestEnd = item.end - 1;
         }
         if (wantGroups) {
             mu::data lines{mu::data::type::list};
-            estimationLines(rows, c, feet, begin, end, serial, sums,
+            estimationLines(rows, c, feet, item,
                             {[](size_t) { return true; },
                              [&](const mu::data& line) { lines.push_back(line); }});
-            mu::data group = rowObject(rows[begin], c);
-            group["serial"] = mu::data(std::to_string(serial));
+            Sums sums(c);
+            for (size_t i = item.begin; i < item.end; ++i)
+                sums.add(rows[i]);
+            mu::data group = rowObject(rows[item.begin], c);
+            group["serial"] = mu::data(std::to_string(item.serial));
             group["rows"] = std::move(lines);
             group["last"] = rowObject(last, c);
             group["total"] = sums.object();
-            putFigure(group, "net_qty", netQuantity(sums));
+            putFigure(group, "net_qty", item.netQty);
             groups.push_back(group);
         }
         amount += figure(last.value(QStringLiteral("net_amt")));
         electrical += figure(last.value(QStringLiteral("ewp_amt")));
         plumbing += figure(last.value(QStringLiteral("wws_amt")));
-        count = serial;
-    });
-    if (!rows.empty())
-        aside.telling = {lastItem, longestEnd}; // the highest serial, the highest line number
-    ctx["rows"] = rowsAsWritten(rows, ctx, aside, [&rows, &c, feet](const RowSink& sink) {
-        forEachItem(rows, c, [&](size_t begin, size_t end, int serial, const Sums& sums) {
-            estimationLines(rows, c, feet, begin, end, serial, sums, sink);
-        });
+    }
+    if (!items->empty()) // the highest serial, the highest line number
+        aside.telling = {items->back().begin, longestEnd};
+    ctx["rows"] = rowsAsWritten(rows, ctx, aside, [&rows, &c, feet, items](const RowSink& sink) {
+        for (const Item& item : *items)
+            estimationLines(rows, c, feet, item, sink);
     });
     ctx["groups"] = std::move(groups);
-    ctx["item_count"] = mu::data(std::to_string(count));
+    ctx["item_count"] = mu::data(std::to_string(items->size()));
     // The items' own figures, from the last row of each group: the bottom lines of an abstract
     // estimate and a final bill.
-    mu::data items;
-    putMoney(items, "amount", amount);
-    putMoney(items, "electrical", electrical);
-    putMoney(items, "plumbing", plumbing);
-    putMoney(items, "grand", amount + electrical + plumbing);
-    ctx["items"] = std::move(items);
+    mu::data itemFigures;
+    putMoney(itemFigures, "amount", amount);
+    putMoney(itemFigures, "electrical", electrical);
+    putMoney(itemFigures, "plumbing", plumbing);
+    putMoney(itemFigures, "grand", amount + electrical + plumbing);
+    ctx["items"] = std::move(itemFigures);
 }
 
 // ---- the steel schedule ---------------------------------------------------------------------

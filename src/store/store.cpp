@@ -504,8 +504,8 @@ Rows ConClass::keyedColumns(const QString& table, const QStringList& columns,
 
 namespace {
 // The value of column `i` of the statement's row as Qt's own reader gives it. `above` is the
-// value above it in its column, and `aboveText` that value's text as stored.
-QVariant fileValue(sqlite3_stmt* q, int i, const QVariant& above, QByteArray& aboveText) {
+// last text read in its column, and `aboveText` that text as stored.
+QVariant fileValue(sqlite3_stmt* q, int i, QString& above, QByteArray& aboveText) {
     // The value itself, read without the connection's lock that each column call takes: the
     // statement is stepped on this thread alone and stands on the row while it is read.
     sqlite3_value* v = sqlite3_column_value(q, i);
@@ -520,14 +520,15 @@ QVariant fileValue(sqlite3_stmt* q, int i, const QVariant& above, QByteArray& ab
         return QVariant(
             QByteArray(static_cast<const char*>(sqlite3_value_blob(v)), sqlite3_value_bytes(v)));
     default: {
-        // A text equal to the one above is that one again, found without a new one made.
+        // A text equal to the last one is that one again, found without a new one made.
         const auto* stored = reinterpret_cast<const char*>(sqlite3_value_text(v));
         const QByteArrayView bytes(stored, sqlite3_value_bytes(v));
-        if (above.typeId() == QMetaType::QString && !above.isNull() && bytes == aboveText)
-            return above;
+        if (!above.isNull() && bytes == aboveText)
+            return QVariant(above);
         aboveText = bytes.toByteArray();
         const auto* text = static_cast<const QChar*>(sqlite3_value_text16(v));
-        return QVariant(QString(text, sqlite3_value_bytes16(v) / qsizetype(sizeof(QChar))));
+        above = QString(text, sqlite3_value_bytes16(v) / qsizetype(sizeof(QChar)));
+        return QVariant(above);
     }
     }
 }
@@ -561,12 +562,16 @@ Rows ConClass::compactColumns(const QString& table, const QStringList& columns) 
                 QVariantList values;
                 values.reserve(r.count());
                 for (int i = 0; i < r.count(); ++i) {
-                    const QVariant v = r.value(i);
-                    if (v.typeId() != QMetaType::QString ||
-                        above[i].typeId() != QMetaType::QString ||
-                        v.toString() != above[i].toString())
+                    // A text equal to the last one is that one again; a Null is no text.
+                    const QVariant& v = r.value(i);
+                    const bool text = v.typeId() == QMetaType::QString && !v.isNull();
+                    if (text && !above[i].isNull() && v.toString() == above[i].toString()) {
+                        values.append(above[i]);
+                        continue;
+                    }
+                    if (text)
                         above[i] = v;
-                    values.append(above[i]);
+                    values.append(v);
                 }
                 out.emplace_back(shape, std::move(values), r.id());
             }
@@ -587,14 +592,14 @@ Rows ConClass::compactColumns(const QString& table, const QStringList& columns) 
         throw Error(QString::fromUtf8(sqlite3_errmsg(file)));
     const std::unique_ptr<sqlite3_stmt, int (*)(sqlite3_stmt*)> statement(q, sqlite3_finalize);
     const int count = sqlite3_column_count(q);
-    QVariantList above(count - 1);
+    std::vector<QString> above(size_t(count - 1));
     std::vector<QByteArray> aboveTexts(size_t(count - 1));
     int step = SQLITE_ROW;
     while ((step = sqlite3_step(q)) == SQLITE_ROW) {
         QVariantList values;
         values.reserve(count - 1);
         for (int i = 1; i < count; ++i)
-            values.append(above[i - 1] = fileValue(q, i, above[i - 1], aboveTexts[size_t(i - 1)]));
+            values.append(fileValue(q, i, above[size_t(i - 1)], aboveTexts[size_t(i - 1)]));
         out.emplace_back(shape.columns, std::move(values), sqlite3_column_int64(q, 0));
     }
     if (step != SQLITE_DONE)
