@@ -2,6 +2,7 @@
 
 #include "store/history.h"
 #include "store/schema.h"
+#include "store/serverrows.h"
 #include "store/store.h"
 
 #include <QDir>
@@ -112,11 +113,7 @@ bool isServer(const QSqlDatabase& db) {
 bool atomically(const QSqlDatabase& db, const std::function<bool()>& step) {
     if (!isServer(db))
         return step();
-    const QVariant handle = db.driver()->handle();
-    // Qt hands the driver's connection over as a pg_conn*, libpq's own name for a PGconn.
-    auto* conn = handle.isValid() && qstrcmp(handle.typeName(), "pg_conn*") == 0
-                     ? *static_cast<PGconn* const*>(handle.constData())
-                     : nullptr;
+    PGconn* conn = connectionOf(db);
     if (!conn || PQtransactionStatus(conn) != PQTRANS_INTRANS)
         return step();
     QSqlQuery mark(db);

@@ -4,6 +4,7 @@
 #include "store/history.h"
 #include "store/schema.h"
 #include "store/server.h"
+#include "store/serverrows.h"
 #include "store/sqlitefile.h"
 
 #include <QCoreApplication>
@@ -539,26 +540,29 @@ Rows ConClass::compactColumns(const QString& table, const QStringList& columns) 
     const QString id = identityOf(handle, table);
     Rows out;
     sqlite3* file = server::isServer(handle) ? nullptr : sqlite::handleOf(handle);
+    const QString sql = QStringLiteral("select %1, %2 from %3 order by %1")
+                            .arg(id, columns.join(QStringLiteral(", ")), quoted(table));
+    // The columns as Qt describes them: their names and declared types, or for a column of no
+    // declared type the type of its first value.
+    QSqlQuery firstRow = prepared(handle, sql + QStringLiteral(" limit 1"), {});
+    firstRow.next();
+    const Shape shape = describe(firstRow.record(), !file, 1);
+    firstRow.finish();
     if (!file) {
+        if (auto rows = server::copiedRows(handle, sql, shape.columns))
+            return std::move(*rows);
         // A slice of identities at a time: the server's driver holds every row of a statement.
         const std::optional<Row> span =
             first(QStringLiteral("select min(%1), max(%1) from %2").arg(id, quoted(table)));
         if (!span || span->isNull(0))
             return out;
         constexpr qint64 slice = 4096;
-        std::shared_ptr<const QSqlRecord> shape;
-        QVariantList above;
+        QVariantList above(shape.columns->count());
         for (qint64 from = span->value(0).toLongLong(), last = span->value(1).toLongLong();
              from <= last; from += slice) {
             for (const Row& r :
                  keyedColumns(table, columns, QStringLiteral("%1 >= ? and %1 < ?").arg(id),
                               {from, from + slice})) {
-                if (!shape) {
-                    QSqlRecord names = r.record();
-                    names.clearValues();
-                    shape = std::make_shared<const QSqlRecord>(names);
-                    above.resize(r.count());
-                }
                 QVariantList values;
                 values.reserve(r.count());
                 for (int i = 0; i < r.count(); ++i) {
@@ -573,19 +577,11 @@ Rows ConClass::compactColumns(const QString& table, const QStringList& columns) 
                         above[i] = v;
                     values.append(v);
                 }
-                out.emplace_back(shape, std::move(values), r.id());
+                out.emplace_back(shape.columns, std::move(values), r.id());
             }
         }
         return out;
     }
-    const QString sql = QStringLiteral("select %1, %2 from %3 order by %1")
-                            .arg(id, columns.join(QStringLiteral(", ")), quoted(table));
-    // The columns as Qt describes them: their names and declared types, or for a column of no
-    // declared type the type of its first value.
-    QSqlQuery firstRow = prepared(handle, sql + QStringLiteral(" limit 1"), {});
-    firstRow.next();
-    const Shape shape = describe(firstRow.record(), false, 1);
-    firstRow.finish();
     const QByteArray text = sql.toUtf8();
     sqlite3_stmt* q = nullptr;
     if (sqlite3_prepare_v2(file, text.constData(), int(text.size()), &q, nullptr) != SQLITE_OK)
