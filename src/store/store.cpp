@@ -1,5 +1,6 @@
 #include "store/store.h"
 
+#include "store/filerows.h"
 #include "store/files.h"
 #include "store/history.h"
 #include "store/schema.h"
@@ -503,38 +504,6 @@ Rows ConClass::keyedColumns(const QString& table, const QStringList& columns,
     return keyedRows(db(), table, columns.join(QStringLiteral(", ")), condition, params, 0);
 }
 
-namespace {
-// The value of column `i` of the statement's row as Qt's own reader gives it. `above` is the
-// last text read in its column, and `aboveText` that text as stored.
-QVariant fileValue(sqlite3_stmt* q, int i, QString& above, QByteArray& aboveText) {
-    // The value itself, read without the connection's lock that each column call takes: the
-    // statement is stepped on this thread alone and stands on the row while it is read.
-    sqlite3_value* v = sqlite3_column_value(q, i);
-    switch (sqlite3_value_type(v)) {
-    case SQLITE_INTEGER:
-        return QVariant(qlonglong(sqlite3_value_int64(v)));
-    case SQLITE_FLOAT:
-        return QVariant(sqlite3_value_double(v));
-    case SQLITE_NULL:
-        return QVariant(QMetaType::fromType<QString>());
-    case SQLITE_BLOB:
-        return QVariant(
-            QByteArray(static_cast<const char*>(sqlite3_value_blob(v)), sqlite3_value_bytes(v)));
-    default: {
-        // A text equal to the last one is that one again, found without a new one made.
-        const auto* stored = reinterpret_cast<const char*>(sqlite3_value_text(v));
-        const QByteArrayView bytes(stored, sqlite3_value_bytes(v));
-        if (!above.isNull() && bytes == aboveText)
-            return QVariant(above);
-        aboveText = bytes.toByteArray();
-        const auto* text = static_cast<const QChar*>(sqlite3_value_text16(v));
-        above = QString(text, sqlite3_value_bytes16(v) / qsizetype(sizeof(QChar)));
-        return QVariant(above);
-    }
-    }
-}
-} // namespace
-
 Rows ConClass::compactColumns(const QString& table, const QStringList& columns) const {
     const QSqlDatabase handle = db();
     const QString id = identityOf(handle, table);
@@ -582,25 +551,7 @@ Rows ConClass::compactColumns(const QString& table, const QStringList& columns) 
         }
         return out;
     }
-    const QByteArray text = sql.toUtf8();
-    sqlite3_stmt* q = nullptr;
-    if (sqlite3_prepare_v2(file, text.constData(), int(text.size()), &q, nullptr) != SQLITE_OK)
-        throw Error(QString::fromUtf8(sqlite3_errmsg(file)));
-    const std::unique_ptr<sqlite3_stmt, int (*)(sqlite3_stmt*)> statement(q, sqlite3_finalize);
-    const int count = sqlite3_column_count(q);
-    std::vector<QString> above(size_t(count - 1));
-    std::vector<QByteArray> aboveTexts(size_t(count - 1));
-    int step = SQLITE_ROW;
-    while ((step = sqlite3_step(q)) == SQLITE_ROW) {
-        QVariantList values;
-        values.reserve(count - 1);
-        for (int i = 1; i < count; ++i)
-            values.append(fileValue(q, i, above[size_t(i - 1)], aboveTexts[size_t(i - 1)]));
-        out.emplace_back(shape.columns, std::move(values), sqlite3_column_int64(q, 0));
-    }
-    if (step != SQLITE_DONE)
-        throw Error(QString::fromUtf8(sqlite3_errmsg(file)));
-    return out;
+    return sqlite::readRows(file, sql, shape.columns);
 }
 
 QStringList ConClass::texts(const QString& table, const QString& column, const QString& condition,

@@ -422,6 +422,34 @@ TEST_F(StoreTest, KeyedRowsCarryTheirIdentityApartFromTheTablesPositions) {
     EXPECT_EQ(only[0].number(0), 0.0); // "z" is not "Z" when compared exactly
 }
 
+namespace {
+// Rows read compact are the rows as any read gives them, value for value and type for type,
+// identities and all.
+void expectSameRows(const tw::Rows& compact, const tw::Rows& plain) {
+    ASSERT_EQ(compact.size(), plain.size());
+    for (size_t r = 0; r < plain.size(); ++r) {
+        EXPECT_EQ(compact[r].id(), plain[r].id()) << r;
+        ASSERT_EQ(compact[r].count(), plain[r].count()) << r;
+        for (int c = 0; c < plain[r].count(); ++c) {
+            const QVariant &a = compact[r].value(c), &b = plain[r].value(c);
+            EXPECT_EQ(a.typeId(), b.typeId()) << r << " " << c;
+            EXPECT_EQ(a.isNull(), b.isNull()) << r << " " << c;
+            EXPECT_EQ(a.toString().isNull(), b.toString().isNull()) << r << " " << c;
+            EXPECT_EQ(a, b) << r << " " << c << " " << a.toString().toStdString();
+            EXPECT_EQ(compact[r].columnName(c), plain[r].columnName(c));
+        }
+        for (int c = 0; c < plain[r].count(); ++c)
+            EXPECT_EQ(compact[r].record().field(c).metaType(),
+                      plain[r].record().field(c).metaType());
+    }
+}
+
+// Where a row's text in `column` is held: rows holding one text hold it in one place.
+const QChar* textAt(const tw::Rows& rows, size_t r, int column) {
+    return rows[r].value(column).toString().constData();
+}
+} // namespace
+
 // The rows of a long report read compact are the rows as any read gives them, value for value
 // and type for type, identities and all; a text repeated down its column is held once.
 TEST_F(StoreTest, RowsReadCompactAreTheRowsAsReadAnyOtherWay) {
@@ -456,33 +484,38 @@ TEST_F(StoreTest, RowsReadCompactAreTheRowsAsReadAnyOtherWay) {
             db().insert(QStringLiteral("Scratch"), values);
         }
         db().exec(QStringLiteral("delete from Scratch where n = 4")); // identities with a gap
-        const tw::Rows plain = db().keyedColumns(QStringLiteral("Scratch"), columns, {}, {});
         const tw::Rows compact = db().compactColumns(QStringLiteral("Scratch"), columns);
-        ASSERT_EQ(compact.size(), plain.size());
         ASSERT_EQ(compact.size(), written.size() - 1);
-        for (size_t r = 0; r < plain.size(); ++r) {
-            EXPECT_EQ(compact[r].id(), plain[r].id()) << r;
-            ASSERT_EQ(compact[r].count(), plain[r].count()) << r;
-            for (int c = 0; c < plain[r].count(); ++c) {
-                const QVariant &a = compact[r].value(c), &b = plain[r].value(c);
-                EXPECT_EQ(a.typeId(), b.typeId()) << r << " " << c;
-                EXPECT_EQ(a.isNull(), b.isNull()) << r << " " << c;
-                EXPECT_EQ(a.toString().isNull(), b.toString().isNull()) << r << " " << c;
-                EXPECT_EQ(a, b) << r << " " << c << " " << a.toString().toStdString();
-                EXPECT_EQ(compact[r].columnName(c), plain[r].columnName(c));
-            }
-            for (int c = 0; c < plain[r].count(); ++c)
-                EXPECT_EQ(compact[r].record().field(c).metaType(),
-                          plain[r].record().field(c).metaType());
-        }
+        expectSameRows(compact, db().keyedColumns(QStringLiteral("Scratch"), columns, {}, {}));
         // "Brick work" three times, one text; "brick work" is another.
-        const auto text = [&](size_t r) { return compact[r].value(2).toString().constData(); };
-        EXPECT_EQ(text(0), text(1));
-        EXPECT_EQ(text(0), text(2));
-        EXPECT_NE(text(4), text(0));
+        EXPECT_EQ(textAt(compact, 0, 2), textAt(compact, 1, 2));
+        EXPECT_EQ(textAt(compact, 0, 2), textAt(compact, 2, 2));
+        EXPECT_NE(textAt(compact, 4, 2), textAt(compact, 0, 2));
         EXPECT_EQ(compact[4].value(2).toString(), "brick work");
         db().exec(QStringLiteral("drop table Scratch"));
     }
+}
+
+// A long run of rows comes in parts: a text repeated across the seam between two is still held
+// once, and every value is where it belongs.
+TEST_F(StoreTest, ALongRunOfRowsReadCompactIsTheRunAsReadAnyOtherWay) {
+    db().exec(db().onServer()
+                  ? QStringLiteral("create table Scratch (n bigint, x double precision, t citext, "
+                                   "e text)")
+                  : QStringLiteral("create table Scratch (n integer, x real, t text, e text)"));
+    // Runs of 100 rows of one text: the run of "Item 20" crosses row 2,048.
+    db().exec(QStringLiteral(
+        "insert into Scratch (n, x, t, e) with recursive c(i) as (select 0 union all select i + "
+        "1 from c where i < 4999) select i, case when i % 7 = 0 then null else i * 0.5 end, "
+        "'Item ' || (i / 100), case i % 3 when 0 then null when 1 then '' else 'x' end from c"));
+    const QStringList columns{"n", "x", "t", "e"};
+    const tw::Rows compact = db().compactColumns(QStringLiteral("Scratch"), columns);
+    ASSERT_EQ(compact.size(), 5000u);
+    expectSameRows(compact, db().keyedColumns(QStringLiteral("Scratch"), columns, {}, {}));
+    EXPECT_EQ(textAt(compact, 2000, 2), textAt(compact, 2099, 2));
+    EXPECT_EQ(textAt(compact, 2047, 2), textAt(compact, 2048, 2));
+    EXPECT_NE(textAt(compact, 2099, 2), textAt(compact, 2100, 2));
+    EXPECT_EQ(compact[4999].value(2).toString(), "Item 49");
 }
 
 TEST_F(StoreTest, TransactionsNestAndAnActionsWritesStandOrFallTogether) {
