@@ -7,6 +7,7 @@
 #include "store/history.h"
 #include "store/rowwriter.h"
 #include "store/schema.h"
+#include "store/sqlitefile.h"
 #include "store/store.h"
 #include "support/core_fixtures.h"
 
@@ -516,6 +517,34 @@ TEST_F(StoreTest, ALongRunOfRowsReadCompactIsTheRunAsReadAnyOtherWay) {
     EXPECT_EQ(textAt(compact, 2047, 2), textAt(compact, 2048, 2));
     EXPECT_NE(textAt(compact, 2099, 2), textAt(compact, 2100, 2));
     EXPECT_EQ(compact[4999].value(2).toString(), "Item 49");
+}
+
+// A failure met while a long run is read (here SQLite's interrupt) is the store's failure,
+// thrown where the rows were asked for, and the next read of the same rows gets them all.
+TEST_F(StoreTest, AFailureWhileALongRunIsReadIsThrownWhereItWasAskedFor) {
+    if (db().onServer())
+        GTEST_SKIP() << "the file's own reading";
+    db().exec(QStringLiteral("create table Scratch (n integer, t text)"));
+    db().exec(QStringLiteral(
+        "insert into Scratch (n, t) with recursive c(i) as (select 0 union all select i + 1 from "
+        "c where i < 9999) select i, 'Item ' || (i / 100) from c"));
+    sqlite3* file = tw::sqlite::handleOf(db().db());
+    ASSERT_NE(file, nullptr);
+    // Some 5,000 rows into the reading (SQLite looks every 100 steps of its program, some five to
+    // a row), when runs of rows were handed over already.
+    int looks = 0;
+    sqlite3_progress_handler(
+        file, 100, [](void* n) { return ++*static_cast<int*>(n) > 250 ? 1 : 0; }, &looks);
+    const QStringList columns{"n", "t"};
+    try {
+        db().compactColumns(QStringLiteral("Scratch"), columns);
+        ADD_FAILURE() << "an interrupted read gave rows";
+    } catch (const tw::Error& e) {
+        EXPECT_TRUE(e.text().contains(QStringLiteral("interrupt"))) << e.text().toStdString();
+    }
+    EXPECT_EQ(looks, 251);
+    sqlite3_progress_handler(file, 0, nullptr, nullptr);
+    EXPECT_EQ(db().compactColumns(QStringLiteral("Scratch"), columns).size(), 10000u);
 }
 
 TEST_F(StoreTest, TransactionsNestAndAnActionsWritesStandOrFallTogether) {
