@@ -1,5 +1,7 @@
 #include "store/filerows.h"
 
+#include "store/lasttexts.h"
+
 #include <condition_variable>
 #include <deque>
 #include <exception>
@@ -82,8 +84,7 @@ private:
 // Steps the statement to its end, a batch at a time.
 void read(sqlite3* file, sqlite3_stmt* q, Queue& queue) {
     const auto count = static_cast<size_t>(sqlite3_column_count(q) - 1);
-    std::vector<QByteArray> lastText(count);
-    std::vector<bool> hasText(count, false);
+    LastTexts texts(count);
     Batch batch;
     int step = SQLITE_ROW;
     while ((step = sqlite3_step(q)) == SQLITE_ROW) {
@@ -114,12 +115,10 @@ void read(sqlite3* file, sqlite3_stmt* q, Queue& queue) {
             default: {
                 const auto* stored = reinterpret_cast<const char*>(sqlite3_value_text(v));
                 const QByteArrayView bytes(stored, sqlite3_value_bytes(v));
-                if (hasText[i] && bytes == lastText[i]) {
+                if (texts.repeats(i, bytes)) {
                     cell.kind = Cell::SameText;
                     break;
                 }
-                hasText[i] = true;
-                lastText[i] = bytes.toByteArray();
                 cell.kind = Cell::Text;
                 cell.made = qsizetype(batch.texts.size());
                 // As Qt's reader makes it: SQLite's own UTF-16 of the text.
