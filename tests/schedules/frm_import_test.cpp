@@ -7,6 +7,8 @@
 #include <QApplication>
 #include <QFile>
 #include <QProgressDialog>
+#include <QPushButton>
+#include <QTest>
 #include <QTimer>
 
 using twtest::messages;
@@ -112,7 +114,37 @@ TEST_F(FrmImport, TheDesktopGoesOnWhileAWorkbookIsRead) {
     EXPECT_TRUE(progressShown);
     EXPECT_EQ(
         messages().texts(),
-        std::vector<QString>{"0 Schedules Added Successfully.\n0 schedule items need checking"});
+        std::vector<QString>{"1 Schedules Added Successfully.\n0 schedule items need checking"});
+}
+
+// The progress box's Cancel, pressed while the workbook is read, stops the reading: nothing is
+// added and nothing is said, and the screen is ready for another file.
+TEST_F(FrmImport, CancelWhileAWorkbookIsReadLeavesTheScheduleAsItWas) {
+    open();
+    twtest::pick(screen->CmbCntrctNm, QStringLiteral("12/A"));
+    screen->Txt_FileName->setText(Workbooks + "/slow.xlsx");
+    bool pressed = false;
+    QTimer timer;
+    QObject::connect(&timer, &QTimer::timeout, [&] {
+        auto* p = screen->findChild<QProgressDialog*>();
+        if (!p || !p->isVisible() || pressed)
+            return;
+        for (auto* b : p->findChildren<QPushButton*>())
+            if (b->text() == QLatin1String("Cancel")) {
+                QTest::mouseClick(b, Qt::LeftButton);
+                pressed = true;
+            }
+    });
+    timer.start(20);
+    messages().clear();
+    click("CmdImport");
+    timer.stop();
+    EXPECT_TRUE(pressed);
+    EXPECT_TRUE(messages().shown.empty());
+    EXPECT_TRUE(db().keyed(table).empty());
+    const auto* p = screen->findChild<QProgressDialog*>();
+    EXPECT_TRUE(!p || !p->isVisible());
+    EXPECT_TRUE(screen->CmdImport->isEnabled());
 }
 
 TEST_F(FrmImport, ExportWritesTheWorkbookBesideTheProgram) {

@@ -313,6 +313,30 @@ TEST_F(WorkbookImport, TheReaderEndsWithTheProgramThatStartedIt) {
     ::kill(reader, SIGKILL); // whatever the outcome, nothing is left running
 }
 
+// A reading stopped while it goes on writes nothing and leaves no reader behind, not even an
+// ended one waiting to be reaped; the same workbook read to its end adds its row.
+TEST_F(WorkbookImport, AStoppedReadingWritesNothingAndLeavesNoReader) {
+    const Project p = project(QStringLiteral("P9"));
+    const QString slow = Workbooks + QStringLiteral("/slow.xlsx");
+    const auto children = [] {
+        QList<pid_t> found;
+        for (const QString& name : QDir(QStringLiteral("/proc")).entryList(QDir::Dirs))
+            if (const pid_t pid = name.toInt(); pid > 0 && processState(pid).second == ::getpid())
+                found << pid;
+        return found;
+    };
+    int asked = 0;
+    EXPECT_THROW(importSchedules(db(), p, slow, [&] { return ++asked < 3; }), ReadingCancelled);
+    EXPECT_EQ(asked, 3);
+    EXPECT_TRUE(children().isEmpty());
+    EXPECT_TRUE(table(p).isEmpty());
+
+    ImportCounts counts;
+    EXPECT_EQ(failure(p, slow, &counts), std::nullopt);
+    EXPECT_EQ(counts.added, 1);
+    EXPECT_EQ(table(p), QStringList{"9|Slow work|Cum|15|0|Excavation"});
+}
+
 // Damaged and foreign files, and every input the fuzzer found hard, end in one of the messages.
 TEST_F(WorkbookImport, BadFilesEndInAMessageNeverACrash) {
     const Project p = project(QStringLiteral("P3"));

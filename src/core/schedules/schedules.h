@@ -68,8 +68,9 @@ struct ImportCounts {
 // named, the file there.
 std::optional<Refusal> checkImport(bool projectPicked, const QString& file);
 // Reads Sheet1 of the workbook into the project's table; `whileReading` runs while the workbook
-// is read (readSheet1), before anything is written. Rows added before a failure stay; the
-// failure is thrown as ImportError.
+// is read (readSheet1), before anything is written, and may stop it (ReadingCancelled is
+// thrown, the books are as they were). Rows added before a failure stay; the failure is thrown as
+// ImportError.
 ImportCounts importSchedules(const ConClass& con, const Project& project, const QString& path,
                              const Waiting& whileReading = {});
 // "New Schedules Added" with both counts.

@@ -480,8 +480,15 @@ Sheet readApart(const QString& path, const QByteArray& bytes, const Waiting& whi
         if (ready < 0 && errno == EINTR)
             continue;
         if (ready == 0 && whileReading && left.count() > WaitingStepMs) {
-            whileReading();
-            continue;
+            if (whileReading())
+                continue;
+            // Stopped: the reader goes at once, and is waited for, so that nothing of it
+            // outlives the import it served.
+            ::close(fds[0]);
+            ::kill(child, SIGKILL);
+            while (::waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
+            }
+            throw ReadingCancelled{};
         }
         if (ready <= 0) {
             timedOut = true;

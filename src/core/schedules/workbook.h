@@ -55,15 +55,20 @@ struct Sheet {
     void put(int row, int col, Cell value);
 };
 
-// Called again and again, about every twentieth of a second, while a workbook is being read.
-using Waiting = std::function<void()>;
+// Called again and again, about every twentieth of a second, while a workbook is being read;
+// false when the reading is no longer wanted (the user cancelled it).
+using Waiting = std::function<bool()>;
+
+// Thrown by readSheet1 when `whileReading` gave false: the reading was stopped, nothing of the
+// workbook was kept.
+struct ReadingCancelled {};
 
 // Reads Sheet1. The kind of workbook is told by the file's content, not its name, so a renamed
 // file is still read or refused for what it is. Throws ImportError (BadFormat) when the file is
 // no workbook this reader knows, is damaged or protected, or has no sheet named Sheet1 that can
 // be read: an import never reports success on a sheet it did not find. The reading is done by
 // a child process that ends with the program; `whileReading`, when given, runs meanwhile (a
-// desktop draws and shows progress there).
+// desktop draws and shows progress there) and may stop it.
 Sheet readSheet1(const QString& path, const Waiting& whileReading = {});
 
 // Gives the next row to write in `row` and true, or false when there are no more.

@@ -108,22 +108,23 @@ void Frm_Import::CmdImport_clicked() {
     if (const auto refused = checkImport(!CmbCntrctNm->currentText().isEmpty() && project_, file))
         return ui::refuse(this, *refused);
     // The workbook is read apart while the desktop goes on drawing; after a moment a progress
-    // box says what is being read and keeps the user's hands off the screens. What was read is
-    // written on this screen's connection once the reading is done.
-    QProgressDialog progress(tr("Reading %1 ...").arg(QFileInfo(file).fileName()), QString(), 0, 0,
-                             this);
+    // box says what is being read and keeps the user's hands off the screens, but for its Cancel,
+    // which stops the reading before anything is written. What was read is written on this
+    // screen's connection once the reading is done.
+    QProgressDialog progress(tr("Reading %1 ...").arg(QFileInfo(file).fileName()), tr("Cancel"), 0,
+                             0, this);
     progress.setWindowTitle(windowTitle());
     progress.setMinimumWidth(progress.fontMetrics().averageCharWidth() * 40);
     progress.setWindowModality(Qt::ApplicationModal);
-    progress.setCancelButton(nullptr);
     progress.reset(); // it shows when the reading takes long, not by a timer of its own
     QElapsedTimer reading;
     reading.start();
     const auto whileReading = [&] {
-        if (!progress.isVisible() && reading.elapsed() >= QuietReadingMs)
+        if (!progress.isVisible() && !progress.wasCanceled() && reading.elapsed() >= QuietReadingMs)
             progress.show();
         QCoreApplication::processEvents(progress.isVisible() ? QEventLoop::AllEvents
                                                              : QEventLoop::ExcludeUserInputEvents);
+        return !progress.wasCanceled();
     };
     importing_ = true;
     const auto finished = qScopeGuard([&] {
@@ -138,6 +139,9 @@ void Frm_Import::CmdImport_clicked() {
     } catch (const ImportError& e) {
         progress.hide();
         tell(this, failureRefusal(e.kind()));
+    } catch (const ReadingCancelled&) {
+        // Nothing was read into the project; the screen stays as it was for another try.
+        Txt_FileName->setFocus();
     }
 }
 

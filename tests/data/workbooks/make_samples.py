@@ -178,8 +178,8 @@ def write_xls(path, sheets):
 
 
 def write_slow(path, cells=1500000):
-    """Sheet1 holds `cells` numbers in column AZ, beyond the columns read: the reader goes through
-    each of them, and the file stays small."""
+    """Sheet1 holds one schedule row, then `cells` numbers in column AZ, beyond the columns read:
+    the reader goes through each of them, and the file stays small."""
     main = "http://schemas.openxmlformats.org/spreadsheetml/2006/main"
     rel = "http://schemas.openxmlformats.org/officeDocument/2006/relationships"
     pkg = "http://schemas.openxmlformats.org/package/2006/relationships"
@@ -195,6 +195,10 @@ def write_slow(path, cells=1500000):
                    % (pkg, rel))
         with z.open("xl/worksheets/sheet1.xml", "w") as f:
             f.write(('<worksheet xmlns="%s"><sheetData><row r="1">' % main).encode())
+            row = ["9", "Slow work", "Cum", 15, 0, "Excavation"]
+            f.write("".join('<c r="%s1" t="inlineStr"><is><t>%s</t></is></c>' % (col(c), v)
+                            if isinstance(v, str) else '<c r="%s1"><v>%s</v></c>' % (col(c), v)
+                            for c, v in enumerate(row)).encode())
             chunk = ('<c r="AZ1"><v>1</v></c>' * 10000).encode()
             for _ in range(cells // 10000):
                 f.write(chunk)
