@@ -107,8 +107,9 @@ QString verdictOf(const sqlite::Handle& h) {
 }
 
 // Copies the database open on `from` into the temporary file of `to` by SQLite's online
-// backup, and checks the copy. Failures name the target.
-void backupInto(const sqlite::Handle& from, AtomicFile& to) {
+// backup, and checks the copy. Failures name the target. `copying`, told after each run of
+// pages, may stop it.
+void backupInto(const sqlite::Handle& from, AtomicFile& to, const Copying& copying = {}) {
     sqlite::Handle copy;
     copy.open(to.path(), SQLITE_OPEN_READWRITE, to.target());
     // The copy is thrown away unless it completes, so it keeps no journal on the disk.
@@ -116,16 +117,49 @@ void backupInto(const sqlite::Handle& from, AtomicFile& to) {
     sqlite3_backup* b = sqlite3_backup_init(copy.get(), "main", from.get(), "main");
     if (!b)
         throw Error(copy.error());
+    // A run waits for another program's write a little at a time, so that a stop is heard
+    // between the waits.
+    if (copying)
+        sqlite3_busy_timeout(from.get(), 100);
     int rc;
     do {
         rc = sqlite3_backup_step(b, 256);
+        if (copying && !copying(sqlite3_backup_pagecount(b) - sqlite3_backup_remaining(b),
+                                sqlite3_backup_pagecount(b))) {
+            sqlite3_backup_finish(b);
+            throw Stopped{};
+        }
         if (rc == SQLITE_BUSY || rc == SQLITE_LOCKED)
             sqlite3_sleep(20);
     } while (rc == SQLITE_OK || rc == SQLITE_BUSY || rc == SQLITE_LOCKED);
+    const int pages = sqlite3_backup_pagecount(b);
     sqlite3_backup_finish(b);
     if (rc != SQLITE_DONE)
         throw Error(copy.error(rc));
-    const QString verdict = verdictOf(copy);
+    // The check of a large copy takes longer than the copy: a stop is heard there too.
+    struct Checking {
+        const Copying& copying;
+        int pages;
+        bool stopped = false;
+    } checking{copying, pages};
+    if (copying)
+        sqlite3_progress_handler(
+            copy.get(), 10000,
+            [](void* c) {
+                auto& checking = *static_cast<Checking*>(c);
+                checking.stopped = !checking.copying(checking.pages, checking.pages);
+                return int(checking.stopped);
+            },
+            &checking);
+    QString verdict;
+    try {
+        verdict = verdictOf(copy);
+    } catch (const Error&) {
+        if (!checking.stopped)
+            throw;
+    }
+    if (checking.stopped)
+        throw Stopped{};
     if (verdict != QLatin1String("ok"))
         throw Error(verdict);
 }
@@ -171,7 +205,7 @@ std::vector<Entry> found() {
     return out;
 }
 
-QString makeBackup(const QDateTime& now, const QStringList& spare) {
+QString makeBackup(const QDateTime& now, const QStringList& spare, const Copying& copying = {}) {
     if (!QDir().mkpath(folder())) {
         const QString why = AppFolder::unwritable(AppFolder::path());
         throw Error(why.isEmpty() ? QStringLiteral("%1 cannot be made.").arg(native(folder()))
@@ -186,7 +220,7 @@ QString makeBackup(const QDateTime& now, const QStringList& spare) {
     } else {
         sqlite::Handle live;
         openLive(live, AppFolder::databasePath());
-        backupInto(live, copy);
+        backupInto(live, copy, copying);
     }
     // A backup made in the same second keeps its name; this one takes the next, after the
     // highest of that second, so that the order of the names stays the order of the backups.
@@ -261,8 +295,8 @@ QString check(const QString& path) {
     }
 }
 
-QString makeNow(const QDateTime& now) {
-    return makeBackup(now, {});
+QString makeNow(const QDateTime& now, const Copying& copying) {
+    return makeBackup(now, {}, copying);
 }
 
 bool madeOn(const QDate& day) {

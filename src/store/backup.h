@@ -8,6 +8,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
 #include <vector>
 
 namespace tw {
@@ -68,9 +69,16 @@ void copyDatabase(const QString& source, const QString& target);
 // naming the file. The file is only looked at.
 QString check(const QString& path);
 
+// Told as a backup of the file goes on: the pages copied so far, of how many (0 of 0 while it
+// waits for another program's write). False stops the backup.
+using Copying = std::function<bool(int copied, int total)>;
+// Thrown when `Copying` stopped a backup: nothing of it is left in the folder.
+struct Stopped {};
+
 // Makes one backup of the books now into folder(), the local file's or the server database's,
 // and applies the retention rule, which never takes the new backup. Gives the new file's path.
-QString makeNow(const QDateTime& now = QDateTime::currentDateTime());
+// `copying` is told how the file's copy goes on and may stop it (Stopped is thrown).
+QString makeNow(const QDateTime& now = QDateTime::currentDateTime(), const Copying& copying = {});
 // True when folder() holds a backup made on `day`.
 bool madeOn(const QDate& day);
 // The backups in folder(), newest first, each checked.

@@ -12,6 +12,9 @@
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
+#include <QLabel>
+#include <QMainWindow>
+#include <QPushButton>
 #include <QTest>
 #include <QTimer>
 
@@ -330,16 +333,36 @@ TEST_F(BackupTest, ThePickerGivesTheShortNameAndItsCancelEmptiesTheBackupField) 
     EXPECT_TRUE(screen->txt_destname->text().isEmpty());
 }
 
-class AutoBackupTest : public twtest::AppFolderTest {};
+class AutoBackupTest : public twtest::AppFolderTest {
+protected:
+    // Another program writing the books: it holds the file's lock until release().
+    class Writer {
+    public:
+        Writer() {
+            sqlite3_open(QFile::encodeName(tw::AppFolder::databasePath()).constData(), &db_);
+            holds_ = sqlite3_exec(db_, "begin exclusive", nullptr, nullptr, nullptr) == SQLITE_OK;
+        }
+        ~Writer() { release(); }
+        bool holds() const { return holds_; }
+        void release() {
+            if (db_)
+                sqlite3_exec(db_, "rollback", nullptr, nullptr, nullptr);
+            sqlite3_close(db_);
+            db_ = nullptr;
+        }
+
+    private:
+        sqlite3* db_ = nullptr;
+        bool holds_ = false;
+    };
+};
 
 // The day's backup is made while the window goes on answering: with another program writing the
 // file, the copy waits for it, and an event posted meanwhile is answered before the copy ends.
 TEST_F(AutoBackupTest, TheDaysBackupLeavesTheWindowAnswering) {
     const QDateTime morning(QDate(2026, 3, 2), QTime(9, 0));
-    sqlite3* writer = nullptr;
-    ASSERT_EQ(sqlite3_open(QFile::encodeName(tw::AppFolder::databasePath()).constData(), &writer),
-              SQLITE_OK);
-    ASSERT_EQ(sqlite3_exec(writer, "begin exclusive", nullptr, nullptr, nullptr), SQLITE_OK);
+    Writer writer;
+    ASSERT_TRUE(writer.holds());
     QObject window;
     std::optional<QString> made;
     ASSERT_TRUE(startDailyBackup(
@@ -352,13 +375,59 @@ TEST_F(AutoBackupTest, TheDaysBackupLeavesTheWindowAnswering) {
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 100);
     EXPECT_TRUE(answered);
     EXPECT_FALSE(made); // the copy still waits for the writer
-    sqlite3_exec(writer, "rollback", nullptr, nullptr, nullptr);
-    sqlite3_close(writer);
+    writer.release();
     while (!made && !guard.hasExpired())
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 100);
     ASSERT_TRUE(made);
     EXPECT_EQ(tw::backup::check(*made), QStringLiteral("ok"));
     EXPECT_TRUE(messages().shown.empty());
+}
+
+// A day's backup that takes a while shows in the main window's status line; its Cancel stops
+// the copy even while it waits for another program's write: nothing is left, nothing is said
+// but a note in the status line, and the next start makes the day's backup.
+TEST_F(AutoBackupTest, TheDaysBackupShowsItsProgressAndItsCancelStopsIt) {
+    const QDateTime morning(QDate(2026, 3, 2), QTime(9, 0));
+    Writer writer;
+    ASSERT_TRUE(writer.holds());
+    QMainWindow window;
+    window.show();
+    std::optional<QString> made;
+    ASSERT_TRUE(startDailyBackup(
+        &window, twtest::scripted(), [&](const QString& file) { made = file; }, morning));
+    // A guard against a hang, not a measure of time.
+    const QDeadlineTimer guard(60000);
+    QWidget* shown = nullptr;
+    while (!(shown && shown->isVisible()) && !made && !guard.hasExpired()) {
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+        shown = window.findChild<QWidget*>(QStringLiteral("backupProgress"));
+    }
+    ASSERT_TRUE(shown && shown->isVisible());
+    auto* cancel = shown->findChild<QPushButton*>(QStringLiteral("cmdStopBackup"));
+    ASSERT_TRUE(cancel);
+    QTest::mouseClick(cancel, Qt::LeftButton);
+    while (!made && !guard.hasExpired())
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+    ASSERT_TRUE(made);
+    EXPECT_TRUE(made->isEmpty());
+    // The line says so for a while, without its bar and button.
+    ASSERT_TRUE(shown->isVisible());
+    EXPECT_EQ(shown->findChild<QLabel*>(QStringLiteral("lblBackup"))->text(),
+              QStringLiteral("The backup of today was cancelled; it is made at the next start."));
+    EXPECT_FALSE(cancel->isVisible());
+    EXPECT_TRUE(messages().shown.empty());
+    EXPECT_TRUE(QDir(tw::backup::folder()).entryList(QDir::Files).isEmpty());
+    EXPECT_FALSE(tw::backup::madeOn(morning.date()));
+
+    writer.release();
+    made.reset();
+    ASSERT_TRUE(startDailyBackup(
+        &window, twtest::scripted(), [&](const QString& file) { made = file; }, morning));
+    while (!made && !guard.hasExpired())
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+    ASSERT_TRUE(made);
+    EXPECT_EQ(tw::backup::check(*made), QStringLiteral("ok"));
+    EXPECT_EQ(window.findChildren<QWidget*>(QStringLiteral("backupProgress")).size(), 1);
 }
 
 TEST_F(AutoBackupTest, OneADayAtStartEveryEndAndAFailureToldOnceWithoutStopping) {

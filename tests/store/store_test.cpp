@@ -1144,6 +1144,43 @@ TEST_F(StoreTest, NothingIsWrittenThroughALinkNorOverTheDatabaseInUse) {
 
 // Backups made at once all succeed, each under a name of the second it was made in (never a
 // later one), and the backup just made is never the one the retention rule takes.
+// A backup tells how far its copy has come, run by run, and stops when told to: nothing of it
+// stays, and the day still has no backup.
+TEST_F(BackupTest, ABackupTellsHowItGoesAndStopsWhenTold) {
+    // Some 3 MB, so that the copy takes several runs of pages.
+    db().exec(QStringLiteral(
+        "with recursive n(i) as (select 1 union all select i + 1 from n where i < 3000) insert "
+        "into units (units) select i || printf('%.1000c', 'x') from n"));
+    std::vector<std::pair<int, int>> told;
+    const QString made =
+        tw::backup::makeNow(QDateTime(QDate(2026, 11, 21), QTime(9, 0)), [&](int pages, int of) {
+            told.emplace_back(pages, of);
+            return true;
+        });
+    EXPECT_EQ(tw::backup::check(made), QStringLiteral("ok"));
+    ASSERT_GT(told.size(), 3u);
+    EXPECT_GT(told.back().second, 700);
+    EXPECT_EQ(told.back().first, told.back().second);
+    EXPECT_TRUE(std::is_sorted(told.begin(), told.end()));
+
+    const QStringList before = backupNames();
+    int asked = 0;
+    EXPECT_THROW(tw::backup::makeNow(QDateTime(QDate(2026, 11, 22), QTime(9, 0)),
+                                     [&](int, int) { return ++asked < 2; }),
+                 tw::backup::Stopped);
+    EXPECT_EQ(asked, 2);
+    EXPECT_EQ(backupNames(), before);
+    EXPECT_FALSE(tw::backup::madeOn(QDate(2026, 11, 22)));
+
+    // Every page copied, the copy's check is told as all pages, and a stop there is heard too.
+    int whole = 0;
+    EXPECT_THROW(tw::backup::makeNow(QDateTime(QDate(2026, 11, 22), QTime(9, 0)),
+                                     [&](int pages, int of) { return pages < of || ++whole < 2; }),
+                 tw::backup::Stopped);
+    EXPECT_EQ(whole, 2);
+    EXPECT_EQ(backupNames(), before);
+}
+
 TEST_F(BackupTest, BackupsAtOnceAllSucceedUnderTheirOwnSecond) {
     const QDateTime now(QDate(2026, 5, 4), QTime(10, 0));
     std::vector<std::future<QString>> runs;

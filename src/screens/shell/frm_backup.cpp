@@ -8,6 +8,7 @@
 
 #include <QDate>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QGridLayout>
@@ -15,8 +16,15 @@
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
+#include <QMainWindow>
+#include <QPointer>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QStatusBar>
+#include <QTimer>
 #include <QVBoxLayout>
 
+#include <atomic>
 #include <cstdio>
 #include <memory>
 
@@ -213,18 +221,96 @@ bool frm_backup::eventFilter(QObject* watched, QEvent* event) {
 }
 
 namespace {
-// The day's backup unless one of the day exists: the new file, or the text of a failure.
+// The day's backup unless one of the day exists: the new file, or the text of a failure, or
+// that it was stopped.
 struct DayBackup {
     QString made, failure;
+    bool stopped = false;
 };
-DayBackup makeDailyBackup(const QDateTime& now) {
+DayBackup makeDailyBackup(const QDateTime& now, const tw::backup::Copying& copying = {}) {
     try {
         if (!tw::backup::madeOn(now.date()))
-            return {tw::backup::makeNow(now), {}};
+            return {tw::backup::makeNow(now, copying), {}};
+    } catch (const tw::backup::Stopped&) {
+        return {{}, {}, true};
     } catch (const std::exception& e) {
         return {{}, QString::fromUtf8(e.what())};
     }
     return {};
+}
+
+// A backup that ends within this long is not shown at all.
+constexpr int BackupQuietMs = 300;
+
+// How far the day's backup has come, written by its thread and read by the window's.
+struct Copied {
+    std::atomic<int> pages{0}, of{0};
+    std::atomic<bool> stop{false};
+};
+
+// The day's backup in a window's status line, once it has taken a moment: a bar of the pages
+// copied and a Cancel that stops it (the books are only read; nothing of the copy is kept).
+QWidget* showBackupProgress(QMainWindow* window, const std::shared_ptr<Copied>& copied) {
+    auto* box = new QWidget(window->statusBar());
+    box->setObjectName(QStringLiteral("backupProgress"));
+    auto* row = new QHBoxLayout(box);
+    row->setContentsMargins(0, 0, 0, 0);
+    auto* label = new QLabel(QObject::tr("Backing up the books ..."), box);
+    label->setObjectName(QStringLiteral("lblBackup"));
+    auto* bar = new QProgressBar(box);
+    bar->setObjectName(QStringLiteral("prgBackup"));
+    bar->setRange(0, 0); // until the first pages are copied
+    bar->setMaximumWidth(box->fontMetrics().averageCharWidth() * 30);
+    auto* cancel = new QPushButton(QObject::tr("Cancel"), box);
+    cancel->setObjectName(QStringLiteral("cmdStopBackup"));
+    row->addWidget(label);
+    row->addWidget(bar);
+    row->addWidget(cancel);
+    QObject::connect(cancel, &QPushButton::clicked, box, [copied, cancel, label] {
+        copied->stop = true;
+        cancel->setEnabled(false);
+        label->setText(QObject::tr("Stopping the backup ..."));
+    });
+    window->statusBar()->addWidget(box);
+    box->hide();
+    auto* tick = new QTimer(box);
+    auto since = std::make_shared<QElapsedTimer>();
+    since->start();
+    QObject::connect(tick, &QTimer::timeout, box, [box, bar, label, copied, since] {
+        // A quick copy comes and goes unseen.
+        if (box->isHidden() && since->elapsed() >= BackupQuietMs)
+            box->show();
+        if (copied->stop)
+            return;
+        const int of = copied->of, pages = copied->pages;
+        if (of > 0 && pages < of) {
+            bar->setRange(0, of);
+            bar->setValue(pages);
+        } else if (of > 0) {
+            // Every page copied: the copy is being checked, for a while on a large file.
+            bar->setRange(0, 0);
+            label->setText(QObject::tr("Checking the backup ..."));
+        }
+    });
+    tick->start(100);
+    return box;
+}
+
+// The backup's line once it has ended: gone, or for a stopped one a note for a while.
+void endBackupProgress(QWidget* box, bool stopped) {
+    if (!stopped) {
+        delete box;
+        return;
+    }
+    for (QObject* c : box->children())
+        if (auto* w = qobject_cast<QWidget*>(c); w && w->objectName() != QLatin1String("lblBackup"))
+            w->hide();
+        else if (auto* t = qobject_cast<QTimer*>(c))
+            t->stop();
+    box->findChild<QLabel*>(QStringLiteral("lblBackup"))
+        ->setText(QObject::tr("The backup of today was cancelled; it is made at the next start."));
+    box->show();
+    QTimer::singleShot(10000, box, &QObject::deleteLater);
 }
 
 void tellFailure(tw::Messenger& messenger, const DayBackup& result) {
@@ -251,9 +337,20 @@ QThread* startDailyBackup(QObject* context, tw::Messenger& messenger,
         return nullptr;
     // The copy works on a handle of its own to the file, never on a connection of the window.
     auto result = std::make_shared<DayBackup>();
-    QThread* thread = QThread::create([result, now] { *result = makeDailyBackup(now); });
+    auto copied = std::make_shared<Copied>();
+    QThread* thread = QThread::create([result, copied, now] {
+        *result = makeDailyBackup(now, [copied](int pages, int of) {
+            copied->pages = pages;
+            copied->of = of;
+            return !copied->stop;
+        });
+    });
+    auto* window = qobject_cast<QMainWindow*>(context);
+    QPointer<QWidget> shown = window ? showBackupProgress(window, copied) : nullptr;
     QObject::connect(thread, &QThread::finished, context,
-                     [result, &messenger, done = std::move(done)] {
+                     [result, &messenger, done = std::move(done), shown] {
+                         if (shown)
+                             endBackupProgress(shown, result->stopped);
                          tellFailure(messenger, *result);
                          if (done)
                              done(result->made);

@@ -71,7 +71,9 @@ void copyReplacing(const QString& from, const QString& to);
 // The automatic backups are the local file's: on a server store neither is made.
 QString dailyBackup(tw::Messenger& messenger, const QDateTime& now = QDateTime::currentDateTime());
 // The same made on a thread of its own, so the window goes on answering while the file is
-// copied (a large file takes a while). Once it ends, on the thread of `context` and only while
+// copied (a large file takes a while). When `context` is a main window, a copy that takes more
+// than a moment shows in its status line with a bar and a Cancel; a cancelled backup leaves
+// nothing and is made at the next start. Once it ends, on the thread of `context` and only while
 // `context` lives, a failure is told through `messenger` and `done` gets the new file, if any.
 // Gives the thread, which deletes itself when it ends; nullptr on a server store.
 QThread* startDailyBackup(QObject* context, tw::Messenger& messenger,
