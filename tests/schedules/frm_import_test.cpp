@@ -1,10 +1,12 @@
 // The import/export screen and its file picker, with the messages a user meets.
 
+#include "core/schedules/workbook.h"
 #include "screens/schedules/frm_impfile.h"
 #include "screens/schedules/frm_import.h"
 #include "support/fixtures.h"
 
 #include <QApplication>
+#include <QDir>
 #include <QFile>
 #include <QProgressDialog>
 #include <QPushButton>
@@ -117,34 +119,60 @@ TEST_F(FrmImport, TheDesktopGoesOnWhileAWorkbookIsRead) {
         std::vector<QString>{"1 Schedules Added Successfully.\n0 schedule items need checking"});
 }
 
-// The progress box's Cancel, pressed while the workbook is read, stops the reading: nothing is
-// added and nothing is said, and the screen is ready for another file.
-TEST_F(FrmImport, CancelWhileAWorkbookIsReadLeavesTheScheduleAsItWas) {
-    open();
-    twtest::pick(screen->CmbCntrctNm, QStringLiteral("12/A"));
-    screen->Txt_FileName->setText(Workbooks + "/slow.xlsx");
-    bool pressed = false;
-    QTimer timer;
-    QObject::connect(&timer, &QTimer::timeout, [&] {
-        auto* p = screen->findChild<QProgressDialog*>();
-        if (!p || !p->isVisible() || pressed)
-            return;
-        for (auto* b : p->findChildren<QPushButton*>())
-            if (b->text() == QLatin1String("Cancel")) {
-                QTest::mouseClick(b, Qt::LeftButton);
-                pressed = true;
-            }
+// The progress box's Cancel, pressed while the workbook is read or while its rows are written,
+// leaves the schedule as it was: nothing is added and nothing is said, and the screen is ready
+// for another file.
+TEST_F(FrmImport, CancelWhileAWorkbookIsReadOrWrittenLeavesTheScheduleAsItWas) {
+    db().exec(
+        QStringLiteral("insert into %1 values ('1','Earth work','Cum',120.5,0,'X')").arg(table));
+    // A workbook whose rows take the desktop a while to write, written as an export writes one.
+    const QString many = QDir(folder()).filePath(QStringLiteral("many.xlsx"));
+    int next = 0;
+    tw::schedules::writeSheet1(many, [&](tw::schedules::SheetRow& row) {
+        row = {QString::number(++next + 1),
+               QStringLiteral("Work %1").arg(next),
+               QStringLiteral("Cum"),
+               10.0,
+               0.0,
+               QStringLiteral("X")};
+        return next <= 30000;
     });
-    timer.start(20);
-    messages().clear();
-    click("CmdImport");
-    timer.stop();
-    EXPECT_TRUE(pressed);
-    EXPECT_TRUE(messages().shown.empty());
-    EXPECT_TRUE(db().keyed(table).empty());
-    const auto* p = screen->findChild<QProgressDialog*>();
-    EXPECT_TRUE(!p || !p->isVisible());
-    EXPECT_TRUE(screen->CmdImport->isEnabled());
+    // Cancel is pressed once the box shows what is being done and, of the rows, how many were
+    // written (no count while the workbook is read).
+    const struct {
+        QString file, whileShowing;
+        int written;
+    } cases[] = {{Workbooks + "/slow.xlsx", "Reading slow.xlsx ...", -1},
+                 {many, "Adding the rows of many.xlsx ...", 1000}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.file.toStdString());
+        open();
+        twtest::pick(screen->CmbCntrctNm, QStringLiteral("12/A"));
+        screen->Txt_FileName->setText(c.file);
+        bool pressed = false;
+        QTimer timer;
+        QObject::connect(&timer, &QTimer::timeout, [&] {
+            auto* p = screen->findChild<QProgressDialog*>();
+            if (!p || !p->isVisible() || pressed || p->labelText() != c.whileShowing ||
+                p->value() < c.written)
+                return;
+            for (auto* b : p->findChildren<QPushButton*>())
+                if (b->text() == QLatin1String("Cancel")) {
+                    QTest::mouseClick(b, Qt::LeftButton);
+                    pressed = true;
+                }
+        });
+        timer.start(20);
+        messages().clear();
+        click("CmdImport");
+        timer.stop();
+        EXPECT_TRUE(pressed);
+        EXPECT_TRUE(messages().shown.empty());
+        EXPECT_EQ(db().keyed(table).size(), 1u);
+        const auto* p = screen->findChild<QProgressDialog*>();
+        EXPECT_TRUE(!p || !p->isVisible());
+        EXPECT_TRUE(screen->CmdImport->isEnabled());
+    }
 }
 
 TEST_F(FrmImport, ExportWritesTheWorkbookBesideTheProgram) {

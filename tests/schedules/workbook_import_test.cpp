@@ -326,7 +326,7 @@ TEST_F(WorkbookImport, AStoppedReadingWritesNothingAndLeavesNoReader) {
         return found;
     };
     int asked = 0;
-    EXPECT_THROW(importSchedules(db(), p, slow, [&] { return ++asked < 3; }), ReadingCancelled);
+    EXPECT_THROW(importSchedules(db(), p, slow, [&] { return ++asked < 3; }), ImportCancelled);
     EXPECT_EQ(asked, 3);
     EXPECT_TRUE(children().isEmpty());
     EXPECT_TRUE(table(p).isEmpty());
@@ -335,6 +335,31 @@ TEST_F(WorkbookImport, AStoppedReadingWritesNothingAndLeavesNoReader) {
     EXPECT_EQ(failure(p, slow, &counts), std::nullopt);
     EXPECT_EQ(counts.added, 1);
     EXPECT_EQ(table(p), QStringList{"9|Slow work|Cum|15|0|Excavation"});
+}
+
+// Each row is told before it is written, of all the sheet holds; an import cancelled among its
+// rows takes back those it wrote, and what stood before stays.
+TEST_F(WorkbookImport, AnImportCancelledAmongItsRowsTakesThemBack) {
+    const Project p = project(QStringLiteral("P10"));
+    const QString good = Workbooks + QStringLiteral("/good.xlsx");
+    std::vector<std::pair<qsizetype, qsizetype>> told;
+    const auto tell = [&](qsizetype written, qsizetype of) {
+        told.emplace_back(written, of);
+        return true;
+    };
+    importSchedules(db(), p, good, {}, tell);
+    ASSERT_EQ(told.size(), 7u); // the sheet's rows that hold something, spacers among them
+    for (size_t i = 0; i < told.size(); ++i)
+        EXPECT_EQ(told[i], std::make_pair(qsizetype(i), qsizetype(7)));
+    ASSERT_EQ(table(p), GoodRows);
+
+    db().exec(QStringLiteral("delete from Sch_%1 where tw_sch_num <> '1'").arg(p.tableKey));
+    EXPECT_THROW(importSchedules(db(), p, good, {},
+                                 [](qsizetype written, qsizetype) {
+                                     return written < 5; // the fifth row is not written; four were
+                                 }),
+                 ImportCancelled);
+    EXPECT_EQ(table(p), QStringList{GoodRows.front()});
 }
 
 // Damaged and foreign files, and every input the fuzzer found hard, end in one of the messages.

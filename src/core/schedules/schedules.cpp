@@ -346,7 +346,7 @@ std::optional<Refusal> checkExport(bool projectPicked) {
 }
 
 ImportCounts importSchedules(const ConClass& con, const Project& project, const QString& path,
-                             const Waiting& whileReading) {
+                             const Waiting& whileReading, const Writing& whileWriting) {
     const Sheet sheet = readSheet1(path, whileReading);
     if (!sheet.rows.empty() && sheet.columns < ScheduleColumns)
         throw ImportError(ImportFailure::FewColumns,
@@ -355,8 +355,14 @@ ImportCounts importSchedules(const ConClass& con, const Project& project, const 
     Transaction action(con);
     try {
         Importer importer(con, project);
-        for (const auto& [index, row] : sheet.rows)
+        const auto of = qsizetype(sheet.rows.size());
+        qsizetype written = 0;
+        for (const auto& [index, row] : sheet.rows) {
+            // Cancelled: the guard takes back what was written (a failure keeps it, below).
+            if (whileWriting && !whileWriting(written++, of))
+                throw ImportCancelled{};
             importer.importRow(index, row);
+        }
         action.commit();
         return importer.counts;
     } catch (const ImportError&) {

@@ -67,12 +67,16 @@ struct ImportCounts {
 // The import screen's checks before a file is read, in its order: a project picked, a file
 // named, the file there.
 std::optional<Refusal> checkImport(bool projectPicked, const QString& file);
+// Told before each row of a workbook is written: the rows written so far, of how many. False
+// cancels the import.
+using Writing = std::function<bool(qsizetype written, qsizetype of)>;
+
 // Reads Sheet1 of the workbook into the project's table; `whileReading` runs while the workbook
-// is read (readSheet1), before anything is written, and may stop it (ReadingCancelled is
-// thrown, the books are as they were). Rows added before a failure stay; the failure is thrown as
-// ImportError.
+// is read (readSheet1), before anything is written, and `whileWriting` as its rows are written.
+// Either may cancel the import: ImportCancelled is thrown and the books are as they were. Rows
+// added before a failure stay; the failure is thrown as ImportError.
 ImportCounts importSchedules(const ConClass& con, const Project& project, const QString& path,
-                             const Waiting& whileReading = {});
+                             const Waiting& whileReading = {}, const Writing& whileWriting = {});
 // "New Schedules Added" with both counts.
 Message importedMessage(const ImportCounts& counts);
 // The message an import failure shows.

@@ -488,7 +488,7 @@ Sheet readApart(const QString& path, const QByteArray& bytes, const Waiting& whi
             ::kill(child, SIGKILL);
             while (::waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
             }
-            throw ReadingCancelled{};
+            throw ImportCancelled{};
         }
         if (ready <= 0) {
             timedOut = true;

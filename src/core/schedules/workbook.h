@@ -59,9 +59,9 @@ struct Sheet {
 // false when the reading is no longer wanted (the user cancelled it).
 using Waiting = std::function<bool()>;
 
-// Thrown by readSheet1 when `whileReading` gave false: the reading was stopped, nothing of the
-// workbook was kept.
-struct ReadingCancelled {};
+// Thrown when an import was cancelled (by readSheet1 when `whileReading` gave false): nothing of
+// the workbook was kept.
+struct ImportCancelled {};
 
 // Reads Sheet1. The kind of workbook is told by the file's content, not its name, so a renamed
 // file is still read or refused for what it is. Throws ImportError (BadFormat) when the file is

@@ -13,6 +13,9 @@
 #include <QScopeGuard>
 #include <QVBoxLayout>
 
+#include <algorithm>
+#include <climits>
+
 using namespace tw::schedules;
 
 namespace {
@@ -25,8 +28,10 @@ void tell(QWidget* screen, const tw::Refusal& r) {
         ui::refuse(screen, r);
 }
 
-// A reading this short shows no progress: the dialog would only flash.
-constexpr int QuietReadingMs = 300;
+// An import this short shows no progress: the dialog would only flash.
+constexpr int QuietImportMs = 300;
+// How long rows are written between two turns of the desktop.
+constexpr int WritingTurnMs = 50;
 
 } // namespace
 
@@ -107,24 +112,36 @@ void Frm_Import::CmdImport_clicked() {
     const QString file = Txt_FileName->text();
     if (const auto refused = checkImport(!CmbCntrctNm->currentText().isEmpty() && project_, file))
         return ui::refuse(this, *refused);
-    // The workbook is read apart while the desktop goes on drawing; after a moment a progress
-    // box says what is being read and keeps the user's hands off the screens, but for its Cancel,
-    // which stops the reading before anything is written. What was read is written on this
-    // screen's connection once the reading is done.
+    // The workbook is read apart while the desktop goes on drawing, and its rows are written a
+    // few at a time between its turns; after a moment a progress box says what is being done and
+    // keeps the user's hands off the screens, but for its Cancel, which leaves the project's
+    // schedule as it was. The rows are written on this screen's connection.
     QProgressDialog progress(tr("Reading %1 ...").arg(QFileInfo(file).fileName()), tr("Cancel"), 0,
                              0, this);
     progress.setWindowTitle(windowTitle());
     progress.setMinimumWidth(progress.fontMetrics().averageCharWidth() * 40);
     progress.setWindowModality(Qt::ApplicationModal);
-    progress.reset(); // it shows when the reading takes long, not by a timer of its own
-    QElapsedTimer reading;
-    reading.start();
+    progress.reset(); // it shows when the work takes long, not by a timer of its own
+    QElapsedTimer working, turn;
+    working.start();
+    turn.start();
     const auto whileReading = [&] {
-        if (!progress.isVisible() && !progress.wasCanceled() && reading.elapsed() >= QuietReadingMs)
+        if (!progress.isVisible() && !progress.wasCanceled() && working.elapsed() >= QuietImportMs)
             progress.show();
         QCoreApplication::processEvents(progress.isVisible() ? QEventLoop::AllEvents
                                                              : QEventLoop::ExcludeUserInputEvents);
+        turn.restart();
         return !progress.wasCanceled();
+    };
+    const auto whileWriting = [&](qsizetype written, qsizetype of) {
+        if (turn.elapsed() < WritingTurnMs)
+            return true;
+        if (progress.maximum() == 0) {
+            progress.setLabelText(tr("Adding the rows of %1 ...").arg(QFileInfo(file).fileName()));
+            progress.setMaximum(int(std::min<qsizetype>(of, INT_MAX)));
+        }
+        progress.setValue(int(std::min<qsizetype>(written, INT_MAX)));
+        return whileReading();
     };
     importing_ = true;
     const auto finished = qScopeGuard([&] {
@@ -133,14 +150,14 @@ void Frm_Import::CmdImport_clicked() {
     });
     try {
         const tw::Message counted =
-            importedMessage(importSchedules(con, *project_, file, whileReading));
+            importedMessage(importSchedules(con, *project_, file, whileReading, whileWriting));
         progress.hide();
         ui::MsgBox(counted.text, counted.flags, counted.title);
     } catch (const ImportError& e) {
         progress.hide();
         tell(this, failureRefusal(e.kind()));
-    } catch (const ReadingCancelled&) {
-        // Nothing was read into the project; the screen stays as it was for another try.
+    } catch (const ImportCancelled&) {
+        // Nothing was added to the project; the screen stays as it was for another try.
         Txt_FileName->setFocus();
     }
 }
