@@ -302,13 +302,11 @@ void endBackupProgress(QWidget* box, bool stopped) {
         delete box;
         return;
     }
-    for (QObject* c : box->children())
-        if (auto* w = qobject_cast<QWidget*>(c); w && w->objectName() != QLatin1String("lblBackup"))
-            w->hide();
-        else if (auto* t = qobject_cast<QTimer*>(c))
-            t->stop();
-    box->findChild<QLabel*>(QStringLiteral("lblBackup"))
-        ->setText(QObject::tr("The backup of today was cancelled; it is made at the next start."));
+    box->findChild<QTimer*>()->stop();
+    box->findChild<QProgressBar*>()->hide();
+    box->findChild<QPushButton*>()->hide();
+    box->findChild<QLabel*>()->setText(
+        QObject::tr("The backup of today was cancelled; it is made at the next start."));
     box->show();
     QTimer::singleShot(10000, box, &QObject::deleteLater);
 }
