@@ -13,6 +13,7 @@
 
 #include <csignal>
 #include <fcntl.h>
+#include <future>
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/wait.h>
@@ -360,6 +361,27 @@ TEST_F(WorkbookImport, AnImportCancelledAmongItsRowsTakesThemBack) {
                                  }),
                  ImportCancelled);
     EXPECT_EQ(table(p), QStringList{GoodRows.front()});
+
+    // Another seat adds an item while the import is among its rows (on the file it waits for
+    // the import's write to end): when the import is cancelled, only the import's rows go.
+    std::future<void> seat;
+    EXPECT_THROW(importSchedules(db(), p, good, {},
+                                 [&](qsizetype written, qsizetype) {
+                                     if (written == 3)
+                                         seat = std::async(std::launch::async, [&] {
+                                             tw::ConClass other(twtest::scripted());
+                                             other.conopen();
+                                             other.exec(
+                                                 QStringLiteral("insert into Sch_%1 values ('S2', "
+                                                                "'Second seat', 'Cum', 5, 0, 'X')")
+                                                     .arg(p.tableKey));
+                                         });
+                                     return written < 5;
+                                 }),
+                 ImportCancelled);
+    ASSERT_TRUE(seat.valid());
+    EXPECT_NO_THROW(seat.get());
+    EXPECT_EQ(table(p), (QStringList{GoodRows.front(), "S2|Second seat|Cum|5|0|X"}));
 }
 
 // Damaged and foreign files, and every input the fuzzer found hard, end in one of the messages.
